@@ -1,0 +1,122 @@
+// What one key event costs on its way through detection, against reading and parsing the settings file once.
+//   bench_key_event SETTINGS-FILE ROUNDS
+// Prints one JSON object: nanoseconds of each round, "event" and "read" in turn, and how often the keyring was asked.
+
+#include "hotkeys/hotkey_catalogue.h"
+#include "hotkeys/hotkey_detection.h"
+#include "platform/secret_store.h"
+#include "settings/app_log.h"
+#include "settings/config_file.h"
+#include "settings/keychain.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <chrono>
+#include <cstdio>
+
+using namespace tavlo;
+
+namespace {
+
+constexpr int kRepeats = 400;  // of one round
+
+// Counts what it is asked; holds nothing.
+class CountingStore : public SecretStore {
+public:
+    void deleteItems(const QString&, const QString&) override { ++calls; }
+    bool add(const QString&, const QString&, const QByteArray&) override { return ++calls, false; }
+    std::optional<QByteArray> find(const QString&, const QString&) override { return ++calls, std::nullopt; }
+    void requestUnlock() override { ++calls; }
+    Registration onAvailabilityChange(std::function<void()>) override { return {}; }
+
+    int calls = 0;
+};
+
+class NoLog : public AppLog {
+public:
+    void appLog(const QString&) override {}
+};
+
+// Counts the commands; runs none.
+class CountingQueue : public MainQueue {
+public:
+    void post(std::weak_ptr<void>, std::function<void()>) override { ++posted; }
+    void postAfter(Duration, std::weak_ptr<void>, std::function<void()>) override { ++posted; }
+    TimePoint now() const override { return {}; }
+
+    int posted = 0;
+};
+
+class IdleTarget : public HotkeyTarget {
+public:
+    bool isCapturing() const override { return false; }
+    bool isRecording() const override { return false; }
+    void toggle() override {}
+    void cancelRecording() override {}
+    void captureModifier(const KeyEvent&) override {}
+    void finishCapture(const KeyEvent&) override {}
+};
+
+template <class Task>
+double nanosecondsOf(const Task& task)
+{
+    const auto started = std::chrono::steady_clock::now();
+    for (int i = 0; i < kRepeats; ++i) {
+        task();
+    }
+    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - started).count() / kRepeats;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 3) {
+        std::fputs("usage: bench_key_event SETTINGS-FILE ROUNDS\n", stderr);
+        return 2;
+    }
+    const QString path = QFile::decodeName(argv[1]);
+    CountingStore store;
+    Keychain keychain(store);
+    NoLog log;
+    const ConfigFile file(path, keychain, log);
+    CountingQueue queue;
+    IdleTarget target;
+    HotkeyDetection detection(queue, file, target);
+
+    KeyEvent hotkey;
+    hotkey.keyCode = 54;
+    hotkey.modifierFlags = kCommandFlag;
+    KeyEvent letter;
+    letter.keyCode = 0;
+    letter.charactersIgnoringModifiers = QStringLiteral("a");
+
+    qsizetype keys = 0;
+    QJsonArray events;
+    QJsonArray modifiers;
+    QJsonArray reads;
+    const int rounds = QByteArray(argv[2]).toInt();
+    for (int round = 0; round < rounds; ++round) {
+        events.append(nanosecondsOf([&] { detection.handleKeyDown(letter); }));
+        modifiers.append(nanosecondsOf([&] { detection.handleFlags(hotkey); }));
+        reads.append(nanosecondsOf([&] {
+            QFile plain(path);
+            if (plain.open(QIODevice::ReadOnly)) {
+                keys += QJsonDocument::fromJson(plain.readAll()).object().size();
+            }
+        }));
+    }
+    if (keys == 0 || queue.posted != rounds * kRepeats) {
+        std::fputs("bench_key_event: the settings could not be read, or the hotkey was not recognised\n", stderr);
+        return 1;
+    }
+    const QJsonObject result{{QStringLiteral("letter"), events},
+                             {QStringLiteral("hotkey"), modifiers},
+                             {QStringLiteral("read"), reads},
+                             {QStringLiteral("keyring_calls"), store.calls}};
+    std::puts(QJsonDocument(result).toJson(QJsonDocument::Compact).constData());
+    return 0;
+}

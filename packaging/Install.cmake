@@ -1,0 +1,103 @@
+# Where everything goes. The packages consist of the component "tavlo".
+
+set(TAVLO_ID nl.pelloquintar.tavlo)
+set(TAVLO_PACKAGING_DIR ${CMAKE_CURRENT_LIST_DIR})
+set(TAVLO_PACKAGING_BINARY_DIR ${CMAKE_BINARY_DIR}/packaging)
+
+# Icons, drawn at build time by the code that draws them in the program.
+set(TAVLO_ICON_DIR ${TAVLO_PACKAGING_BINARY_DIR}/icons)
+set(TAVLO_ICON_SIZES 16 22 24 32 48 64 128 256)
+set(TAVLO_ICON_FILES ${TAVLO_ICON_DIR}/scalable.svg ${TAVLO_ICON_DIR}/symbolic.svg)
+foreach(size IN LISTS TAVLO_ICON_SIZES)
+    list(APPEND TAVLO_ICON_FILES ${TAVLO_ICON_DIR}/${size}.png)
+endforeach()
+file(MAKE_DIRECTORY ${TAVLO_ICON_DIR})
+
+tavlo_room(tavlo_svg_canvas SOURCES ${TAVLO_PACKAGING_DIR}/icons/svg_canvas.cpp PUBLIC Qt6::Gui)
+target_include_directories(tavlo_svg_canvas PUBLIC ${TAVLO_PACKAGING_DIR})
+add_executable(tavlo_make_icons ${TAVLO_PACKAGING_DIR}/icons/make_icons.cpp)
+target_link_libraries(tavlo_make_icons PRIVATE tavlo_svg_canvas tavlo_ui)
+add_custom_command(OUTPUT ${TAVLO_ICON_FILES}
+    COMMAND tavlo_make_icons ${TAVLO_ICON_DIR}
+    DEPENDS tavlo_make_icons
+    COMMENT "Drawing the icons"
+    VERBATIM)
+
+# Compressed with no name and no time inside, so that the same source gives the same bytes. Debian wants the best
+# compression for manuals and changelogs.
+find_program(GZIP_PROGRAM gzip REQUIRED)
+set(TAVLO_COMPRESSED_FILES)
+function(tavlo_compress source name)
+    set(target ${TAVLO_PACKAGING_BINARY_DIR}/${name})
+    get_filename_component(folder ${target} DIRECTORY)
+    file(MAKE_DIRECTORY ${folder})
+    add_custom_command(OUTPUT ${target}
+        COMMAND ${GZIP_PROGRAM} -9nc ${source} > ${target}
+        DEPENDS ${source}
+        COMMENT "Compressing ${name}"
+        VERBATIM)
+    set(TAVLO_COMPRESSED_FILES ${TAVLO_COMPRESSED_FILES} ${target} PARENT_SCOPE)
+endfunction()
+
+# The upstream changelog, and the distribution's own one about the package, dated as the first of them says.
+set(TAVLO_PACKAGE_RELEASE 1 CACHE STRING "Number of the package among those of the same version")
+set(TAVLO_PACKAGE_ADDRESS tavlo@pelloquintar.nl CACHE STRING "Mail address of the package's maintainer")
+file(STRINGS ${CMAKE_SOURCE_DIR}/CHANGELOG.md TAVLO_LATEST_CHANGE REGEX "^## [0-9]" LIMIT_COUNT 1)
+if(NOT TAVLO_LATEST_CHANGE MATCHES "^## ([0-9.]+) - ([0-9-]+)$" OR NOT CMAKE_MATCH_1 VERSION_EQUAL PROJECT_VERSION)
+    message(FATAL_ERROR "CHANGELOG.md begins with \"${TAVLO_LATEST_CHANGE}\", not with version ${PROJECT_VERSION}.")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C date --utc -R -d "${CMAKE_MATCH_2} 12:00"
+    OUTPUT_VARIABLE TAVLO_PACKAGE_DATE OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/CHANGELOG.md)
+configure_file(${TAVLO_PACKAGING_DIR}/changelog.in ${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian @ONLY)
+
+tavlo_compress(${TAVLO_PACKAGING_DIR}/man/tavlo.1 man1/tavlo.1.gz)
+tavlo_compress(${TAVLO_PACKAGING_DIR}/man/tavlo.nl.1 nl/man1/tavlo.1.gz)
+tavlo_compress(${CMAKE_SOURCE_DIR}/CHANGELOG.md changelog.gz)
+tavlo_compress(${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian changelog.Debian.gz)
+
+add_custom_target(tavlo_packaging ALL DEPENDS ${TAVLO_ICON_FILES} ${TAVLO_COMPRESSED_FILES})
+
+# A folder that is made on the way gets the mode that packages ask for, whatever the builder's umask.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tavlo)
+
+install(TARGETS tavlo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES ${TAVLO_PACKAGING_DIR}/${TAVLO_ID}.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+install(FILES ${TAVLO_PACKAGING_DIR}/${TAVLO_ID}.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+install(FILES ${TAVLO_PACKAGING_DIR}/nl.pelloquintar.Tavlo1.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces)
+
+set(TAVLO_HICOLOR ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
+install(FILES ${TAVLO_ICON_DIR}/scalable.svg DESTINATION ${TAVLO_HICOLOR}/scalable/apps RENAME ${TAVLO_ID}.svg)
+install(FILES ${TAVLO_ICON_DIR}/symbolic.svg DESTINATION ${TAVLO_HICOLOR}/symbolic/apps RENAME ${TAVLO_ID}-symbolic.svg)
+foreach(size IN LISTS TAVLO_ICON_SIZES)
+    install(FILES ${TAVLO_ICON_DIR}/${size}.png
+        DESTINATION ${TAVLO_HICOLOR}/${size}x${size}/apps RENAME ${TAVLO_ID}.png)
+endforeach()
+
+install(FILES ${TAVLO_PACKAGING_BINARY_DIR}/man1/tavlo.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${TAVLO_PACKAGING_BINARY_DIR}/nl/man1/tavlo.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/nl/man1)
+install(FILES
+    ${TAVLO_PACKAGING_DIR}/copyright
+    ${TAVLO_PACKAGING_BINARY_DIR}/changelog.gz
+    DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian.gz
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tavlo_debian)
+
+# The local engine is the distribution's own whisper-cli. Where the distribution has none yet the link leads nowhere,
+# and the program goes on to the user's own one, until an upgrade of the distribution brings it.
+set(TAVLO_WHISPER_CLI /usr/bin/whisper-cli CACHE STRING "The program that the link to the local engine leads to")
+install(CODE "
+    set(folder \"${CMAKE_INSTALL_LIBEXECDIR}/tavlo\")
+    set(target \"${TAVLO_WHISPER_CLI}\")
+    if(CMAKE_INSTALL_PREFIX MATCHES \"/usr\$\" AND target MATCHES \"^/usr/\")
+        # Within one top-level folder packages link relatively.
+        file(RELATIVE_PATH target \"/usr/\${folder}\" \"\${target}\")
+    endif()
+    set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/\${folder}\")
+    message(STATUS \"Installing: \${folder}/whisper-cli -> \${target}\")
+    file(MAKE_DIRECTORY \"\${folder}\")
+    file(CREATE_LINK \"\${target}\" \"\${folder}/whisper-cli\" SYMBOLIC)
+    list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBEXECDIR}/tavlo/whisper-cli\")
+" COMPONENT tavlo)

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "hotkeys/hotkey_display.h"
+
+#include <functional>
+
+namespace tavlo {
+
+// The windows that the menu opens. Main thread.
+class AppWindows {
+public:
+    virtual ~AppWindows() = default;
+
+    virtual void openSettings() = 0;
+    virtual void openAbout() = 0;
+    // See HotkeyDisplay.
+    virtual void showTypingKeyAlert(const TypingKeyAlert& alert, std::function<void(TypingKeyAnswer)> answered) = 0;
+};
+
+}  // namespace tavlo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "app/app_windows.h"
+#include "ui/about_window.h"
+#include "ui/settings_window.h"
+#include "ui/typing_key_alert.h"
+
+#include <QString>
+
+#include <optional>
+
+namespace tavlo {
+
+// The menu's windows as real ones. Main thread.
+class DesktopWindows : public AppWindows {
+public:
+    DesktopWindows(SettingsWindowParts settings, const QString& version, AboutWindowActions about);
+
+    void openSettings() override;
+    void openAbout() override;
+    void showTypingKeyAlert(const TypingKeyAlert& alert, std::function<void(TypingKeyAnswer)> answered) override;
+
+private:
+    const SettingsWindowParts m_settingsParts;
+    // Made at its first opening: its controls load fonts, which no user needs who only dictates.
+    std::optional<SettingsWindow> m_settings;
+    AboutWindow m_about;
+    TypingKeyAlertBox m_alert;
+};
+
+}  // namespace tavlo

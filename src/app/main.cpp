@@ -1,0 +1,153 @@
+#include "app/app_delegate.h"
+#include "app/desktop_windows.h"
+#include "engines/cloud_client.h"
+#include "engines/local_runner.h"
+#include "engines/model_downloader.h"
+#include "platform/linux/freedesktop/autostart_login_item.h"
+#include "platform/linux/freedesktop/bus_notification.h"
+#include "platform/linux/freedesktop/process_exit.h"
+#include "platform/linux/freedesktop/session_bus_control.h"
+#include "platform/linux/freedesktop/termination_signals.h"
+#include "platform/linux/panel/linux_panel_appearance.h"
+#include "platform/linux/panel/linux_tray_host.h"
+#include "platform/linux/pulse/pulse_audio_input.h"
+#include "platform/linux/pulse/pulse_connection.h"
+#include "platform/linux/pulse/pulse_output_volume.h"
+#include "platform/linux/pulse/pulse_sound_player.h"
+#include "platform/linux/qt/local_key_filter.h"
+#include "platform/linux/qt/qt_background_queue.h"
+#include "platform/linux/qt/qt_main_queue.h"
+#include "platform/linux/qt/qt_pasteboard.h"
+#include "platform/linux/qt/qt_workspace.h"
+#include "platform/linux/secretservice/secret_service_store.h"
+#include "platform/linux/session_bus_address.h"
+#include "platform/linux/x11/x11_desktop.h"
+#include "settings/config_file.h"
+#include "settings/file_log.h"
+#include "settings/keychain.h"
+#include "settings/locations.h"
+#include "ui/message_hud.h"
+#include "ui/offer_window.h"
+#include "ui/recording_hud.h"
+#include "ui/tray_status_item.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+
+#include <optional>
+
+namespace tavlo {
+namespace {
+
+const QString kVersion = QStringLiteral(TAVLO_VERSION);
+
+int run(QApplication& application)
+{
+    const Locations locations = Locations::forThisProcess();
+    FileLog log(locations.kLogURL);
+    QtMainQueue queue;
+
+    // Whatever is called back below comes from the event loop, by when the application object is there.
+    std::optional<AppDelegate> delegate;
+    SessionBusControl control(queue, kVersion);
+    const ClaimResult claim = control.claim(
+        {[&delegate] { delegate->menuToggle(); }, [&delegate] { delegate->cancelRecording(); },
+         [&delegate] { delegate->pasteAgain(); }, [&delegate] { delegate->perform(MenuAction::OpenSettings, {}); }});
+    if (claim == ClaimResult::AlreadyRunning) {
+        return 0;
+    }
+
+    // The queue waits for its tasks at the end, so what they use stands before it.
+    LocalRunner local(locations, log);
+    QtBackgroundQueue background;
+
+    PulseConnection sound;
+    PulseAudioInput audioInput(sound, queue);
+    PulseOutputVolume outputVolume(sound, queue);
+    PulseSoundPlayer sounds(sound);
+    SecretServiceStore secrets(queue, Keychain::service);
+    Keychain keychain(secrets);
+    ConfigFile file(locations.kConfigURL, keychain, log);
+    QtPasteboard pasteboard;
+    QtWorkspace workspace;
+    AutostartLoginItem loginItem = AutostartLoginItem::forProgram(QCoreApplication::applicationFilePath());
+    X11Desktop desktop(pasteboard, workspace);
+    BusNotification notification;
+    const QDBusConnection sessionBus = QDBusConnection::sessionBus();
+
+    CloudClient cloud;
+    ModelDownloader downloader(locations, log, queue, kModelRemoteURL);
+    OfferWindow offer(downloader, desktop.screens);
+    RecordingHUD hud(desktop.screens);
+    MessageHUD msgHud(queue, desktop.screens);
+
+    LinuxTrayHost trayHost(sessionBus);
+    LinuxPanelAppearance panelAppearance(sessionBus, qEnvironmentVariable("XDG_CURRENT_DESKTOP"));
+    TrayStatusItem statusItem(
+        queue, trayHost, panelAppearance,
+        [&delegate](MenuAction action, const QVariant& object) { delegate->perform(action, object); },
+        [&delegate](bool isThere) { delegate->trayChanged(isThere); });
+    DesktopWindows windows(
+        {file, keychain, secrets, log, workspace, desktop.screens, [&delegate] { delegate->settingsSaved(); }},
+        kVersion, {[&delegate] { delegate->openWebsite(); }, [&delegate] { delegate->openFeedback(); }});
+    delegate.emplace(AppParts{
+        .locations = locations,
+        .queue = queue,
+        .background = background,
+        .audioInput = audioInput,
+        .outputVolume = outputVolume,
+        .sounds = sounds,
+        .secrets = secrets,
+        .keyboard = desktop.keyboardMonitor,
+        .pasteboard = pasteboard,
+        .keystroke = desktop.pasteKeystroke,
+        .loginItem = loginItem,
+        .workspace = workspace,
+        .cloud = cloud,
+        .local = local,
+        .offer = offer,
+        .statusItem = statusItem,
+        .hud = hud,
+        .msgHud = msgHud,
+        .windows = windows,
+        .notification = notification,
+        .control = control,
+        .file = file,
+        .log = log,
+    });
+    LocalKeyFilter localKeys(desktop.keyboardMonitor, [&delegate] { return delegate->isCapturing(); });
+    const auto terminate = [&delegate, &outputVolume, &local] {
+        delegate->applicationWillTerminate();
+        outputVolume.flush();
+        local.stop();
+    };
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, terminate);
+    // An X server that goes takes the process along without a word to the event loop.
+    const ProcessExit processExit(terminate);
+    const TerminationSignals signals([] { QCoreApplication::quit(); });
+    delegate->applicationDidFinishLaunching();
+    if (claim == ClaimResult::NoBus) {
+        // Not before: at the very first start the launch makes the folder in which the log stands.
+        log.appLog(QStringLiteral("Geen sessiebus: Tavlo draait zonder besturing van buitenaf"));
+    }
+    const int result = application.exec();
+    // It still closes the microphone when a recording runs: while there is one to close.
+    delegate.reset();
+    return result;
+}
+
+}  // namespace
+}  // namespace tavlo
+
+int main(int argc, char** argv)
+{
+    // Tavlo takes no options: the toolkit is not to take any either.
+    argc = 1;
+    tavlo::keepLibrariesFromStartingABus();
+    QApplication application(argc, argv);
+    // Not as the display name, which the toolkit would add to the windows' titles.
+    QApplication::setApplicationName(QStringLiteral("Tavlo"));
+    QApplication::setDesktopFileName(QStringLiteral("nl.pelloquintar.tavlo"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    return tavlo::run(application);
+}

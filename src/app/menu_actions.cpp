@@ -1,0 +1,76 @@
+#include "app/menu_actions.h"
+
+#include "app/status_board.h"
+#include "platform/login_item.h"
+#include "platform/workspace.h"
+#include "settings/app_log.h"
+#include "settings/config_file.h"
+#include "settings/language.h"
+#include "settings/locations.h"
+
+#include <QMetaType>
+#include <QUrl>
+
+namespace tavlo {
+
+MenuActions::MenuActions(ConfigFile& file, LoginItem& loginItem, Workspace& workspace, StatusBoard& board, AppLog& log,
+                         std::function<void(const QString&)> flashError)
+    : m_file(file),
+      m_loginItem(loginItem),
+      m_workspace(workspace),
+      m_board(board),
+      m_log(log),
+      m_flashError(std::move(flashError))
+{
+}
+
+void MenuActions::pickLanguage(const QVariant& representedObject)
+{
+    if (representedObject.typeId() != QMetaType::QString) {
+        return;
+    }
+    const QString code = representedObject.toString();
+    m_file.update(QStringLiteral("app_language"), code);
+    gLang = code;
+    m_log.appLog(QStringLiteral("Taal gewijzigd naar ") + code);
+    m_board.setStatusLine(readyText());
+}
+
+void MenuActions::toggleDuck()
+{
+    m_file.update(QStringLiteral("duck_enabled"), !m_file.loadWithoutKey().duckEnabled);
+    m_board.buildMenu();
+}
+
+void MenuActions::toggleLogin()
+{
+    const auto done = m_loginItem.isEnabled() ? m_loginItem.disable() : m_loginItem.enable();
+    if (done) {
+        m_board.buildMenu();
+    } else {
+        m_flashError(t(QStringLiteral("Login-item: "), QStringLiteral("Login item: ")) + done.error().description);
+    }
+}
+
+void MenuActions::openConfig()
+{
+    m_workspace.open(QUrl::fromLocalFile(m_file.path()));
+}
+
+void MenuActions::openWebsite()
+{
+    m_workspace.open(QUrl(kWebsiteURL));
+}
+
+void MenuActions::openFeedback()
+{
+    m_workspace.open(QUrl(kFeedbackURL));
+}
+
+QString readyText()
+{
+    return t(QStringLiteral("Klaar - druk op de sneltoets om te dicteren"),
+             QStringLiteral("Ready - press the hotkey to dictate"));
+}
+
+}  // namespace tavlo

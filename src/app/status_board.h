@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+namespace tavlo {
+
+class ConfigFile;
+class LoginItem;
+class Recorder;
+class StatusItem;
+struct Config;
+struct SessionState;
+
+// Shows the session's state in the panel: the icon and the menu, which is built anew after every change. Main thread.
+class StatusBoard {
+public:
+    StatusBoard(SessionState& state, const Recorder& recorder, const ConfigFile& file, LoginItem& loginItem,
+                StatusItem& statusItem);
+
+    // Sets the menu's first line and rebuilds the menu.
+    void setStatusLine(const QString& text);
+    // The same for a caller who has just read the settings, where a second question to the keyring would cost time.
+    void setStatusLine(const QString& text, const Config& config);
+    // Throws the old menu away and builds one from the current state and the settings read afresh.
+    void buildMenu();
+    void setIcon(const QString& state);
+
+    // Called after every rebuild: whoever shows the state elsewhere reads it then.
+    std::function<void()> changed;
+
+private:
+    void buildMenu(const Config& config);
+
+    SessionState& m_state;
+    const Recorder& m_recorder;
+    const ConfigFile& m_file;
+    LoginItem& m_loginItem;
+    StatusItem& m_statusItem;
+};
+
+}  // namespace tavlo

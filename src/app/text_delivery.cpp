@@ -1,0 +1,47 @@
+#include "app/text_delivery.h"
+
+#include "app/session_state.h"
+#include "app/status_board.h"
+#include "platform/paste_keystroke.h"
+#include "platform/pasteboard.h"
+#include "platform/sound_player.h"
+#include "settings/language.h"
+
+namespace tavlo {
+
+namespace {
+
+// Time for the clipboard's new owner to become known before an application asks for its content.
+constexpr std::chrono::milliseconds kKeystrokeDelay{150};
+
+}  // namespace
+
+TextDelivery::TextDelivery(SessionState& state, MainQueue& queue, Pasteboard& pasteboard, PasteKeystroke& keystroke,
+                           SoundPlayer& sounds, StatusBoard& board)
+    : m_state(state), m_queue(queue), m_pasteboard(pasteboard), m_keystroke(keystroke), m_sounds(sounds), m_board(board)
+{
+}
+
+void TextDelivery::paste(const QString& text)
+{
+    m_pasteboard.setText(text);
+    if (m_keystroke.isTrusted()) {
+        m_queue.postAfter(kKeystrokeDelay, m_lifetime.reference(), [this] { m_keystroke.sendPaste(); });
+        return;
+    }
+    m_board.setStatusLine(
+        t(QStringLiteral(
+              "⚠️ Tekst staat op klembord (⌘V) - zet Toegankelijkheid weer aan voor automatisch plakken"),
+          QStringLiteral("⚠️ Text is on the clipboard (⌘V) - re-enable Accessibility for automatic pasting")));
+    m_sounds.playSound(QStringLiteral("Basso"), 0.4F);
+    m_keystroke.openTrustSettings();
+}
+
+void TextDelivery::pasteAgain()
+{
+    if (!m_state.lastText.isEmpty()) {
+        paste(m_state.lastText);
+    }
+}
+
+}  // namespace tavlo

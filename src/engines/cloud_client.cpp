@@ -1,0 +1,60 @@
+#include "engines/cloud_client.h"
+
+#include "engines/cloud_session.h"
+#include "engines/network_thread.h"
+
+#include <utility>
+
+namespace tavlo {
+
+class CloudClient::Session {
+public:
+    Session(TransferLimits limits, const QList<QSslCertificate>& authorities)
+        : m_requests(std::make_shared<CloudSession>(limits, authorities)), m_thread(QStringLiteral("tavlo-http"))
+    {
+    }
+
+    ~Session()
+    {
+        post([](CloudSession& requests) { requests.close(); });
+    }
+
+    void post(std::function<void(CloudSession&)> task)
+    {
+        m_thread.post([requests = m_requests, task = std::move(task)] { task(*requests); });
+    }
+
+private:
+    std::shared_ptr<CloudSession> m_requests;  // shared with the tasks, in case the thread outlives this object
+    NetworkThread m_thread;
+};
+
+CloudClient::CloudClient(TransferLimits limits, QList<QSslCertificate> authorities)
+    : m_limits(limits), m_authorities(std::move(authorities))
+{
+}
+
+CloudClient::~CloudClient() = default;
+
+CloudClient::Session& CloudClient::session()
+{
+    if (!m_session) {
+        m_session = std::make_unique<Session>(m_limits, m_authorities);
+    }
+    return *m_session;
+}
+
+void CloudClient::warmUp()
+{
+    session().post([](CloudSession& requests) { requests.prepare(); });
+}
+
+void CloudClient::transcribeCloud(const QByteArray& wav, const Config& config,
+                                  std::function<void(TranscriptionResult)> completion)
+{
+    session().post([wav, config, completion = std::move(completion)](CloudSession& requests) {
+        requests.send(wav, config, completion);
+    });
+}
+
+}  // namespace tavlo

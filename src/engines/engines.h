@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/result.h"
+#include "settings/config.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+
+namespace tavlo {
+
+// A transcript, or the failure that took its place.
+using TranscriptionResult = Result<QString>;
+
+class CloudEngine {
+public:
+    virtual ~CloudEngine() = default;
+
+    // A recording has begun: whatever takes time before a first request may be made now. Opens no connection.
+    // Returns at once. Main thread.
+    virtual void warmUp() = 0;
+    // Sends one recording, a complete WAV image, to the provider of `config`. Returns at once; `completion` is called
+    // exactly once, later, on a thread of the client's own. Main thread.
+    virtual void transcribeCloud(const QByteArray& wav, const Config& config,
+                                 std::function<void(TranscriptionResult)> completion) = 0;
+};
+
+class LocalEngine {
+public:
+    virtual ~LocalEngine() = default;
+
+    // Whether the model file is there and complete. Any thread.
+    virtual bool localModelReady() const = 0;
+    // Transcribes a WAV file; of `config` only the spoken language is read. Blocks until the child process has
+    // ended; never on the main thread.
+    virtual TranscriptionResult transcribeLocal(const QString& wavPath, const Config& config) = 0;
+};
+
+enum class ModelOutcome { Installed, Declined };
+
+class ModelOffer {
+public:
+    virtual ~ModelOffer() = default;
+
+    // Offers the download of the model to the user. `completion` is called at most once, on the main thread.
+    virtual void offerModelDownload(std::function<void(ModelOutcome)> completion) = 0;
+};
+
+}  // namespace tavlo

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/result.h"
+
+#include <QAbstractSocket>
+#include <QNetworkReply>
+#include <QString>
+
+#include <system_error>
+
+namespace tavlo {
+
+// Failures of the platform, passed on unchanged. Their codes are those of QNetworkReply::NetworkError, of
+// QAbstractSocket::SocketError, of QFileDevice::FileError and of errno.
+inline const QString kNetworkErrorDomain = QStringLiteral("QNetworkReply");
+inline const QString kSocketErrorDomain = QStringLiteral("QAbstractSocket");
+inline const QString kFileErrorDomain = QStringLiteral("QFileDevice");
+inline const QString kSystemErrorDomain = QStringLiteral("errno");
+
+inline Error socketError(const QAbstractSocket& socket)
+{
+    return {kSocketErrorDomain, socket.error(), socket.errorString()};
+}
+
+Error cancellationError();
+
+// The server's answer breaks the rules of HTTP, or is no HTTP at all.
+Error invalidAnswerError();
+
+// A limit of a TransferClock has passed.
+Error timeoutError();
+
+// `code` is an errno value.
+Error systemError(int code);
+
+inline Error systemError(const std::error_code& error)
+{
+    return systemError(error.value());
+}
+
+}  // namespace tavlo

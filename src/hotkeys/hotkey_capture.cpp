@@ -1,0 +1,186 @@
+#include "hotkeys/hotkey_capture.h"
+
+#include "hotkeys/hotkey_catalogue.h"
+#include "hotkeys/hotkey_display.h"
+#include "settings/app_log.h"
+#include "settings/config_file.h"
+#include "settings/language.h"
+
+#include <QMetaType>
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+
+namespace tavlo {
+
+namespace {
+
+constexpr std::uint16_t kSpaceKeyCode = 49;
+// Keys of ordinary typing: space, Return, Tab and Delete backwards.
+constexpr std::array<std::uint16_t, 4> kCommonTypingKeys = {kSpaceKeyCode, 36, 48, 51};
+// The message waits until the menu from which the capture was started has closed.
+constexpr std::chrono::milliseconds kPromptDelay{300};
+
+QString selectionCancelled()
+{
+    return t(QStringLiteral("Toetskeuze geannuleerd"), QStringLiteral("Key selection cancelled"));
+}
+
+bool canNameAKey(char32_t character)
+{
+    return QChar::isLetter(character) || QChar::isDigit(character) || QChar::digitValue(character) >= 0 ||
+           QChar::isPunct(character) || QChar::isSymbol(character);
+}
+
+QString keyName(const KeyEvent& event)
+{
+    if (event.keyCode == kSpaceKeyCode) {
+        return t(QStringLiteral("Spatie"), QStringLiteral("Space"));
+    }
+    if (const auto known = kKeyNames.constFind(event.keyCode); known != kKeyNames.constEnd()) {
+        return *known;
+    }
+    const QString& characters = event.charactersIgnoringModifiers;
+    if (!characters.isEmpty() && canNameAKey(characters.toUcs4().constFirst())) {
+        QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, characters);
+        return characters.left(finder.toNextBoundary()).toUpper();
+    }
+    return numberedKeyLabel(event.keyCode);
+}
+
+}  // namespace
+
+HotkeyCapture::HotkeyCapture(MainQueue& queue, ConfigFile& file, AppLog& log, HotkeyDisplay& display)
+    : m_queue(queue), m_file(file), m_log(log), m_display(display)
+{
+}
+
+void HotkeyCapture::startCapture()
+{
+    if (m_display.isRecording() || m_display.isBusy()) {
+        return;
+    }
+    m_display.setCapturing(true);
+    m_display.setIcon(QStringLiteral("keyboard"));
+    m_queue.postAfter(kPromptDelay, m_lifetime.reference(), [this] {
+        if (m_display.isCapturing()) {
+            m_display.showMessage(
+                t(QStringLiteral(
+                      "⌨️  Druk nu op de toets die je als sneltoets wilt gebruiken - Esc om te annuleren"),
+                  QStringLiteral("⌨️  Now press the key you want to use as the hotkey - Esc to cancel")),
+                std::nullopt);
+        }
+    });
+    m_display.setStatusLine(t(QStringLiteral("Druk nu op de gewenste toets… (Esc = annuleren)"),
+                              QStringLiteral("Now press the key you want… (Esc = cancel)")));
+}
+
+void HotkeyCapture::captureModifier(const KeyEvent& event)
+{
+    if (!m_display.isCapturing()) {
+        return;
+    }
+    if (event.keyCode == kCapsLockKeyCode) {
+        m_display.showMessage(
+            t(QStringLiteral("Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"),
+              QStringLiteral("Caps Lock is not suitable - press another key (Esc = cancel)")),
+            std::nullopt);
+        m_display.setStatusLine(t(QStringLiteral("Caps Lock is niet geschikt - kies een andere toets"),
+                                  QStringLiteral("Caps Lock is not suitable - choose another key")));
+        return;
+    }
+    const std::uint64_t flag = modifierFlag(event.keyCode);
+    // Other keys say nothing here, and a key that went up has not been chosen.
+    if (flag == 0 || (event.modifierFlags & flag) != flag) {
+        return;
+    }
+    saveCustomHotkey(event.keyCode, modifierLabel(event.keyCode).value_or(numberedKeyLabel(event.keyCode)), true);
+}
+
+void HotkeyCapture::finishCapture(const KeyEvent& event)
+{
+    if (!m_display.isCapturing()) {
+        return;
+    }
+    if (event.keyCode == kEscapeKeyCode) {
+        m_display.setCapturing(false);
+        m_display.setIcon(QStringLiteral("mic"));
+        m_display.showMessage(selectionCancelled(), 1.5);
+        m_display.setStatusLine(selectionCancelled());
+        return;
+    }
+    const QString name = keyName(event);
+    if (std::find(kCommonTypingKeys.begin(), kCommonTypingKeys.end(), event.keyCode) == kCommonTypingKeys.end()) {
+        saveCustomHotkey(event.keyCode, name, false);
+        return;
+    }
+    warnAboutTypingKey(event.keyCode, name);
+}
+
+void HotkeyCapture::warnAboutTypingKey(std::uint16_t keyCode, const QString& name)
+{
+    m_display.setCapturing(false);
+    m_display.hideMessage();
+    m_display.setIcon(QStringLiteral("mic"));
+    const TypingKeyAlert alert = {
+        QLatin1Char('\'') + name +
+            t(QStringLiteral("' is een veelgebruikte typtoets"), QStringLiteral("' is a commonly used typing key")),
+        t(QStringLiteral("Als je deze toets als sneltoets instelt, start of stopt de opname élke keer dat je hem "
+                         "ergens typt. Een F-toets (of §) is meestal een betere keuze."),
+          QStringLiteral("If you set this key as the hotkey, recording will start or stop every time you type it "
+                         "anywhere. An F-key (or §) is usually a better choice.")),
+        t(QStringLiteral("Andere toets kiezen"), QStringLiteral("Choose another key")),
+        t(QStringLiteral("Toch gebruiken"), QStringLiteral("Use anyway")),
+        t(QStringLiteral("Annuleer"), QStringLiteral("Cancel")),
+    };
+    m_display.showTypingKeyAlert(alert, [this, alive = m_lifetime.reference(), keyCode, name](TypingKeyAnswer answer) {
+        if (alive.expired()) {
+            return;
+        }
+        switch (answer) {
+            case TypingKeyAnswer::ChooseAnother:
+                startCapture();
+                break;
+            case TypingKeyAnswer::UseAnyway:
+                saveCustomHotkey(keyCode, name, false);
+                break;
+            case TypingKeyAnswer::Cancel:
+                m_display.setStatusLine(selectionCancelled());
+                break;
+        }
+    });
+}
+
+void HotkeyCapture::saveCustomHotkey(std::uint16_t keyCode, const QString& label, bool isModifier)
+{
+    m_display.setCapturing(false);
+    m_file.update(QStringLiteral("hotkey"), QStringLiteral("custom"));
+    m_file.update(QStringLiteral("custom_keycode"), keyCode);
+    m_file.update(QStringLiteral("custom_label"), label);
+    m_file.update(QStringLiteral("custom_is_modifier"), isModifier);
+    m_display.setIcon(QStringLiteral("mic"));
+    m_display.showMessage(t(QStringLiteral("✓ Sneltoets is nu: "), QStringLiteral("✓ Hotkey is now: ")) + label, 2.5);
+    m_log.appLog(QStringLiteral("Sneltoets gewijzigd naar ") + label + QStringLiteral(" (keycode ") +
+                 QString::number(keyCode) + QLatin1Char(')'));
+    m_display.setStatusLine(t(QStringLiteral("Sneltoets is nu: "), QStringLiteral("Hotkey is now: ")) + label);
+}
+
+void HotkeyCapture::pickHotkey(const QVariant& representedObject)
+{
+    if (representedObject.typeId() != QMetaType::QString) {
+        return;
+    }
+    const QString id = representedObject.toString();
+    m_file.update(QStringLiteral("hotkey"), id);
+    QString text =
+        t(QStringLiteral("Sneltoets is nu: "), QStringLiteral("Hotkey is now: ")) + currentHotkey(m_file).label();
+    if (id == QLatin1String("fn")) {
+        text += t(QStringLiteral(" - zet evt. Systeeminstellingen ▸ Toetsenbord ▸ 'Druk op 🌐' op 'Doe niets'"),
+                  QStringLiteral(" - you may want to set System Settings ▸ Keyboard ▸ 'Press 🌐' to 'Do Nothing'"));
+    }
+    m_display.setStatusLine(text);
+}
+
+}  // namespace tavlo

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/keyboard_monitor.h"
+#include "platform/main_queue.h"
+
+#include <QString>
+#include <QVariant>
+
+#include <cstdint>
+
+namespace tavlo {
+
+class AppLog;
+class ConfigFile;
+class HotkeyDisplay;
+
+// Choosing the hotkey: a row of the catalogue, or any key by pressing it. Main thread.
+class HotkeyCapture {
+public:
+    HotkeyCapture(MainQueue& queue, ConfigFile& file, AppLog& log, HotkeyDisplay& display);
+
+    void startCapture();
+    void captureModifier(const KeyEvent& event);
+    void finishCapture(const KeyEvent& event);
+    void saveCustomHotkey(std::uint16_t keyCode, const QString& label, bool isModifier);
+    // `representedObject` is the menu item's value: the row's id, or anything else, which does nothing.
+    void pickHotkey(const QVariant& representedObject);
+
+private:
+    void warnAboutTypingKey(std::uint16_t keyCode, const QString& name);
+
+    MainQueue& m_queue;
+    ConfigFile& m_file;
+    AppLog& m_log;
+    HotkeyDisplay& m_display;
+    Lifetime m_lifetime;
+};
+
+}  // namespace tavlo

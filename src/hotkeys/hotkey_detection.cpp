@@ -1,0 +1,45 @@
+#include "hotkeys/hotkey_detection.h"
+
+#include "hotkeys/hotkey_catalogue.h"
+
+namespace tavlo {
+
+HotkeyDetection::HotkeyDetection(MainQueue& queue, const ConfigFile& file, HotkeyTarget& target)
+    : m_queue(queue), m_file(file), m_target(target)
+{
+}
+
+void HotkeyDetection::handleFlags(const KeyEvent& event)
+{
+    if (m_target.isCapturing()) {
+        m_queue.post(m_lifetime.reference(), [this, event] { m_target.captureModifier(event); });
+        return;
+    }
+    const HotkeyOption hotkey = currentHotkey(m_file);
+    if (hotkey.flag == 0 || event.keyCode != hotkey.keyCode) {
+        return;
+    }
+    // The left and the right key share the flag, so a release fires as well while the other one is held.
+    if ((event.modifierFlags & hotkey.flag) == hotkey.flag) {
+        m_queue.post(m_lifetime.reference(), [this] { m_target.toggle(); });
+    }
+}
+
+void HotkeyDetection::handleKeyDown(const KeyEvent& event)
+{
+    if (m_target.isCapturing()) {
+        m_queue.post(m_lifetime.reference(), [this, event] { m_target.finishCapture(event); });
+        return;
+    }
+    if (event.keyCode == kEscapeKeyCode && m_target.isRecording()) {
+        m_queue.post(m_lifetime.reference(), [this] { m_target.cancelRecording(); });
+        return;
+    }
+    const HotkeyOption hotkey = currentHotkey(m_file);
+    if (hotkey.flag != 0 || event.keyCode != hotkey.keyCode || event.repeat == KeyRepeat::AutoRepeat) {
+        return;
+    }
+    m_queue.post(m_lifetime.reference(), [this] { m_target.toggle(); });
+}
+
+}  // namespace tavlo

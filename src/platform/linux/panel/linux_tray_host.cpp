@@ -1,0 +1,76 @@
+#include "platform/linux/panel/linux_tray_host.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+
+namespace tavlo {
+
+namespace {
+
+const QString kWatcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
+const QString kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
+
+}  // namespace
+
+LinuxTrayHost::LinuxTrayHost(const QDBusConnection& sessionBus)
+    : m_bus(sessionBus),
+      m_watcher(kWatcherName, m_bus, QDBusServiceWatcher::WatchForOwnerChange),
+      m_x11Tray([this] { m_observers.notify(); })
+{
+    connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString&, const QString&, const QString& owner) {
+                if (owner.isEmpty()) {
+                    setBusHost(false);
+                } else {
+                    askBus();
+                }
+            });
+    for (const char* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"}) {
+        m_bus.connect(kWatcherName, kWatcherPath, kWatcherName, QLatin1String(signal), this, SLOT(askBus()));
+    }
+    m_bus.connect(kWatcherName, kWatcherPath, kProperties, QStringLiteral("PropertiesChanged"), this, SLOT(askBus()));
+    askBus();
+}
+
+TrayKind LinuxTrayHost::kind() const
+{
+    if (m_busHost) {
+        return TrayKind::Bus;
+    }
+    return m_x11Tray.present() ? TrayKind::Embedding : TrayKind::None;
+}
+
+bool LinuxTrayHost::offers(TrayKind kind) const
+{
+    return (kind == TrayKind::Bus && m_busHost) || (kind == TrayKind::Embedding && m_x11Tray.present());
+}
+
+void LinuxTrayHost::askBus()
+{
+    if (!m_bus.isConnected()) {
+        return;
+    }
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(kWatcherName, kWatcherPath, kProperties, QStringLiteral("Get"));
+    question << kWatcherName << QStringLiteral("IsStatusNotifierHostRegistered");
+    question.setAutoStartService(false);
+    auto* call = new QDBusPendingCallWatcher(m_bus.asyncCall(question), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+        call->deleteLater();
+        const QDBusPendingReply<QDBusVariant> reply = *call;
+        setBusHost(reply.isValid() && reply.value().variant().toBool());
+    });
+}
+
+void LinuxTrayHost::setBusHost(bool present)
+{
+    if (m_busHost != present) {
+        m_busHost = present;
+        m_observers.notify();
+    }
+}
+
+}  // namespace tavlo

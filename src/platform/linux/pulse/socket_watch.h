@@ -1,0 +1,36 @@
+#pragma once
+
+#include <pulse/mainloop-api.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tavlo {
+
+// Tells when a local sound server's socket appears, so that an absent server is not asked for again and again. Works
+// on the main loop's thread, or under its lock.
+class SocketWatch {
+public:
+    SocketWatch(pa_mainloop_api* loop, std::function<void()> appeared);
+    ~SocketWatch();
+    SocketWatch(const SocketWatch&) = delete;
+    SocketWatch& operator=(const SocketWatch&) = delete;
+
+    // Looks out until `stop`. Without inotify it never reports anything; the caller then has its own slow retries.
+    void start();
+    void stop();
+
+private:
+    static void readable(pa_mainloop_api* loop, pa_io_event* event, int fd, pa_io_event_flags_t flags, void* self);
+    void watchFolders() const;
+    void drain();
+
+    pa_mainloop_api* m_loop;
+    std::function<void()> m_appeared;
+    std::vector<std::string> m_folders;
+    int m_fd = -1;
+    pa_io_event* m_event = nullptr;
+};
+
+}  // namespace tavlo

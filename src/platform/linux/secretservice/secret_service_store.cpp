@@ -1,0 +1,84 @@
+#include "platform/linux/secretservice/secret_service_store.h"
+
+#include "platform/linux/secretservice/secret_service_thread.h"
+
+#include <chrono>
+#include <utility>
+
+namespace tavlo {
+
+namespace {
+
+constexpr std::chrono::milliseconds kCallTime{1000};
+
+}  // namespace
+
+SecretServiceStore::SecretServiceStore(MainQueue& queue, QString service)
+    : m_queue(queue), m_service(std::move(service))
+{
+}
+
+SecretServiceStore::~SecretServiceStore() = default;
+
+SecretServiceThread& SecretServiceStore::thread()
+{
+    if (!m_thread) {
+        m_thread = std::make_unique<SecretServiceThread>([this, alive = m_lifetime.reference()] {
+            // On the other thread, and never after this object's own thread object is gone.
+            m_queue.post(alive, [this] { tell(); });
+        });
+    }
+    return *m_thread;
+}
+
+void SecretServiceStore::tell()
+{
+    const Handlers handlers = *m_handlers;
+    for (const auto& [id, handler] : handlers) {
+        if (m_handlers->count(id) > 0) {
+            handler();
+        }
+    }
+}
+
+void SecretServiceStore::deleteItems(const QString& service, const QString& account)
+{
+    thread().runWithin(kCallTime,
+                       [service, account](SecretServiceClient& client) { client.deleteItems(service, account); });
+}
+
+bool SecretServiceStore::add(const QString& service, const QString& account, const QByteArray& data)
+{
+    // Shared, since the call may outlast this function.
+    const auto added = std::make_shared<bool>(false);
+    const bool done = thread().runWithin(kCallTime, [service, account, data, added](SecretServiceClient& client) {
+        *added = client.add(service, account, data);
+    });
+    return done && *added;
+}
+
+std::optional<QByteArray> SecretServiceStore::find(const QString& service, const QString& account)
+{
+    m_answeredLastFind = false;
+    if (thread().isOccupied()) {
+        return std::nullopt;  // A late answer would be of no use to anybody.
+    }
+    const auto found = std::make_shared<std::optional<QByteArray>>();
+    m_answeredLastFind = thread().runWithin(
+        kCallTime, [service, account, found](SecretServiceClient& client) { *found = client.find(service, account); });
+    return m_answeredLastFind ? *found : std::nullopt;
+}
+
+void SecretServiceStore::requestUnlock()
+{
+    thread().post([service = m_service](SecretServiceClient& client) { client.unlock(service); });
+}
+
+Registration SecretServiceStore::onAvailabilityChange(std::function<void()> changed)
+{
+    const int id = m_nextHandler++;
+    (*m_handlers)[id] = std::move(changed);
+    return Registration([handlers = m_handlers, id] { handlers->erase(id); });
+}
+
+}  // namespace tavlo

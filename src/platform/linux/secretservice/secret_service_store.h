@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/main_queue.h"
+#include "platform/secret_store.h"
+
+#include <map>
+#include <memory>
+
+namespace tavlo {
+
+class SecretServiceThread;
+
+// The desktop's keyring, through the Secret Service. Items are known by the attributes `service` and `account` alone
+// and found in whatever collection they are; new ones go to the default collection, and nowhere when there is none or
+// it is locked. A thread of its own talks to the service, so that a service or a bus that does not answer costs the
+// main thread one second once: until that call has come back, further ones behave as with an empty store, except that
+// deletions and additions are still carried out when the service answers again. Nothing is connected to before the
+// first call; a bus that was away is found again at the next call.
+class SecretServiceStore : public SecretStore {
+public:
+    // `service` is the one whose locked items requestUnlock unlocks.
+    SecretServiceStore(MainQueue& queue, QString service);
+    ~SecretServiceStore() override;
+    SecretServiceStore(const SecretServiceStore&) = delete;
+    SecretServiceStore& operator=(const SecretServiceStore&) = delete;
+
+    void deleteItems(const QString& service, const QString& account) override;
+    bool add(const QString& service, const QString& account, const QByteArray& data) override;
+    std::optional<QByteArray> find(const QString& service, const QString& account) override;
+    bool answeredLastFind() const override { return m_answeredLastFind; }
+    void requestUnlock() override;
+    [[nodiscard]] Registration onAvailabilityChange(std::function<void()> changed) override;
+
+private:
+    using Handlers = std::map<int, std::function<void()>>;
+
+    SecretServiceThread& thread();
+    void tell();
+
+    MainQueue& m_queue;
+    const QString m_service;
+    std::shared_ptr<Handlers> m_handlers = std::make_shared<Handlers>();
+    int m_nextHandler = 0;
+    bool m_answeredLastFind = true;
+    Lifetime m_lifetime;
+    std::unique_ptr<SecretServiceThread> m_thread;
+};
+
+}  // namespace tavlo

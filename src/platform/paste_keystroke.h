@@ -1,0 +1,19 @@
+#pragma once
+
+namespace tavlo {
+
+// Types the paste chord into the application that has the keyboard.
+class PasteKeystroke {
+public:
+    virtual ~PasteKeystroke() = default;
+
+    // Whether this process may type into other applications. Asked on every paste. Main thread.
+    virtual bool isTrusted() = 0;
+    // Sends the chord that the focused window understands as paste; modifiers the user holds take no part in it.
+    // Returns at once; a failure is silent. Main thread.
+    virtual void sendPaste() = 0;
+    // Shows the user where typing into other applications is allowed. Main thread.
+    virtual void openTrustSettings() = 0;
+};
+
+}  // namespace tavlo

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+namespace tavlo {
+
+enum class ClaimResult {
+    Claimed,         // This process is the one instance of the session, and is served to others.
+    AlreadyRunning,  // Another one is; it was asked to open its settings window.
+    NoBus            // Nobody can tell: there is no session bus, or it refuses the name. The program runs unserved.
+};
+
+// What other programs of the session ask for. Each runs on the main thread, by way of the main queue, after the asker
+// has had its answer.
+struct RemoteHandlers {
+    std::function<void()> toggle;
+    std::function<void()> cancel;
+    std::function<void()> pasteAgain;
+    std::function<void()> openSettings;
+};
+
+// One instance a session, and its control by other programs. Main thread.
+class RemoteControl {
+public:
+    virtual ~RemoteControl() = default;
+
+    // Becomes the session's instance if there is none. Waits for the bus, and for another instance two seconds at
+    // most. A bus that goes away later is no failure; when it comes back at its place, the claim is made again.
+    virtual ClaimResult claim(RemoteHandlers handlers) = 0;
+
+    // Tells the state ("ready", "recording", "transcribing" or "capturing") and the status line to whoever reads or
+    // watches them. Never waits; may be called before `claim` and without a bus.
+    virtual void publish(const QString& state, const QString& statusLine) = 0;
+};
+
+}  // namespace tavlo

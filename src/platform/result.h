@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+
+#include <tl/expected.hpp>
+
+namespace tavlo {
+
+// An expected failure, as a value. `domain` and `code` tell which one it is, `description` is one sentence for the
+// user. The program's own failures use the domain "Tavlo".
+struct Error {
+    QString domain;
+    int code = 0;
+    QString description;
+
+    bool operator==(const Error&) const = default;
+};
+
+inline const QString kTavloErrorDomain = QStringLiteral("Tavlo");
+
+template <class T>
+using Result = tl::expected<T, Error>;
+
+inline tl::unexpected<Error> failure(int code, const QString& description, const QString& domain = kTavloErrorDomain)
+{
+    return tl::unexpected<Error>(Error{domain, code, description});
+}
+
+}  // namespace tavlo

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/result.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+namespace tavlo {
+
+// The content of a regular file of at most `largestSize` bytes; none when there is no such file, it is larger, or it
+// cannot be read. Never waits on a pipe or device that stands in a file's place. Any thread.
+std::optional<QByteArray> readFile(const QString& path, qint64 largestSize);
+
+// Replaces the content of the text file `path` in place, so that a link stays a link and the old content never
+// vanishes before the new one is safe: room is reserved first, by blanks at the end, which no reader of JSON minds;
+// then the text is written over in one go; the blanks left over are cut off last. On failure, such as a full disk,
+// the old content stays, and a file that was not there before is not left behind. The file becomes readable by its
+// owner only. Returns whether the text was written. Any thread.
+bool writeTextInPlace(const QString& path, const QByteArray& text);
+
+// Puts a file of `bytes`, readable by its owner only, in the place of `path`: it is written beside it and renamed, so
+// that the old file is whole until the new one is. Does not wait for the disk to have taken it, which may take longer
+// than a user should notice. Fails with the system's error; the old file then stays. Any thread.
+Result<void> replaceFile(const QString& path, const QByteArray& bytes);
+
+}  // namespace tavlo

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "engines/engines.h"
+#include "platform/main_queue.h"
+#include "platform/result.h"
+#include "ui/closure_target.h"
+#include "ui/window_frame.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace tavlo {
+
+class ModelDownload;
+class Screens;
+
+// The window that offers the offline model, shows its download and tells how it ended. One offer at a time: a new one
+// takes the place of the one before it. Main thread.
+class OfferWindow : public ModelOffer {
+public:
+    // Both outlive this object.
+    OfferWindow(ModelDownload& download, Screens& screens);
+    ~OfferWindow() override;
+
+    void offerModelDownload(std::function<void(ModelOutcome)> completion) override;
+
+    // The window of the offer that is still open; none when there is no offer.
+    WindowFrame* modelWindow() { return m_modelWindow.get(); }
+
+private:
+    // Whether the download reports to the offer that is open: from the press of its button to a failure.
+    enum class ProgressShown { No, Yes };
+    // A window may end from within a click on one of its own buttons, so it goes after the click has been handled.
+    struct DestroyLater {
+        void operator()(WindowFrame* window) const;
+    };
+
+    void startDownload();
+    void decline();
+    void showProgress(double fraction, qint64 written, qint64 expected);
+    void downloadEnded(const Result<void>& result);
+    void end(ModelOutcome outcome);
+    void bind(const QString& button, void (OfferWindow::*action)());
+
+    ModelDownload& m_download;
+    Screens& m_screens;
+    std::unique_ptr<WindowFrame, DestroyLater> m_modelWindow;
+    std::vector<std::unique_ptr<ClosureTarget>> m_modelTargets;
+    std::function<void(ModelOutcome)> m_completion;  // of the offer that is open
+    ProgressShown m_progressShown = ProgressShown::No;
+    Lifetime m_lifetime;
+};
+
+}  // namespace tavlo

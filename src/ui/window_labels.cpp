@@ -1,0 +1,85 @@
+#include "ui/window_labels.h"
+
+#include "ui/application_icon.h"
+
+#include <QPainter>
+
+namespace tavlo {
+
+FittedLabel::FittedLabel(QWidget* parent) : QLabel(parent)
+{
+    setTextFormat(Qt::PlainText);
+}
+
+void FittedLabel::restyle(const WindowElement& element)
+{
+    m_pixelSize = element.pixelSize;
+    m_weight = element.weight;
+    m_colour = element.colour;
+    m_alignment = element.alignment;
+    m_wrapping = element.kind == ElementKind::WrappingLabel ? Wrapping::BetweenWords : Wrapping::SingleLine;
+    refit();
+}
+
+void FittedLabel::showText(const QString& text)
+{
+    setText(text);
+    refit();
+}
+
+void FittedLabel::setColourRole(ColourRole role)
+{
+    m_colour = role;
+    update();
+}
+
+TextRequest FittedLabel::request() const
+{
+    return {text(), QSizeF(size()), m_pixelSize, m_weight, m_wrapping};
+}
+
+void FittedLabel::refit()
+{
+    m_style = fittedStyle(request());
+    // A text of unknown length, such as an error of the system, may not fit at all: it is then read here.
+    setToolTip(fits(request(), m_style) ? QString() : text());
+    update();
+}
+
+void FittedLabel::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setPen(labelColour(m_colour, palette()));
+    QString shown = text();
+    if (m_wrapping == Wrapping::SingleLine) {
+        shown = QFontMetricsF(m_style.font).elidedText(shown, Qt::ElideRight, width() + 0.5);
+    }
+    const TextBlock block(shown, m_style, m_wrapping, width());
+    QRectF frame(rect());
+    if (m_wrapping == Wrapping::SingleLine) {
+        // At the bottom of the frame the label stands level with the control beside it.
+        frame.translate(0, height() - block.size().height());
+    }
+    block.draw(painter, frame, m_alignment);
+}
+
+void FittedLabel::resizeEvent(QResizeEvent* event)
+{
+    QLabel::resizeEvent(event);
+    refit();
+}
+
+IconLabel::IconLabel(const QSize& size, QWidget* parent) : QLabel(parent)
+{
+    resize(size);
+    // The picture itself is drawn below; this one tells assistive programs that the label is one.
+    setPixmap(QPixmap(1, 1));
+}
+
+void IconLabel::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    drawApplicationIcon(painter, QRectF(rect()));
+}
+
+}  // namespace tavlo

@@ -1,0 +1,147 @@
+#include "ui/window_text.h"
+
+#include <QFontMetricsF>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QTextLayout>
+
+#include <algorithm>
+#include <array>
+
+namespace tavlo {
+
+namespace {
+
+constexpr int kSmallestReadableSize = 11;
+// Widths of letters, in percents; narrower than this reads badly.
+constexpr std::array kStretches{100, 96, 92, 88, 84, 80, 76, 72};
+constexpr std::array kLineSpacings{1.0, 0.95, 0.9, 0.86};
+constexpr std::array kParagraphGaps{6.0, 4.0, 2.0};
+
+QFont::Weight fontWeight(FontWeight weight)
+{
+    switch (weight) {
+        case FontWeight::Semibold:
+            return QFont::DemiBold;
+        case FontWeight::Bold:
+            return QFont::Bold;
+        case FontWeight::Regular:
+            break;
+    }
+    return QFont::Normal;
+}
+
+}  // namespace
+
+QFont windowFont(int pixelSize, FontWeight weight, int stretch)
+{
+    QFont font = QGuiApplication::font();
+    font.setPixelSize(pixelSize);
+    font.setWeight(fontWeight(weight));
+    font.setItalic(false);
+    font.setStretch(stretch);
+    return font;
+}
+
+TextBlock::TextBlock(const QString& text, const TextStyle& style, Wrapping wrapping, double width) : m_font(style.font)
+{
+    const QFontMetricsF metrics(style.font);
+    const QString bullet = QStringLiteral("•  ");
+    QTextOption option;
+    option.setWrapMode(QTextOption::WordWrap);
+    double top = 0;
+    double widest = 0;
+    for (const QString& paragraph : text.split(QLatin1Char('\n'))) {
+        const double indent = paragraph.startsWith(bullet) ? metrics.horizontalAdvance(bullet) : 0;
+        QTextLayout layout(paragraph, style.font);
+        layout.setTextOption(option);
+        layout.beginLayout();
+        bool first = true;
+        for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+            const double left = first ? 0 : indent;
+            if (wrapping == Wrapping::SingleLine) {
+                line.setNumColumns(static_cast<int>(paragraph.size()));
+            } else {
+                line.setLineWidth(width - left);
+            }
+            const QString part = paragraph.mid(line.textStart(), line.textLength());
+            m_lines.push_back({part, {left, top + metrics.ascent()}, line.naturalTextWidth()});
+            widest = std::max(widest, left + line.naturalTextWidth());
+            top += metrics.height() * style.lineSpacing;
+            first = false;
+        }
+        layout.endLayout();
+        top += style.paragraphGap;
+    }
+    // The last line needs its full height, however close the lines stand.
+    m_size = QSizeF(widest, top - style.paragraphGap + metrics.height() * (1 - style.lineSpacing));
+}
+
+std::vector<QRectF> TextBlock::lineFrames() const
+{
+    const QFontMetricsF metrics(m_font);
+    std::vector<QRectF> frames;
+    for (const Line& line : m_lines) {
+        frames.emplace_back(line.position.x(), line.position.y() - metrics.ascent(), line.width, metrics.height());
+    }
+    return frames;
+}
+
+void TextBlock::draw(QPainter& painter, const QRectF& frame, TextAlignment alignment) const
+{
+    painter.setFont(m_font);
+    for (const Line& line : m_lines) {
+        double left = frame.left() + line.position.x();
+        if (alignment == TextAlignment::Centre) {
+            left += (frame.width() - line.width) / 2;
+        } else if (alignment == TextAlignment::Right) {
+            left += frame.width() - line.width;
+        }
+        painter.drawText(QPointF(left, frame.top() + line.position.y()), line.text);
+    }
+}
+
+bool fits(const TextRequest& request, const TextStyle& style)
+{
+    const QSizeF needed = TextBlock(request.text, style, request.wrapping, request.room.width()).size();
+    return needed.width() <= request.room.width() && needed.height() <= request.room.height();
+}
+
+TextStyle fittedStyle(const TextRequest& request)
+{
+    return fittedStyle(std::vector<TextRequest>{request});
+}
+
+TextStyle fittedStyle(const std::vector<TextRequest>& requests)
+{
+    const TextRequest& wanted = requests.front();
+    const int smallest = std::min(wanted.pixelSize, kSmallestReadableSize);
+    const auto allFit = [&requests](const TextStyle& style) {
+        return std::ranges::all_of(requests, [&style](const auto& request) { return fits(request, style); });
+    };
+    TextStyle style{windowFont(wanted.pixelSize, wanted.weight)};
+    if (wanted.text.contains(QLatin1Char('\n'))) {
+        for (const double gap : kParagraphGaps) {
+            style.paragraphGap = gap;
+            if (allFit(style)) {
+                return style;
+            }
+        }
+    }
+    for (const int stretch : kStretches) {
+        for (int size = wanted.pixelSize; size >= smallest; --size) {
+            for (const double lineSpacing : kLineSpacings) {
+                style = {windowFont(size, wanted.weight, stretch), lineSpacing};
+                if (allFit(style)) {
+                    return style;
+                }
+                if (wanted.wrapping == Wrapping::SingleLine) {
+                    break;  // one line has no spacing
+                }
+            }
+        }
+    }
+    return style;
+}
+
+}  // namespace tavlo

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "ui/window_description.h"
+
+#include <QFont>
+#include <QPointF>
+#include <QRectF>
+#include <QSizeF>
+#include <QString>
+
+#include <vector>
+
+class QPainter;
+
+namespace tavlo {
+
+enum class Wrapping { SingleLine, BetweenWords };
+
+// A text and the room that it has, in device-independent pixels.
+struct TextRequest {
+    QString text;
+    QSizeF room;
+    int pixelSize = 13;
+    FontWeight weight = FontWeight::Regular;
+    Wrapping wrapping = Wrapping::SingleLine;
+};
+
+// How a text is set.
+struct TextStyle {
+    QFont font;
+    double lineSpacing = 1.0;  // distance of two lines, of the font's own
+    double paragraphGap = 0;   // more room between paragraphs, in pixels
+
+    bool operator==(const TextStyle&) const = default;
+};
+
+// The application's font at that size. `stretch` is its width in percents.
+QFont windowFont(int pixelSize, FontWeight weight, int stretch = 100);
+
+// A text laid out in lines. A paragraph that begins with a bullet keeps its further lines right of the bullet.
+class TextBlock {
+public:
+    TextBlock(const QString& text, const TextStyle& style, Wrapping wrapping, double width);
+
+    QSizeF size() const { return m_size; }
+    // Where each line stands in a block whose lines are all aligned left.
+    std::vector<QRectF> lineFrames() const;
+    // Draws with the painter's pen, each line aligned within `frame`, all of them from its top.
+    void draw(QPainter& painter, const QRectF& frame, TextAlignment alignment) const;
+
+private:
+    struct Line {
+        QString text;
+        QPointF position;  // left end of the base line
+        double width = 0;
+    };
+
+    QFont m_font;
+    std::vector<Line> m_lines;
+    QSizeF m_size;
+};
+
+// The style closest to the requested one in which the text fits its room: paragraphs apart, lines closer together, then
+// a smaller size, then narrower letters. No text gets smaller than 11 pixels, or its own size where that is less. Where
+// nothing fits, the tightest style.
+TextStyle fittedStyle(const TextRequest& request);
+// The same for the texts that a control shows by turns in one style: as close as possible to the first one's request.
+TextStyle fittedStyle(const std::vector<TextRequest>& requests);
+
+// Whether that text fits its room in that style.
+bool fits(const TextRequest& request, const TextStyle& style);
+
+}  // namespace tavlo

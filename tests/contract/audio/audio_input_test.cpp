@@ -1,0 +1,232 @@
+#include "contract/audio/audio_rig.h"
+#include "support/known_signal.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+
+namespace tavlo {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+// Keeps what was handed over, from whatever thread.
+class Recording {
+public:
+    AudioInput::BlockHandler handler()
+    {
+        return [this](const AudioBlock& block) {
+            const std::lock_guard guard(m_mutex);
+            m_blocks.push_back(block.frameCount);
+            m_samples.insert(m_samples.end(), block.samples,
+                             block.samples + block.frameCount * static_cast<std::size_t>(block.format.channelCount));
+            m_formats.push_back(block.format);
+        };
+    }
+
+    std::size_t blockCount() const { return blocks().size(); }
+    std::vector<std::size_t> blocks() const
+    {
+        const std::lock_guard guard(m_mutex);
+        return m_blocks;
+    }
+    std::vector<float> samples() const
+    {
+        const std::lock_guard guard(m_mutex);
+        return m_samples;
+    }
+    std::vector<AudioFormat> formats() const
+    {
+        const std::lock_guard guard(m_mutex);
+        return m_formats;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<std::size_t> m_blocks;
+    std::vector<float> m_samples;
+    std::vector<AudioFormat> m_formats;
+};
+
+class AudioInputContract : public testing::TestWithParam<RigKind> {
+protected:
+    void SetUp() override
+    {
+        rig = makeRig(GetParam());
+        ASSERT_TRUE(rig->isUp());
+        m_registration = rig->input().onConfigurationChange([this] { ++notices; });
+    }
+
+    AudioInput& input() { return rig->input(); }
+    bool startRecording() { return input().inputFormat().sampleRate > 0 && input().start(recording.handler()); }
+
+    std::unique_ptr<AudioRig> rig;
+    Recording recording;
+    int notices = 0;
+    KnownSignal::HeardByOthers heardByOthers = [this](float before, float after) {
+        return rig->heardByOthers(before, after);
+    };
+
+private:
+    Registration m_registration;
+};
+
+TEST_P(AudioInputContract, TellsTheMicrophonesOwnFormat)
+{
+    EXPECT_EQ(input().inputFormat(), (AudioFormat{48000, 1}));
+}
+
+TEST_P(AudioInputContract, DeliversTheWholeSignalInBlocks)
+{
+    rig->speak();
+    ASSERT_TRUE(startRecording());
+    ASSERT_TRUE(rig->waitUntil([&] { return recording.blockCount() >= 12; }));
+    rig->pass(50ms);
+    input().stop();
+
+    EXPECT_EQ(KnownSignal::describeBreaks(recording.samples(), heardByOthers), "");
+    EXPECT_GT(recording.samples().back(), 0.0F);
+    const std::vector<std::size_t> blocks = recording.blocks();
+    for (std::size_t i = 0; i + 1 < blocks.size(); ++i) {
+        EXPECT_EQ(blocks[i], 4096U);
+    }
+    EXPECT_LE(blocks.back(), 4096U);
+    EXPECT_GT(blocks.back(), 0U);
+    for (const AudioFormat& format : recording.formats()) {
+        EXPECT_EQ(format, (AudioFormat{48000, 1}));
+    }
+}
+
+TEST_P(AudioInputContract, AVeryShortRecordingHasWhatWasCaptured)
+{
+    rig->speak();
+    ASSERT_TRUE(startRecording());
+    rig->pass(20ms);
+    input().stop();
+    ASSERT_EQ(recording.blockCount(), 1U);
+    EXPECT_GE(recording.samples().size(), 480U);
+    EXPECT_LT(recording.samples().size(), 4096U * 2);
+}
+
+TEST_P(AudioInputContract, NothingIsDeliveredAfterTheStop)
+{
+    rig->speak();
+    ASSERT_TRUE(startRecording());
+    ASSERT_TRUE(rig->waitUntil([&] { return recording.blockCount() >= 2; }));
+    input().stop();
+    const std::size_t delivered = recording.blockCount();
+    rig->pass(200ms);
+    input().stop();
+    EXPECT_EQ(recording.blockCount(), delivered);
+}
+
+TEST_P(AudioInputContract, NoMicrophoneIsOpenWhileIdle)
+{
+    EXPECT_EQ(rig->openStreamCount(), 0);
+    ASSERT_TRUE(startRecording());
+    EXPECT_EQ(rig->openStreamCount(), 1);
+    input().stop();
+    EXPECT_TRUE(rig->waitUntil([&] { return rig->openStreamCount() == 0; }));
+}
+
+TEST_P(AudioInputContract, RecordsAgainAndAgainWithoutANotice)
+{
+    rig->speak();
+    for (int dictation = 0; dictation < 10; ++dictation) {
+        Recording each;
+        ASSERT_GT(input().inputFormat().sampleRate, 0);
+        ASSERT_TRUE(input().start(each.handler()));
+        rig->pass(60ms);
+        input().stop();
+        EXPECT_EQ(KnownSignal::describeBreaks(each.samples(), heardByOthers), "") << dictation;
+        EXPECT_FALSE(each.samples().empty()) << dictation;
+    }
+    rig->pass(100ms);
+    EXPECT_EQ(notices, 0);
+}
+
+TEST_P(AudioInputContract, AStreamDestroyedWhileRunningGivesNothingMore)
+{
+    ASSERT_TRUE(startRecording());
+    Recording second;
+    ASSERT_TRUE(input().start(second.handler())) << "a second start replaces the first";
+    ASSERT_TRUE(rig->waitUntil([&] { return second.blockCount() >= 1; }));
+    const std::size_t first = recording.blockCount();
+    rig->pass(200ms);
+    EXPECT_EQ(recording.blockCount(), first);
+    input().stop();
+}
+
+TEST_P(AudioInputContract, AnotherDefaultMicrophoneIsNoticedWhileRecording)
+{
+    ASSERT_TRUE(startRecording());
+    rig->pass(100ms);
+    EXPECT_EQ(notices, 0) << "opening the microphone is no change";
+    rig->chooseMicrophone(QStringLiteral("headset"));
+    EXPECT_TRUE(rig->waitUntil([&] { return notices > 0; }));
+    input().stop();
+    EXPECT_FALSE(recording.samples().empty());
+}
+
+TEST_P(AudioInputContract, AnotherDefaultMicrophoneIsNoticedWhileIdle)
+{
+    rig->chooseMicrophone(QStringLiteral("headset"));
+    EXPECT_TRUE(rig->waitUntil([&] { return notices > 0; }));
+    EXPECT_TRUE(startRecording());
+    input().stop();
+}
+
+TEST_P(AudioInputContract, ARecordingStartedAfterTheChangeIsNotDisturbedByIt)
+{
+    rig->speak();
+    rig->chooseMicrophone(QStringLiteral("headset"));
+    ASSERT_TRUE(rig->waitUntil([&] { return notices > 0; }));
+    notices = 0;
+    ASSERT_TRUE(startRecording());
+    rig->pass(300ms);
+    EXPECT_EQ(notices, 0);
+    input().stop();
+}
+
+TEST_P(AudioInputContract, UnpluggingTheMicrophoneInUseIsNoticed)
+{
+    ASSERT_TRUE(startRecording());
+    ASSERT_TRUE(rig->waitUntil([&] { return recording.blockCount() >= 1; }));
+    rig->unplug(QStringLiteral("microphone"));
+    EXPECT_TRUE(rig->waitUntil([&] { return notices > 0; }));
+    const auto before = Clock::now();
+    input().stop();
+    EXPECT_LT(Clock::now() - before, 300ms);
+    EXPECT_FALSE(recording.samples().empty()) << "what came until then is there";
+}
+
+TEST_P(AudioInputContract, UnpluggingBothLeavesNoMicrophone)
+{
+    rig->unplug(QStringLiteral("headset"));
+    rig->unplug(QStringLiteral("microphone"));
+    EXPECT_TRUE(rig->waitUntil([&] { return input().inputFormat() == AudioFormat{}; }))
+        << "a monitor of an output is not a microphone";
+    const Result<void> started = input().start(recording.handler());
+    ASSERT_FALSE(started);
+    EXPECT_FALSE(started.error().description.isEmpty());
+    EXPECT_TRUE(rig->waitUntil([&] { return notices > 0; }));
+}
+
+TEST_P(AudioInputContract, ACallbackThatWasUnregisteredIsNotCalled)
+{
+    int calls = 0;
+    {
+        const Registration registration = input().onConfigurationChange([&calls] { ++calls; });
+    }
+    rig->chooseMicrophone(QStringLiteral("headset"));
+    EXPECT_TRUE(rig->waitUntil([&] { return notices > 0; }));
+    EXPECT_EQ(calls, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(On, AudioInputContract, testing::Values(RigKind::Fake, RigKind::PulseAudio, RigKind::PipeWire),
+                         testing::PrintToStringParamName());
+
+}  // namespace
+}  // namespace tavlo

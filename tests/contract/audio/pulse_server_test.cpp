@@ -1,0 +1,321 @@
+#include "audio/recorder.h"
+#include "platform/linux/pulse/pulse_audio_input.h"
+#include "platform/linux/pulse/pulse_connection.h"
+#include "platform/linux/pulse/pulse_output_volume.h"
+#include "support/audio_servers.h"
+#include "support/known_signal.h"
+#include "support/waiting_main_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+
+#include <algorithm>
+#include <iostream>
+#include <mutex>
+#include <optional>
+
+namespace tavlo {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+double milliseconds(Clock::duration duration)
+{
+    return std::chrono::duration<double, std::milli>(duration).count();
+}
+
+// What only a real server can do: be away, come back, stop answering, and hear the same as another program.
+class PulseServer : public testing::TestWithParam<AudioServerKind> {
+protected:
+    void connect()
+    {
+        connection.emplace();
+        input.emplace(*connection, queue);
+        volume.emplace(*connection, queue);
+        m_registration = input->onConfigurationChange([this] { ++notices; });
+    }
+
+    void startEverything()
+    {
+        ASSERT_TRUE(server.start());
+        server.listenTo(QStringLiteral("voice"));
+        connect();
+        ASSERT_TRUE(hasMicrophone());
+    }
+
+    bool hasMicrophone()
+    {
+        return queue.runUntil([this] { return input->inputFormat().sampleRate > 0; });
+    }
+
+    AudioInput::BlockHandler keep()
+    {
+        return [this](const AudioBlock& block) {
+            const std::lock_guard guard(m_mutex);
+            m_samples.insert(m_samples.end(), block.samples, block.samples + block.frameCount);
+        };
+    }
+
+    std::vector<float> samples()
+    {
+        const std::lock_guard guard(m_mutex);
+        return m_samples;
+    }
+
+    // What the listener has not heard yet, it may hear in a moment.
+    KnownSignal::HeardByOthers heardBy(const SignalListener& listener)
+    {
+        return [this, &listener](float before, float after) {
+            return queue.runUntil([&] { return listener.heard(before, after); });
+        };
+    }
+
+    void forget()
+    {
+        const std::lock_guard guard(m_mutex);
+        m_samples.clear();
+    }
+
+    AudioServer server{GetParam()};
+    WaitingMainQueue queue;
+    std::optional<PulseConnection> connection;
+    std::optional<PulseAudioInput> input;
+    std::optional<PulseOutputVolume> volume;
+    int notices = 0;
+
+private:
+    std::mutex m_mutex;
+    std::vector<float> m_samples;
+    Registration m_registration;
+};
+
+TEST(KnownSignalTest, ABreakIsToldUnlessOthersHeardTheSameOne)
+{
+    std::vector<float> recorded;
+    for (std::uint64_t frame = 0; frame < 100; ++frame) {
+        recorded.push_back(frame >= 40 && frame < 60 ? 0.0F : KnownSignal::sample(frame));
+    }
+    const auto nobody = [](float, float) { return false; };
+    EXPECT_EQ(KnownSignal::describeBreaks(recorded, nobody),
+              "at 40 of 100: frame 39 then silence; at 60 of 100: silence then frame 60; ");
+    const auto theBeginningOnly = [](float, float after) { return after == 0.0F; };
+    EXPECT_EQ(KnownSignal::describeBreaks(recorded, theBeginningOnly), "at 60 of 100: silence then frame 60; ");
+    recorded.erase(recorded.begin() + 40, recorded.begin() + 60);
+    EXPECT_EQ(KnownSignal::describeBreaks(recorded, nobody), "at 40 of 80: frame 39 then frame 60; ");
+}
+
+// Whatever another program with a short buffer has heard before the stop is in the recording.
+TEST_P(PulseServer, NothingIsLostAtTheEnd)
+{
+    startEverything();
+    const SignalPlayer player;
+    const SignalListener listener("microphone");
+    ASSERT_TRUE(queue.runUntil([&] { return listener.last() > 0; }));
+    std::vector<double> stopTimes;
+    std::vector<double> startTimes;
+    std::vector<double> tails;
+    for (int dictation = 0; dictation < 20; ++dictation) {
+        forget();
+        const auto pressed = Clock::now();
+        ASSERT_GT(input->inputFormat().sampleRate, 0);
+        ASSERT_TRUE(input->start(keep()));
+        startTimes.push_back(milliseconds(Clock::now() - pressed));
+        queue.runFor(100ms + std::chrono::milliseconds(7 * dictation));
+
+        const auto stopped = Clock::now();
+        const float heard = listener.last();
+        input->stop();
+        stopTimes.push_back(milliseconds(Clock::now() - stopped));
+
+        const std::vector<float> recorded = samples();
+        ASSERT_FALSE(recorded.empty());
+        EXPECT_EQ(KnownSignal::describeBreaks(recorded, heardBy(listener)), "") << dictation;
+        // The distance on the signal's circle, positive when the recording goes on beyond what was heard.
+        const auto distance =
+            static_cast<std::int16_t>(KnownSignal::position(recorded.back()) - KnownSignal::position(heard));
+        EXPECT_GE(distance, 0) << dictation;
+        tails.push_back(distance / 48.0);
+    }
+    const auto median = [](std::vector<double> values) {
+        std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
+        return values[values.size() / 2];
+    };
+    std::cout << "start: median " << median(startTimes) << " ms, most "
+              << *std::max_element(startTimes.begin(), startTimes.end()) << " ms; stop: median " << median(stopTimes)
+              << " ms, most " << *std::max_element(stopTimes.begin(), stopTimes.end())
+              << " ms; beyond the other listener: median " << median(tails) << " ms\n";
+    EXPECT_LT(*std::max_element(startTimes.begin(), startTimes.end()), 320);
+    EXPECT_LT(*std::max_element(stopTimes.begin(), stopTimes.end()), 300);
+}
+
+TEST_P(PulseServer, ARecorderOnARealMicrophoneMeasuresAndConverts)
+{
+    startEverything();
+    const SignalPlayer player;
+    Recorder recorder(*input, queue);
+    std::vector<float> levels;
+    recorder.levelHandler = [&levels](float level) { levels.push_back(level); };
+    ASSERT_TRUE(recorder.start());
+    ASSERT_TRUE(queue.runUntil([&] { return levels.size() >= 12; }));
+    const QByteArray pcm = recorder.stop();
+    EXPECT_GE(pcm.size(), 2 * 12 * 4096 / 3);
+    EXPECT_GT(recorder.peakLevel(), 0.5F);
+}
+
+TEST_P(PulseServer, WithoutAServerAtLaunchEverythingWorksWhenItComes)
+{
+    const auto before = Clock::now();
+    connect();
+    EXPECT_EQ(input->inputFormat(), AudioFormat{});
+    EXPECT_LT(Clock::now() - before, 350ms);
+    EXPECT_EQ(volume->defaultDevice(), std::nullopt);
+    EXPECT_FALSE(volume->setVolume(QStringLiteral("speakers"), 0.5F));
+    volume->flush();
+    const Result<void> started = input->start(keep());
+    ASSERT_FALSE(started);
+    EXPECT_FALSE(started.error().description.isEmpty());
+
+    ASSERT_TRUE(server.start());
+    server.listenTo(QStringLiteral("voice"));
+    ASSERT_TRUE(hasMicrophone());
+    ASSERT_TRUE(input->start(keep()));
+    EXPECT_TRUE(queue.runUntil([this] { return !samples().empty(); }));
+    input->stop();
+    EXPECT_TRUE(queue.runUntil([this] { return volume->setVolume(QStringLiteral("speakers"), 0.5F); }));
+}
+
+TEST_P(PulseServer, KilledWhileRecordingAndStartedAgain)
+{
+    startEverything();
+    ASSERT_TRUE(input->start(keep()));
+    ASSERT_TRUE(queue.runUntil([this] { return !samples().empty(); }));
+    EXPECT_EQ(notices, 0);
+    server.kill();
+    EXPECT_TRUE(queue.runUntil([this] { return notices > 0; }));
+    const std::size_t came = samples().size();
+    const auto before = Clock::now();
+    input->stop();
+    EXPECT_LT(Clock::now() - before, 100ms);
+    EXPECT_GE(samples().size(), came);
+    EXPECT_EQ(input->inputFormat(), AudioFormat{});
+
+    ASSERT_TRUE(server.start());
+    server.listenTo(QStringLiteral("voice"));
+    const SignalPlayer player;
+    ASSERT_TRUE(hasMicrophone());
+    const SignalListener listener("microphone");
+    forget();
+    ASSERT_TRUE(input->start(keep()));
+    ASSERT_TRUE(queue.runUntil([this] { return samples().size() >= 8192; }));
+    input->stop();
+    EXPECT_EQ(KnownSignal::describeBreaks(samples(), heardBy(listener)), "");
+    EXPECT_TRUE(queue.runUntil([this] { return volume->volume(QStringLiteral("speakers")).has_value(); }));
+}
+
+TEST_P(PulseServer, AServerThatAnswersNoMoreIsAFailureInTime)
+{
+    startEverything();
+    server.freeze();
+    const auto before = Clock::now();
+    const Result<void> started = input->start(keep());
+    const auto took = Clock::now() - before;
+    server.thaw();
+    EXPECT_LT(took, 350ms);
+    ASSERT_FALSE(started);
+    EXPECT_EQ(started.error().description, QStringLiteral("De geluidsserver antwoordt niet."));
+    EXPECT_TRUE(queue.runUntil([this] { return static_cast<bool>(input->start(keep())); }));
+    input->stop();
+}
+
+TEST_P(PulseServer, AMicrophoneThatOpensTooLateIsClosedAgain)
+{
+    startEverything();
+    server.freeze();
+    const Result<void> started = input->start(keep());
+    server.thaw();
+    ASSERT_FALSE(started);
+    const auto openStreamCount = [this] {
+        return server.control({QStringLiteral("list"), QStringLiteral("source-outputs")})
+            .count(QStringLiteral("media.name = \"Dictation\""));
+    };
+    // When this one runs, the server has made the one before too.
+    ASSERT_TRUE(queue.runUntil([this] { return static_cast<bool>(input->start(keep())); }));
+    EXPECT_TRUE(queue.runUntil([&] { return openStreamCount() == 1; })) << openStreamCount() << " are open";
+    input->stop();
+    EXPECT_TRUE(queue.runUntil([&] { return openStreamCount() == 0; })) << openStreamCount() << " are still open";
+}
+
+TEST_P(PulseServer, AServerThatAnswersNoMoreHoldsNeitherTheStopNorTheVolume)
+{
+    startEverything();
+    ASSERT_TRUE(input->start(keep()));
+    ASSERT_TRUE(queue.runUntil([this] { return !samples().empty(); }));
+    ASSERT_TRUE(queue.runUntil([this] { return volume->hasVolume(QStringLiteral("speakers")); }));
+    server.freeze();
+    auto before = Clock::now();
+    input->stop();
+    EXPECT_LT(Clock::now() - before, 300ms);
+    before = Clock::now();
+    EXPECT_TRUE(volume->setVolume(QStringLiteral("speakers"), 0.5F));
+    EXPECT_NEAR(*volume->volume(QStringLiteral("speakers")), 0.5F, 0.001F);
+    EXPECT_LT(Clock::now() - before, 20ms);
+    before = Clock::now();
+    volume->flush();
+    EXPECT_LT(Clock::now() - before, 550ms);
+    server.thaw();
+}
+
+TEST_P(PulseServer, AMonitorChosenAsDefaultIsNoMicrophone)
+{
+    startEverything();
+    server.control({QStringLiteral("set-default-source"), QStringLiteral("speakers.monitor")});
+    EXPECT_TRUE(queue.runUntil([this] { return input->inputFormat() == AudioFormat{}; }));
+    EXPECT_TRUE(queue.runUntil([this] { return notices > 0; }));
+    server.control({QStringLiteral("set-default-source"), QStringLiteral("microphone")});
+    EXPECT_TRUE(hasMicrophone());
+}
+
+// How often the threads of this process went to sleep of their own accord.
+long voluntarySwitches(const QByteArray& threadName)
+{
+    long sum = 0;
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile status(tasks.filePath(task + QStringLiteral("/status")));
+        if (!status.open(QIODevice::ReadOnly)) {
+            continue;
+        }
+        const QByteArray text = status.readAll();
+        if (!text.startsWith("Name:\t" + threadName + '\n')) {
+            continue;
+        }
+        for (const QByteArray& line : text.split('\n')) {
+            if (line.startsWith("voluntary_ctxt_switches:")) {
+                sum += line.mid(24).trimmed().toLong();
+            }
+        }
+    }
+    return sum;
+}
+
+TEST_P(PulseServer, SleepsWhileIdle)
+{
+    startEverything();
+    ASSERT_TRUE(input->start(keep()));
+    queue.runFor(100ms);
+    input->stop();
+    queue.runFor(500ms);
+    const long before = voluntarySwitches("tavlo-audio");
+    EXPECT_GT(before, 0);
+    queue.runFor(3000ms);
+    EXPECT_EQ(voluntarySwitches("tavlo-audio"), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(On, PulseServer, testing::Values(AudioServerKind::PulseAudio, AudioServerKind::PipeWire),
+                         testing::PrintToStringParamName());
+
+}  // namespace
+}  // namespace tavlo

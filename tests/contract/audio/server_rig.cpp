@@ -1,0 +1,95 @@
+#include "contract/audio/audio_rig.h"
+
+#include "platform/linux/pulse/pulse_audio_input.h"
+#include "platform/linux/pulse/pulse_connection.h"
+#include "platform/linux/pulse/pulse_output_volume.h"
+#include "support/audio_servers.h"
+#include "support/known_signal.h"
+
+#include <QRegularExpression>
+
+#include <optional>
+
+namespace tavlo {
+
+namespace {
+
+class ServerRig : public AudioRig {
+public:
+    explicit ServerRig(AudioServerKind kind) : m_server(kind)
+    {
+        if (!m_server.start()) {
+            return;
+        }
+        m_server.listenTo(QStringLiteral("voice"));
+        m_connection.emplace();
+        m_input.emplace(*m_connection, m_queue);
+        m_volume.emplace(*m_connection, m_queue);
+        m_isUp = m_queue.runUntil([this] { return m_input->inputFormat().sampleRate > 0; });
+    }
+
+    bool isUp() const override { return m_isUp; }
+    AudioInput& input() override { return *m_input; }
+    OutputVolume& volume() override { return *m_volume; }
+    void speak() override
+    {
+        m_player.emplace();
+        m_listener.emplace("microphone");
+    }
+    bool heardByOthers(float before, float after) override
+    {
+        return m_listener && m_queue.runUntil([&] { return m_listener->heard(before, after); });
+    }
+    bool waitUntil(const std::function<bool()>& isDone) override { return m_queue.runUntil(isDone); }
+    void pass(std::chrono::milliseconds duration) override { m_queue.runFor(duration); }
+
+    void chooseMicrophone(const QString& name) override
+    {
+        m_server.control({QStringLiteral("set-default-source"), name});
+    }
+    void unplug(const QString& microphone) override { m_server.unplug(microphone); }
+
+    void setChannels(float left, float right) override
+    {
+        const auto number = [](float scalar) { return QString::number(static_cast<int>(scalar * 65536)); };
+        m_server.control({QStringLiteral("set-sink-volume"), QStringLiteral("speakers"), number(left), number(right)});
+    }
+
+    std::vector<float> channels() override
+    {
+        const QString answer = m_server.control({QStringLiteral("get-sink-volume"), QStringLiteral("speakers")});
+        static const QRegularExpression kVolume(QStringLiteral(": +(\\d+) /"));
+        std::vector<float> found;
+        for (auto each = kVolume.globalMatch(answer); each.hasNext();) {
+            found.push_back(each.next().captured(1).toFloat() / 65536);
+        }
+        return found;
+    }
+
+    int openStreamCount() override
+    {
+        // One is the listener's that keeps the sink awake; remapping sources are open streams of the server itself.
+        const QString outputs = m_server.control({QStringLiteral("list"), QStringLiteral("source-outputs")});
+        return static_cast<int>(outputs.count(QStringLiteral("media.name = \"Dictation\"")));
+    }
+
+private:
+    AudioServer m_server;
+    WaitingMainQueue m_queue;
+    std::optional<PulseConnection> m_connection;
+    std::optional<PulseAudioInput> m_input;
+    std::optional<PulseOutputVolume> m_volume;
+    std::optional<SignalPlayer> m_player;
+    std::optional<SignalListener> m_listener;
+    bool m_isUp = false;
+};
+
+}  // namespace
+
+std::unique_ptr<AudioRig> makeServerRig(RigKind kind)
+{
+    return std::make_unique<ServerRig>(kind == RigKind::PulseAudio ? AudioServerKind::PulseAudio
+                                                                   : AudioServerKind::PipeWire);
+}
+
+}  // namespace tavlo

@@ -1,0 +1,138 @@
+#include "audio/sound_cues.h"
+#include "platform/linux/pulse/pulse_connection.h"
+#include "platform/linux/pulse/pulse_sound_player.h"
+#include "support/audio_servers.h"
+#include "support/fakes/fake_sound_player.h"
+#include "support/known_signal.h"
+#include "support/waiting_main_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+#include <optional>
+
+namespace tavlo {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::ptrdiff_t kMissed = 48 * 20;  // frames
+
+float loudestAfter(std::ptrdiff_t first, const std::vector<float>& samples)
+{
+    float loudest = 0;
+    std::for_each(samples.begin() + first, samples.end(),
+                  [&loudest](float sample) { loudest = std::max(loudest, std::abs(sample)); });
+    return loudest;
+}
+
+class PulseSoundPlayerTest : public testing::TestWithParam<AudioServerKind> {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(server.start());
+        server.listenTo(QStringLiteral("speakers"));
+        connection.emplace();
+        player.emplace(*connection);
+        ASSERT_TRUE(queue.runUntil([this] {
+            const std::lock_guard guard(*connection);
+            return connection->context() != nullptr;
+        }));
+    }
+
+    // The loudest sample heard at the output from now on until `isEnough`.
+    float hear(const SignalListener& listener, float isEnough)
+    {
+        queue.runUntil([&] { return listener.loudest() >= isEnough; }, std::chrono::seconds(3));
+        queue.runFor(std::chrono::milliseconds(150));
+        return listener.loudest();
+    }
+
+    bool isQuiet()
+    {
+        return queue.runUntil([this] { return server.list(QStringLiteral("sink-inputs")).isEmpty(); });
+    }
+
+    AudioServer server{GetParam()};
+    WaitingMainQueue queue;
+    std::optional<PulseConnection> connection;
+    std::optional<PulseSoundPlayer> player;
+};
+
+TEST_P(PulseSoundPlayerTest, EachSoundIsHeardAtItsVolume)
+{
+    for (const char* name : {"Pop", "Tink", "Basso"}) {
+        for (const float volume : {0.5F, 0.12F}) {
+            const SignalListener listener("speakers.monitor", 2);
+            ASSERT_TRUE(listener.isOpen());
+            player->playSound(QString::fromLatin1(name), volume);
+            // The output has sixteen bits. PulseAudio mixes a new sound into what it has already handed to the
+            // listeners of its monitor, so that these may miss the first milliseconds, which the output itself plays.
+            const float least = loudestAfter(kMissed, soundCue(QString::fromLatin1(name), 48000)) * volume;
+            const float heard = hear(listener, 0.9F * least);
+            EXPECT_GE(heard, least - 0.002F) << name;
+            EXPECT_LE(heard, 0.9F * volume + 0.002F) << name;
+            EXPECT_TRUE(isQuiet());
+        }
+    }
+}
+
+TEST_P(PulseSoundPlayerTest, AskingTakesNoTime)
+{
+    const auto before = Clock::now();
+    player->playSound(QStringLiteral("Pop"), 0.15F);
+    EXPECT_LT(Clock::now() - before, std::chrono::milliseconds(20));
+    EXPECT_TRUE(isQuiet()) << "the stream is gone with the sound";
+}
+
+TEST_P(PulseSoundPlayerTest, SoundsOverlap)
+{
+    const SignalListener listener("speakers.monitor", 2);
+    player->playSound(QStringLiteral("Basso"), 0.4F);
+    player->playSound(QStringLiteral("Basso"), 0.4F);
+    EXPECT_GT(hear(listener, 0.6F), 0.6F);
+}
+
+TEST_P(PulseSoundPlayerTest, AnUnknownNamePlaysNothing)
+{
+    player->playSound(QStringLiteral("Submarine"), 1);
+    queue.runFor(std::chrono::milliseconds(100));
+    EXPECT_TRUE(server.list(QStringLiteral("sink-inputs")).isEmpty());
+}
+
+TEST_P(PulseSoundPlayerTest, WithoutAServerNothingHappens)
+{
+    player->playSound(QStringLiteral("Basso"), 0.5F);
+    server.kill();
+    ASSERT_TRUE(queue.runUntil([this] {
+        const std::lock_guard guard(*connection);
+        return connection->context() == nullptr;
+    }));
+    player->playSound(QStringLiteral("Basso"), 0.5F);
+    player.reset();
+}
+
+TEST_P(PulseSoundPlayerTest, MayEndInTheMiddleOfASound)
+{
+    player->playSound(QStringLiteral("Basso"), 0.5F);
+    queue.runFor(std::chrono::milliseconds(30));
+    player.reset();
+    EXPECT_TRUE(isQuiet());
+}
+
+INSTANTIATE_TEST_SUITE_P(On, PulseSoundPlayerTest,
+                         testing::Values(AudioServerKind::PulseAudio, AudioServerKind::PipeWire),
+                         testing::PrintToStringParamName());
+
+TEST(FakeSoundPlayer, KeepsWhatItWasAskedToPlay)
+{
+    FakeSoundPlayer player;
+    SoundPlayer& port = player;
+    port.playSound(QStringLiteral("Pop"), 0.15F);
+    EXPECT_EQ(player.played, (std::vector<FakeSoundPlayer::Sound>{{QStringLiteral("Pop"), 0.15F}}));
+}
+
+}  // namespace
+}  // namespace tavlo

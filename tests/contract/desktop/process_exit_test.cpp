@@ -1,0 +1,50 @@
+#include "platform/linux/freedesktop/process_exit.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <thread>
+
+namespace tavlo {
+namespace {
+
+void tell()
+{
+    std::fputs("told\n", stderr);
+}
+
+TEST(ProcessExitTest, IsToldWhenALibraryEndsTheProcess)
+{
+    EXPECT_EXIT(
+        {
+            const ProcessExit guard(&tell);
+            std::exit(3);
+        },
+        testing::ExitedWithCode(3), "^told\n$");
+}
+
+TEST(ProcessExitTest, SaysNothingWhenItIsGoneBeforeTheEnd)
+{
+    EXPECT_EXIT(
+        {
+            std::optional<ProcessExit> guard(std::in_place, &tell);
+            guard.reset();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "^$");
+}
+
+TEST(ProcessExitTest, SaysNothingOnAnotherThread)
+{
+    EXPECT_EXIT(
+        {
+            const ProcessExit guard(&tell);
+            std::thread([] { std::exit(4); }).join();
+        },
+        testing::ExitedWithCode(4), "^$");
+}
+
+}  // namespace
+}  // namespace tavlo

@@ -1,0 +1,84 @@
+#include "contract/x11/x11_environment.h"
+
+#include <QGuiApplication>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+
+namespace tavlo {
+
+namespace {
+
+XServer* g_server = nullptr;
+
+}  // namespace
+
+XServer& testServer()
+{
+    return *g_server;
+}
+
+void run(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    ASSERT_TRUE(process.waitForFinished()) << qPrintable(program);
+    ASSERT_EQ(process.exitCode(), 0) << process.readAllStandardError().constData();
+}
+
+void setKeyboard(const QStringList& arguments)
+{
+    // First to nothing but the defaults: options add up otherwise.
+    run(QStringLiteral("setxkbmap"), {QStringLiteral("-layout"), QStringLiteral("us"), QStringLiteral("-option"), {}});
+    if (!arguments.isEmpty()) {
+        run(QStringLiteral("setxkbmap"), arguments);
+    }
+}
+
+bool waitUntil(const std::function<bool()>& condition)
+{
+    using namespace std::chrono_literals;
+    QTimer clock;  // conditions outside this process give no event of their own
+    clock.start(10ms);
+    const auto end = std::chrono::steady_clock::now() + 10s;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+}  // namespace tavlo
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    const QTemporaryDir home;
+    tavlo::XServer server;
+    if (server.displayName().isEmpty()) {
+        std::fputs("The X server of the test did not start.\n", stderr);
+        return 1;
+    }
+    tavlo::g_server = &server;
+    qputenv("DISPLAY", server.displayName());
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("HOME", home.path().toLocal8Bit());
+    qputenv("XDG_RUNTIME_DIR", home.path().toLocal8Bit());
+    qputenv("GDK_BACKEND", "x11");
+    qputenv("NO_AT_BRIDGE", "1");
+    qunsetenv("WAYLAND_DISPLAY");
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    int result = 0;
+    {
+        const QGuiApplication application(argc, argv);
+        result = RUN_ALL_TESTS();
+    }
+    return result;
+}

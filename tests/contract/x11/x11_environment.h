@@ -1,0 +1,23 @@
+#pragma once
+
+#include "support/x_server.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+namespace tavlo {
+
+// The display of this test program, which its toolkit uses too. It has no window manager unless a test starts one.
+XServer& testServer();
+
+// Runs a command on the test's display to its end; fails the test when it does not end well.
+void run(const QString& program, const QStringList& arguments);
+// Sets the keyboard of the test's display, as `setxkbmap` does.
+void setKeyboard(const QStringList& arguments);
+
+// Handles events until the condition holds; false when it does not within ten seconds.
+bool waitUntil(const std::function<bool()>& condition);
+
+}  // namespace tavlo

@@ -1,0 +1,215 @@
+#include "support/audio_servers.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QThread>
+
+#include <sys/prctl.h>
+
+#include <csignal>
+#include <utility>
+
+namespace tavlo {
+
+namespace {
+
+constexpr int kStartMilliseconds = 20000;
+constexpr int kAskAgainMilliseconds = 20;
+constexpr int kEndMilliseconds = 5000;
+
+// A child that dies with the test, should that be ended from outside.
+void tieToThisProcess(QProcess& process)
+{
+    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+}
+
+void end(QProcess& process)
+{
+    process.kill();
+    process.waitForFinished(kEndMilliseconds);
+}
+
+// Tries until it works, for a program that comes up in its own time.
+template <class Condition>
+bool comesTrue(const Condition& condition)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > kStartMilliseconds) {
+            return false;
+        }
+        QThread::msleep(kAskAgainMilliseconds);
+    }
+    return true;
+}
+
+}  // namespace
+
+AudioServer::AudioServer(AudioServerKind kind) : m_kind(kind)
+{
+    const QByteArray folder = QFile::encodeName(m_folder.path());
+    const std::vector<std::pair<QByteArray, QByteArray>> environment = {
+        {"HOME", folder},
+        {"XDG_RUNTIME_DIR", folder},
+        {"XDG_CONFIG_HOME", folder + "/config"},
+        {"XDG_STATE_HOME", folder + "/state"},
+        {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + folder + "/bus"},
+        {"PULSE_RUNTIME_PATH", {}},
+        {"PULSE_SERVER", {}},
+        {"DISPLAY", {}},
+    };
+    for (const auto& [name, value] : environment) {
+        m_environmentBefore.emplace_back(name, qgetenv(name.constData()));
+        value.isEmpty() ? qunsetenv(name.constData()) : qputenv(name.constData(), value);
+    }
+}
+
+AudioServer::~AudioServer()
+{
+    kill();
+    for (const auto& [name, value] : m_environmentBefore) {
+        value.isEmpty() ? qunsetenv(name.constData()) : qputenv(name.constData(), value);
+    }
+}
+
+bool AudioServer::start()
+{
+    bool isStarted = true;
+    if (m_kind == AudioServerKind::PulseAudio) {
+        const auto module = [](const char* text) {
+            return QStringList{QStringLiteral("-L"), QString::fromLatin1(text)};
+        };
+        isStarted = run(QStringLiteral("pulseaudio"),
+                        QStringList{QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
+                                    QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--use-pid-file=no"),
+                                    QStringLiteral("--realtime=no"), QStringLiteral("--high-priority=no")} +
+                            module("module-native-protocol-unix") + module("module-rescue-streams"));
+    } else {
+        isStarted = run(QStringLiteral("dbus-daemon"),
+                        {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
+                         QStringLiteral("--address=") + qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS")}) &&
+                    comesTrue([this] { return QFile::exists(m_folder.filePath(QStringLiteral("bus"))); }) &&
+                    run(QStringLiteral("pipewire"), {}) &&
+                    comesTrue([this] { return QFile::exists(m_folder.filePath(QStringLiteral("pipewire-0"))); }) &&
+                    run(QStringLiteral("wireplumber"), {}) && run(QStringLiteral("pipewire-pulse"), {});
+    }
+    if (!isStarted || !comesTrue([this] { return !control({QStringLiteral("info")}).isEmpty(); }) || !makeDevices()) {
+        qWarning("the sound server did not come up");
+        return false;
+    }
+    return true;
+}
+
+bool AudioServer::makeDevices()
+{
+    const auto words = [](const char* text) { return QString::fromLatin1(text).split(QLatin1Char(' ')); };
+    loadModule(words("module-null-sink sink_name=speakers rate=48000 channels=2"));
+    loadModule(words("module-null-sink sink_name=voice format=float32le rate=48000 channels=1 channel_map=mono"));
+    const auto source = [&](const char* name) {
+        return loadModule(words("module-remap-source master=voice.monitor channels=1 channel_map=mono") +
+                          QStringList{QStringLiteral("source_name=") + QString::fromLatin1(name)});
+    };
+    m_microphoneModule = source("microphone");
+    m_headsetModule = source("headset");
+    return comesTrue([&] {
+        control(words("set-default-sink speakers"));
+        control(words("set-default-source microphone"));
+        const QString info = control(words("info"));
+        return info.contains(QStringLiteral("Default Sink: speakers\n")) &&
+               info.contains(QStringLiteral("Default Source: microphone\n"));
+    });
+}
+
+void AudioServer::kill()
+{
+    for (const auto& listener : m_listeners) {
+        end(*listener);
+    }
+    m_listeners.clear();
+    while (!m_servers.empty()) {
+        end(*m_servers.back());
+        m_servers.pop_back();
+    }
+    // What a killed server leaves behind is in nobody's way but its successor's.
+    QDir(m_folder.filePath(QStringLiteral("pulse"))).removeRecursively();
+    QFile::remove(m_folder.filePath(QStringLiteral("bus")));
+    QFile::remove(m_folder.filePath(QStringLiteral("pipewire-0")));
+}
+
+void AudioServer::freeze()
+{
+    sendSignal(SIGSTOP);
+}
+
+void AudioServer::thaw()
+{
+    sendSignal(SIGCONT);
+}
+
+void AudioServer::sendSignal(int number) const
+{
+    ::kill(static_cast<pid_t>(m_servers.back()->processId()), number);
+}
+
+void AudioServer::listenTo(const QString& sink)
+{
+    auto listener = std::make_unique<QProcess>();
+    tieToThisProcess(*listener);
+    listener->setStandardOutputFile(QProcess::nullDevice());
+    listener->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    listener->start(QStringLiteral("parec"), {QStringLiteral("--raw"), QStringLiteral("--latency-msec=10"),
+                                              QStringLiteral("-d"), sink + QStringLiteral(".monitor")});
+    m_listeners.push_back(std::move(listener));
+    comesTrue([&] {
+        const QString streams = control({QStringLiteral("list"), QStringLiteral("source-outputs")});
+        return streams.count(QStringLiteral("application.name = \"parec\"")) ==
+               static_cast<qsizetype>(m_listeners.size());
+    });
+    if (m_kind == AudioServerKind::PulseAudio) {
+        // The sink has already gone to sleep for its two seconds: wake it.
+        control({QStringLiteral("suspend-sink"), sink, QStringLiteral("1")});
+        control({QStringLiteral("suspend-sink"), sink, QStringLiteral("0")});
+    }
+}
+
+QString AudioServer::control(const QStringList& arguments) const
+{
+    QProcess pactl;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
+    pactl.setProcessEnvironment(environment);
+    pactl.start(QStringLiteral("pactl"), arguments);
+    pactl.waitForFinished(kStartMilliseconds);
+    return QString::fromUtf8(pactl.readAllStandardOutput());
+}
+
+QStringList AudioServer::list(const QString& what) const
+{
+    return control({QStringLiteral("list"), QStringLiteral("short"), what})
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+void AudioServer::unplug(const QString& source)
+{
+    QString& module = source == QLatin1String("microphone") ? m_microphoneModule : m_headsetModule;
+    control({QStringLiteral("unload-module"), std::exchange(module, {}).trimmed()});
+}
+
+bool AudioServer::run(const QString& program, const QStringList& arguments)
+{
+    auto process = std::make_unique<QProcess>();
+    tieToThisProcess(*process);
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(m_folder.filePath(program + QStringLiteral(".log")));
+    process->start(program, arguments);
+    const bool isStarted = process->waitForStarted();
+    if (!isStarted) {
+        qWarning("cannot start %s", qPrintable(program));
+    }
+    m_servers.push_back(std::move(process));
+    return isStarted;
+}
+
+}  // namespace tavlo

@@ -1,0 +1,164 @@
+#pragma once
+
+#include "platform/audio_input.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace tavlo {
+
+// Microphones that a test plugs, unplugs and speaks into. Everything happens on the calling thread, at once.
+class FakeAudioInput : public AudioInput {
+public:
+    static constexpr std::size_t kBlockFrames = 4096;
+
+    // One microphone "microphone" is there from the beginning; `noMicrophone` takes it away.
+    FakeAudioInput() { plug(QStringLiteral("microphone"), {48000, 1}); }
+    explicit FakeAudioInput(const AudioFormat& format) { plug(QStringLiteral("microphone"), format); }
+
+    // The first microphone that is plugged becomes the default one.
+    void plug(const QString& name, const AudioFormat& format)
+    {
+        m_microphones[name] = format;
+        if (!m_default) {
+            setDefault(name);
+        }
+    }
+
+    void unplug(const QString& name)
+    {
+        const bool wasInUse = m_inUse == name;
+        m_microphones.erase(name);
+        if (m_default == name) {
+            m_default.reset();
+            if (!m_microphones.empty()) {
+                m_default = m_microphones.begin()->first;
+            }
+            changeConfiguration();
+        } else if (wasInUse) {
+            changeConfiguration();
+        }
+    }
+
+    void setDefault(const QString& name)
+    {
+        const bool isChange = m_default != name;
+        m_default = name;
+        if (isChange) {
+            changeConfiguration();
+        }
+    }
+
+    void noMicrophone() { unplug(QStringLiteral("microphone")); }
+
+    // The next starts fail with this error; none again lets them succeed.
+    void failStarts(std::optional<Error> error) { m_startError = std::move(error); }
+
+    // Speaks into the microphone in use: whole blocks are handed over at once, the rest with the next or at the stop.
+    void capture(const std::vector<float>& interleavedSamples)
+    {
+        if (!m_handler) {
+            return;
+        }
+        m_waiting.insert(m_waiting.end(), interleavedSamples.begin(), interleavedSamples.end());
+        const std::size_t blockSamples = kBlockFrames * channelCount();
+        while (m_waiting.size() >= blockSamples) {
+            deliver(blockSamples);
+        }
+    }
+
+    // Hands over one block as it is.
+    void deliver(const AudioBlock& block)
+    {
+        if (m_handler) {
+            m_handler(block);
+        }
+    }
+
+    // The notice of a change.
+    void changeConfiguration()
+    {
+        const auto handlers = *m_handlers;
+        for (const auto& [id, handler] : handlers) {
+            if (m_handlers->count(id) != 0) {
+                handler();
+            }
+        }
+    }
+
+    bool isRunning() const { return static_cast<bool>(m_handler); }
+    int startCount() const { return m_startCount; }
+    int stopCount() const { return m_stopCount; }
+
+    AudioFormat inputFormat() override { return m_default ? m_microphones.at(*m_default) : AudioFormat{}; }
+
+    Result<void> start(BlockHandler handler) override
+    {
+        if (m_startError) {
+            return tl::unexpected<Error>(*m_startError);
+        }
+        if (!m_default) {
+            return failure(1, QStringLiteral("No microphone"), QStringLiteral("FakeAudioInput"));
+        }
+        ++m_startCount;
+        m_format = inputFormat();
+        m_inUse = m_default;
+        m_waiting.clear();
+        m_handler = std::move(handler);
+        return {};
+    }
+
+    void stop() override
+    {
+        if (!m_handler) {
+            return;
+        }
+        ++m_stopCount;
+        if (!m_waiting.empty()) {
+            deliver(m_waiting.size());
+        }
+        m_handler = nullptr;
+        m_inUse.reset();
+    }
+
+    [[nodiscard]] Registration onConfigurationChange(std::function<void()> changed) override
+    {
+        const int id = m_nextId++;
+        m_handlers->emplace(id, std::move(changed));
+        return Registration([handlers = std::weak_ptr(m_handlers), id] {
+            if (const auto alive = handlers.lock()) {
+                alive->erase(id);
+            }
+        });
+    }
+
+private:
+    using Handlers = std::map<int, std::function<void()>>;
+
+    std::size_t channelCount() const { return static_cast<std::size_t>(m_format.channelCount); }
+
+    void deliver(std::size_t sampleCount)
+    {
+        const std::vector<float> block(m_waiting.begin(), m_waiting.begin() + static_cast<std::ptrdiff_t>(sampleCount));
+        m_waiting.erase(m_waiting.begin(), m_waiting.begin() + static_cast<std::ptrdiff_t>(sampleCount));
+        m_handler({m_format, block.data(), sampleCount / channelCount()});
+    }
+
+    std::map<QString, AudioFormat> m_microphones;
+    std::optional<QString> m_default;
+    std::optional<QString> m_inUse;
+    std::optional<Error> m_startError;
+    AudioFormat m_format;
+    BlockHandler m_handler;
+    std::vector<float> m_waiting;
+    int m_startCount = 0;
+    int m_stopCount = 0;
+    int m_nextId = 0;
+    std::shared_ptr<Handlers> m_handlers = std::make_shared<Handlers>();
+};
+
+}  // namespace tavlo

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/login_item.h"
+
+namespace tavlo {
+
+// A login item in memory; with a `refusal` every change fails with that description.
+class FakeLoginItem : public LoginItem {
+public:
+    bool isEnabled() override { return enabled; }
+    Result<void> enable() override { return change(true); }
+    Result<void> disable() override { return change(false); }
+
+    bool enabled = false;
+    QString refusal;
+
+private:
+    Result<void> change(bool to)
+    {
+        if (!refusal.isEmpty()) {
+            return failure(13, refusal, QStringLiteral("fake"));
+        }
+        enabled = to;
+        return {};
+    }
+};
+
+}  // namespace tavlo

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "engines/engines.h"
+
+#include <utility>
+
+namespace tavlo {
+
+// An offer that the test answers for the user. A new offer takes the place of one that was not answered.
+class FakeModelOffer : public ModelOffer {
+public:
+    void offerModelDownload(std::function<void(ModelOutcome)> completion) override
+    {
+        ++offers;
+        m_completion = std::move(completion);
+    }
+
+    bool isOpen() const { return static_cast<bool>(m_completion); }
+
+    // Does nothing when no offer is open.
+    void answer(ModelOutcome outcome)
+    {
+        if (const auto completion = std::exchange(m_completion, nullptr)) {
+            completion(outcome);
+        }
+    }
+
+    int offers = 0;
+
+private:
+    std::function<void(ModelOutcome)> m_completion;
+};
+
+}  // namespace tavlo

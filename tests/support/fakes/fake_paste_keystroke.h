@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/paste_keystroke.h"
+
+#include <functional>
+
+namespace tavlo {
+
+// Counts the chords instead of typing them.
+class FakePasteKeystroke : public PasteKeystroke {
+public:
+    bool isTrusted() override
+    {
+        ++trustQuestionCount;
+        return trusted;
+    }
+
+    void sendPaste() override
+    {
+        ++pasteCount;
+        if (onPaste) {
+            onPaste();
+        }
+    }
+
+    void openTrustSettings() override { ++openTrustSettingsCount; }
+
+    bool trusted = true;
+    int trustQuestionCount = 0;
+    int pasteCount = 0;
+    int openTrustSettingsCount = 0;
+    std::function<void()> onPaste;  // for a test that looks at the pasteboard at that moment
+};
+
+}  // namespace tavlo

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "ui/status_item.h"
+
+#include <QStringList>
+
+namespace tavlo {
+
+// Keeps the icon's states and the menu.
+class FakeStatusItem : public StatusItem {
+public:
+    void setIcon(const QString& state) override { icons.append(state); }
+    void setMenu(const MenuDescription& newMenu) override
+    {
+        menu = newMenu;
+        ++menuCount;
+    }
+
+    QString icon() const { return icons.isEmpty() ? QString() : icons.last(); }
+    // The menu's first line; empty before there is a menu.
+    QString statusLine() const { return menu.empty() ? QString() : menu.front().title; }
+
+    // The row of that title on the top level or one below it; none when there is no such row.
+    const MenuItemDescription* item(const QString& title) const { return find(menu, title); }
+
+    QStringList icons;  // in the order in which they were set
+    MenuDescription menu;
+    int menuCount = 0;
+
+private:
+    static const MenuItemDescription* find(const MenuDescription& rows, const QString& title)
+    {
+        for (const MenuItemDescription& row : rows) {
+            if (row.title == title) {
+                return &row;
+            }
+            if (const auto* below = find(row.submenu, title)) {
+                return below;
+            }
+        }
+        return nullptr;
+    }
+};
+
+}  // namespace tavlo

@@ -1,0 +1,30 @@
+// Prints, for each state, the alpha channel of the status item's icon at the width given, as one line of
+// "<state> <hexadecimal bytes>". An end-to-end test tells by them which icon stands in the panel.
+
+#include "ui/tavlo_icon.h"
+
+#include <QGuiApplication>
+#include <QImage>
+#include <QPixmap>
+
+#include <cstdio>
+
+int main(int argc, char** argv)
+{
+    const QGuiApplication application(argc, argv);
+    const int width = argc == 2 ? QByteArray(argv[1]).toInt() : 0;
+    if (width <= 0) {
+        std::fprintf(stderr, "usage: tavlo_reference_icons WIDTH\n");
+        return 2;
+    }
+    for (const char* const state : {"mic", "waveform", "hourglass", "keyboard"}) {
+        const QIcon icon = tavlo::TavloIcon::menuBar(QString::fromLatin1(state));
+        const QImage image = icon.pixmap(width, width).toImage().convertToFormat(QImage::Format_Alpha8);
+        QByteArray alpha;
+        for (int row = 0; row < image.height(); ++row) {
+            alpha.append(reinterpret_cast<const char*>(image.constScanLine(row)), image.width());
+        }
+        std::printf("%s %s\n", state, alpha.toHex().constData());
+    }
+    return 0;
+}

@@ -1,0 +1,345 @@
+#include "desk.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+namespace tavlo {
+namespace {
+
+const QString kMic = QStringLiteral("mic");
+const QString kWaveform = QStringLiteral("waveform");
+const QString kHourglass = QStringLiteral("hourglass");
+
+class DictationSessionTest : public testing::Test {
+protected:
+    DictationSessionTest() { desk.app->applicationDidFinishLaunching(); }
+
+    // Speaks exactly this many PCM bytes of speech between two presses of the hotkey.
+    void dictateBytes(int bytes, float amplitude = 0.5F)
+    {
+        desk.pressHotkey();
+        std::vector<float> samples(static_cast<std::size_t>(bytes / 2));
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            samples[i] = (i / 20) % 2 == 0 ? amplitude : -amplitude;
+        }
+        desk.input.handler({desk.input.format, samples.data(), samples.size()});
+        desk.queue.runPending();
+        desk.pressHotkey();
+    }
+
+    // The amplitude of a square wave whose level on the recorder's scale is `level`.
+    static float amplitudeOf(double level) { return static_cast<float>(std::pow(10.0, (level * 50.0 - 50.0) / 20.0)); }
+
+    QString status() const { return desk.app->statusLine(); }
+
+    Desk desk;
+};
+
+TEST_F(DictationSessionTest, StartPlaysPopShowsTheOverlayAndTellsHowToStop)
+{
+    desk.pressHotkey();
+    EXPECT_EQ(desk.take(desk.events), QStringList{QStringLiteral("Pop 0.15")});
+    EXPECT_TRUE(desk.hud.shown);
+    EXPECT_EQ(desk.statusItem.icon, kWaveform);
+    EXPECT_EQ(status(), QStringLiteral("Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"));
+    EXPECT_EQ(desk.menuTitles().first(), status());
+    EXPECT_NE(desk.menuItem(QStringLiteral("Stop opname")), nullptr);
+    EXPECT_TRUE(desk.log.lines().isEmpty());
+}
+
+TEST_F(DictationSessionTest, StartSpeaksEnglishInTheEnglishInterface)
+{
+    gLang = QStringLiteral("en");
+    desk.pressHotkey();
+    EXPECT_EQ(status(), QStringLiteral("Recording… Right ⌘ Command = stop, Esc = cancel"));
+}
+
+TEST_F(DictationSessionTest, StartDucksTheVolumeWhenThatIsEnabled)
+{
+    desk.pressHotkey();
+    desk.queue.advance(std::chrono::milliseconds(450));
+    EXPECT_FLOAT_EQ(desk.output.current, 0.08F);
+    desk.pressEscape();
+    desk.queue.advance(std::chrono::milliseconds(450));
+    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
+}
+
+TEST_F(DictationSessionTest, StartLeavesTheVolumeWhenDuckingIsDisabled)
+{
+    desk.writeSettings(R"({"duck_enabled": false})");
+    desk.pressHotkey();
+    desk.queue.advance(std::chrono::seconds(1));
+    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
+}
+
+TEST_F(DictationSessionTest, AMicrophoneThatDoesNotStartLeavesTheApplicationReady)
+{
+    desk.input.format = {};
+    const int builds = desk.statusItem.builds;
+    desk.pressHotkey();
+    EXPECT_EQ(status(), QStringLiteral("⚠️ Microfoon: Geen microfoon beschikbaar (of geen toestemming)."));
+    EXPECT_EQ(desk.take(desk.events), QStringList{QStringLiteral("Basso 0.5")});
+    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_FALSE(desk.hud.shown);
+    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
+    EXPECT_GT(desk.statusItem.builds, builds);
+    EXPECT_TRUE(desk.log.lines().isEmpty());
+    gLang = QStringLiteral("en");
+    desk.pressHotkey();
+    EXPECT_EQ(status(), QStringLiteral("⚠️ Microphone: Geen microfoon beschikbaar (of geen toestemming)."));
+}
+
+TEST_F(DictationSessionTest, ARecordingOf12799BytesIsTooShortAnd12800BytesGoOn)
+{
+    dictateBytes(12798);
+    EXPECT_EQ(status(), QStringLiteral("Opname te kort"));
+    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_TRUE(desk.log.lines().isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
+    dictateBytes(12800);
+    EXPECT_TRUE(desk.app->isBusy());
+}
+
+TEST_F(DictationSessionTest, FinishHidesTheOverlayRestoresTheVolumeAndPlaysTinkBeforeAnyCheck)
+{
+    dictateBytes(1000);
+    EXPECT_EQ(desk.events, (QStringList{QStringLiteral("Pop 0.15"), QStringLiteral("Tink 0.12")}));
+    EXPECT_FALSE(desk.hud.shown);
+    desk.queue.advance(std::chrono::milliseconds(450));
+    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
+}
+
+TEST_F(DictationSessionTest, APeakOfExactly018CountsAsSpeech)
+{
+    // The smallest amplitude whose level reaches 0.18 as a float, and the largest that does not.
+    float amplitude = amplitudeOf(0.18);
+    const auto level = [this](float a) {
+        dictateBytes(16000, a);
+        const bool busy = desk.app->isBusy();
+        if (busy) {
+            desk.runBackground();
+        }
+        return busy;
+    };
+    while (!level(amplitude)) {
+        amplitude = std::nextafter(amplitude, 1.0F);
+    }
+    while (level(std::nextafter(amplitude, 0.0F))) {
+        amplitude = std::nextafter(amplitude, 0.0F);
+    }
+    EXPECT_NEAR(static_cast<double>(amplitude), static_cast<double>(amplitudeOf(0.18)), 1e-7);
+    EXPECT_EQ(status(), QStringLiteral("Geen spraak gehoord - niets verstuurd"));
+}
+
+TEST_F(DictationSessionTest, SilenceIsToldAndLoggedAndSentNowhere)
+{
+    dictateBytes(32000, amplitudeOf(0.1));
+    EXPECT_EQ(status(), QStringLiteral("Geen spraak gehoord - niets verstuurd"));
+    ASSERT_EQ(desk.log.lines().size(), 1);
+    EXPECT_TRUE(desk.log.lines().first().startsWith(QStringLiteral("Stilte gedetecteerd (piek 0.")));
+    EXPECT_TRUE(desk.log.lines().first().endsWith(QStringLiteral("), overgeslagen")));
+    EXPECT_TRUE(desk.msgHud.shown.isEmpty());
+    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
+    EXPECT_TRUE(desk.background.tasks.empty());
+}
+
+TEST_F(DictationSessionTest, NoSignalAtAllIsToldByAMessageForSixSeconds)
+{
+    dictateBytes(32000, 0.0F);
+    EXPECT_EQ(status(), QStringLiteral("Geen microfoonsignaal - gebruikt een andere app de microfoon?"));
+    EXPECT_EQ(desk.msgHud.shown,
+              QStringList{QStringLiteral("Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de "
+                                         "microfoon? Beëindig het gesprek of geef Tavlo even de microfoon.")});
+    EXPECT_EQ(desk.msgHud.autoHide, 6.0);
+    EXPECT_EQ(desk.log.lines(), QStringList{QStringLiteral("Stilte gedetecteerd (piek 0.0), overgeslagen")});
+}
+
+TEST_F(DictationSessionTest, APeakOfExactly001IsNoSpeechRatherThanNoSignal)
+{
+    float amplitude = amplitudeOf(0.01);
+    const auto noSignal = [this](float a) {
+        dictateBytes(16000, a);
+        return status().startsWith(QStringLiteral("Geen microfoonsignaal"));
+    };
+    while (noSignal(amplitude)) {
+        amplitude = std::nextafter(amplitude, 1.0F);
+    }
+    EXPECT_EQ(status(), QStringLiteral("Geen spraak gehoord - niets verstuurd"));
+    while (!noSignal(std::nextafter(amplitude, 0.0F))) {
+        amplitude = std::nextafter(amplitude, 0.0F);
+    }
+    EXPECT_NEAR(static_cast<double>(amplitude), static_cast<double>(amplitudeOf(0.01)), 1e-8);
+}
+
+TEST_F(DictationSessionTest, NineTenthsOfASecondOfSpeechShowZeroSeconds)
+{
+    gLang = QStringLiteral("en");
+    dictateBytes(28800);
+    EXPECT_EQ(status(), QStringLiteral("Transcribing… (0s of audio)"));
+    EXPECT_EQ(desk.statusItem.icon, kHourglass);
+    EXPECT_EQ(desk.log.lines(), QStringList{QStringLiteral("Opname gestopt: 0s audio, start transcriptie")});
+}
+
+TEST_F(DictationSessionTest, TheRecordingIsSavedAsAWavFileBeforeAnyEngineRuns)
+{
+    dictateBytes(32000);
+    QFile wav(desk.locations.kLastWavURL);
+    ASSERT_TRUE(wav.open(QIODevice::ReadOnly));
+    EXPECT_EQ(wav.size(), 32044);
+    EXPECT_EQ(wav.read(4), "RIFF");
+    EXPECT_TRUE(desk.local.wavPaths.isEmpty());
+    desk.runBackground();
+    EXPECT_EQ(desk.local.wavPaths, QStringList{desk.locations.kLastWavURL});
+    EXPECT_TRUE(QFileInfo::exists(desk.locations.kLastWavURL));
+}
+
+TEST_F(DictationSessionTest, ALastRecordingThatCannotBeWrittenIsLoggedAndTheOldOneIsGone)
+{
+    dictateBytes(32000);
+    desk.runBackground();
+    ASSERT_TRUE(QFileInfo::exists(desk.locations.kLastWavURL));
+    // A folder where the file should stand cannot be replaced by it.
+    QFile::remove(desk.locations.kLastWavURL);
+    QDir().mkpath(desk.locations.kLastWavURL + QStringLiteral("/in the way"));
+    dictateBytes(32000);
+    EXPECT_TRUE(desk.log.lines().last().startsWith(QStringLiteral("Laatste opname niet bewaard: ")));
+    EXPECT_TRUE(desk.app->isBusy());
+}
+
+TEST_F(DictationSessionTest, MenuToggleDoesNothingWhileBusy)
+{
+    dictateBytes(32000);
+    desk.take(desk.events);
+    const QString before = status();
+    const int builds = desk.statusItem.builds;
+    desk.app->menuToggle();
+    desk.pressHotkey();
+    EXPECT_TRUE(desk.events.isEmpty());
+    EXPECT_EQ(status(), before);
+    EXPECT_EQ(desk.statusItem.builds, builds);
+}
+
+TEST_F(DictationSessionTest, MenuToggleDoesNothingWhileAHotkeyIsBeingChosen)
+{
+    desk.app->perform(MenuAction::StartCapture, {});
+    const QString before = status();
+    desk.app->menuToggle();
+    EXPECT_TRUE(desk.events.isEmpty());
+    EXPECT_EQ(status(), before);
+    EXPECT_FALSE(desk.app->isRecording());
+}
+
+TEST_F(DictationSessionTest, EscapeCancelsARecording)
+{
+    desk.pressHotkey();
+    desk.speak(1000);
+    desk.take(desk.events);
+    desk.pressEscape();
+    EXPECT_EQ(desk.events, QStringList{QStringLiteral("Basso 0.2")});
+    EXPECT_EQ(status(), QStringLiteral("Opname geannuleerd"));
+    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_FALSE(desk.hud.shown);
+    EXPECT_FALSE(desk.app->isRecording());
+    EXPECT_TRUE(desk.log.lines().isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
+}
+
+TEST_F(DictationSessionTest, AQueuedCancelDoesNothingWhenTheRecordingHasEndedMeanwhile)
+{
+    desk.pressHotkey();
+    desk.speak(1000);
+    desk.keyboard.flagsChanged({54, kCommandFlag, KeyRepeat::FirstPress, {}});
+    desk.keyboard.keyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
+    desk.queue.runPending();
+    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_EQ(status(), QStringLiteral("Transcriberen… (1 sec audio)"));
+    EXPECT_FALSE(desk.events.contains(QStringLiteral("Basso 0.2")));
+}
+
+TEST_F(DictationSessionTest, TheWatchdogFreesTheApplicationAfter120Seconds)
+{
+    dictateBytes(32000);
+    desk.take(desk.events);
+    desk.queue.advance(std::chrono::milliseconds(119'999));
+    EXPECT_TRUE(desk.app->isBusy());
+    desk.queue.advance(std::chrono::milliseconds(1));
+    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("WAAKHOND: transcriptie hing, app vrijgegeven"));
+    EXPECT_EQ(desk.events, QStringList{QStringLiteral("Basso 0.5")});
+    EXPECT_EQ(status(), QStringLiteral("⚠️ Transcriptie duurde te lang en is afgebroken - opname is bewaard als "
+                                       "laatste-opname.wav"));
+}
+
+TEST_F(DictationSessionTest, TheFirstWatchdogLeavesASecondTranscriptionAlone)
+{
+    dictateBytes(32000);
+    desk.runBackground();
+    ASSERT_FALSE(desk.app->isBusy());
+    desk.queue.advance(std::chrono::seconds(60));
+    dictateBytes(32000);
+    desk.queue.advance(std::chrono::seconds(61));
+    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_FALSE(desk.log.lines().contains(QStringLiteral("WAAKHOND: transcriptie hing, app vrijgegeven")));
+    desk.queue.advance(std::chrono::seconds(59));
+    EXPECT_FALSE(desk.app->isBusy());
+}
+
+TEST_F(DictationSessionTest, AResultAfterTheWatchdogIsStillPasted)
+{
+    dictateBytes(32000);
+    desk.queue.advance(std::chrono::seconds(120));
+    ASSERT_FALSE(desk.app->isBusy());
+    desk.runBackground();
+    desk.queue.advance(std::chrono::milliseconds(150));
+    EXPECT_EQ(desk.events.last(), QStringLiteral("paste: goede morgen"));
+    EXPECT_EQ(status(), QStringLiteral("Geplakt via lokale Whisper"));
+}
+
+TEST_F(DictationSessionTest, LevelsReachTheOverlay)
+{
+    desk.pressHotkey();
+    desk.speak(1000, 1.0F);
+    ASSERT_FALSE(desk.hud.levels.empty());
+    EXPECT_FLOAT_EQ(desk.hud.levels.back(), 1.0F);
+}
+
+TEST_F(DictationSessionTest, ADeviceChangeWhileRecordingStopsItAndTellsSo)
+{
+    desk.pressHotkey();
+    desk.speak(1000);
+    desk.take(desk.events);
+    desk.input.changed();
+    EXPECT_EQ(desk.log.lines(),
+              QStringList{QStringLiteral("Audio-apparaat gewisseld tijdens opname - opname gestopt")});
+    EXPECT_EQ(desk.events, QStringList{QStringLiteral("Basso 0.2")});
+    EXPECT_EQ(status(), QStringLiteral("Audio-apparaat gewisseld - opname gestopt"));
+    EXPECT_EQ(desk.menuTitles().first(), status());
+    EXPECT_EQ(desk.msgHud.autoHide, 5.0);
+    EXPECT_EQ(
+        desk.msgHud.shown.last(),
+        QStringLiteral("Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk "
+                       "op de sneltoets om opnieuw te beginnen."));
+    EXPECT_FALSE(desk.app->isRecording());
+}
+
+TEST_F(DictationSessionTest, ADeviceChangeWhileIdleOrTranscribingDoesNothing)
+{
+    const QString ready = status();
+    desk.input.changed();
+    EXPECT_EQ(status(), ready);
+    dictateBytes(32000);
+    const QString transcribing = status();
+    desk.input.changed();
+    EXPECT_EQ(status(), transcribing);
+    EXPECT_TRUE(desk.msgHud.shown.isEmpty());
+    EXPECT_TRUE(desk.app->isBusy());
+}
+
+}  // namespace
+}  // namespace tavlo

@@ -1,0 +1,305 @@
+#include "engines/local_runner.h"
+
+#include "engines/child_process.h"
+#include "engines/platform_errors.h"
+#include "support/fakes/memory_log.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <cerrno>
+#include <csignal>
+#include <thread>
+
+namespace tavlo {
+namespace {
+
+// Both wait for the other end of the pipe.
+QByteArray readFifo(const QByteArray& path)
+{
+    const int file = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    char buffer[100];
+    const ssize_t count = ::read(file, buffer, sizeof buffer);
+    ::close(file);
+    return QByteArray(buffer, count);
+}
+
+void writeFifo(const QByteArray& path, const QByteArray& text)
+{
+    const int file = ::open(path.constData(), O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(::write(file, text.constData(), static_cast<std::size_t>(text.size())), text.size());
+    ::close(file);
+}
+
+// A support folder and a bundle with a ready model, and shell scripts in whisper-cli's place.
+class LocalRunnerTest : public testing::Test {
+protected:
+    LocalRunnerTest() { makeModel(kModelMinBytes); }
+
+    // Without blocks on the disk.
+    void makeModel(qint64 size)
+    {
+        QDir().mkpath(m_locations.kModelsDir);
+        QFile model(m_locations.kModelURL);
+        ASSERT_TRUE(model.open(QIODevice::WriteOnly));
+        ASSERT_TRUE(model.resize(size));
+    }
+
+    void writeProgram(const QString& path, const QByteArray& text, QFile::Permissions permissions = kRunnable)
+    {
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(text);
+        ASSERT_TRUE(file.setPermissions(permissions));
+    }
+
+    void installScript(const QByteArray& commands) { writeProgram(m_bundled, "#!/bin/sh\n" + commands); }
+
+    TranscriptionResult run(const Config& config = {}, std::chrono::milliseconds limit = std::chrono::seconds(180))
+    {
+        return LocalRunner(m_locations, m_log, limit)
+            .transcribeLocal(m_home.filePath(QStringLiteral("een opname.wav")), config);
+    }
+
+    static constexpr QFile::Permissions kRunnable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+
+    QTemporaryDir m_home;
+    Locations m_locations =
+        Locations::inFolders(m_home.filePath(QStringLiteral("data")), m_home.filePath(QStringLiteral("prefix/bin")));
+    const QString m_bundled = m_locations.kBundleResourceDir + QStringLiteral("/whisper-cli");
+    const QString m_own = m_locations.kAppSupportDir + QStringLiteral("/bin/whisper-cli");
+    MemoryLog m_log;
+};
+
+TEST(CleanedTranscript, joinsTrimmedLinesByOneBlank)
+{
+    EXPECT_EQ(cleanedTranscript("  Hallo wereld. \n\n  Tweede regel\n"), QStringLiteral("Hallo wereld. Tweede regel"));
+}
+
+TEST(CleanedTranscript, isEmptyForBlankLines)
+{
+    EXPECT_EQ(cleanedTranscript("\n  \n\t\n \n"), QString());
+    EXPECT_EQ(cleanedTranscript({}), QString());
+}
+
+TEST(CleanedTranscript, keepsOtherLineEndsInsideAndTrimsThemAtTheEnds)
+{
+    EXPECT_EQ(cleanedTranscript("\r\nEen \r\n\tTwee\r\n"), QStringLiteral("Een \r Twee"));
+}
+
+TEST(CleanedTranscript, isEmptyForOutputThatIsNotUtf8)
+{
+    EXPECT_EQ(cleanedTranscript("Hallo \xff wereld\n"), QString());
+    EXPECT_EQ(cleanedTranscript("Zo\xc3\xab\n"), QStringLiteral("Zo\u00eb"));
+}
+
+TEST_F(LocalRunnerTest, aModelOfExactlyTheSmallestSizeIsReady)
+{
+    makeModel(1'500'000'000);
+    EXPECT_TRUE(LocalRunner(m_locations, m_log).localModelReady());
+}
+
+TEST_F(LocalRunnerTest, aModelOfOneByteLessIsNotReady)
+{
+    makeModel(1'499'999'999);
+    EXPECT_FALSE(LocalRunner(m_locations, m_log).localModelReady());
+}
+
+TEST_F(LocalRunnerTest, aMissingModelOrAFolderInItsPlaceIsNotReady)
+{
+    QFile::remove(m_locations.kModelURL);
+    EXPECT_FALSE(LocalRunner(m_locations, m_log).localModelReady());
+    QDir().mkpath(m_locations.kModelURL);
+    EXPECT_FALSE(LocalRunner(m_locations, m_log).localModelReady());
+}
+
+TEST_F(LocalRunnerTest, theBundlesProgramComesBeforeTheUsersOwn)
+{
+    writeProgram(m_own, "#!/bin/sh\necho eigen\n");
+    EXPECT_EQ(LocalRunner(m_locations, m_log).whisperBinaryURL(), m_own);
+    EXPECT_EQ(run().value(), QStringLiteral("eigen"));
+    writeProgram(m_bundled, "#!/bin/sh\necho bundel\n");
+    EXPECT_EQ(LocalRunner(m_locations, m_log).whisperBinaryURL(), m_bundled);
+    EXPECT_EQ(run().value(), QStringLiteral("bundel"));
+}
+
+TEST_F(LocalRunnerTest, aProgramThatIsNotExecutableIsSkipped)
+{
+    writeProgram(m_bundled, "#!/bin/sh\necho bundel\n", QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_EQ(LocalRunner(m_locations, m_log).whisperBinaryURL(), std::nullopt);
+    writeProgram(m_own, "#!/bin/sh\necho eigen\n");
+    EXPECT_EQ(LocalRunner(m_locations, m_log).whisperBinaryURL(), m_own);
+}
+
+TEST_F(LocalRunnerTest, aFolderInTheProgramsPlaceIsSkipped)
+{
+    QDir().mkpath(m_bundled);
+    EXPECT_EQ(LocalRunner(m_locations, m_log).whisperBinaryURL(), std::nullopt);
+}
+
+TEST_F(LocalRunnerTest, aMissingProgramIsAFailureWithCode3)
+{
+    EXPECT_EQ(run().error(), (Error{QStringLiteral("Tavlo"), 3, QStringLiteral("whisper-cli ontbreekt in de app.")}));
+}
+
+TEST_F(LocalRunnerTest, aMissingModelIsAFailureWithCode3)
+{
+    installScript("echo nooit\n");
+    makeModel(10);
+    EXPECT_EQ(run().error(),
+              (Error{QStringLiteral("Tavlo"), 3, QStringLiteral("Het offline taalmodel is nog niet gedownload.")}));
+}
+
+TEST_F(LocalRunnerTest, theChildGetsExactlyEightArguments)
+{
+    installScript("printf '%s\\n' \"$#\" \"$@\"\n");
+    Config config;
+    config.language = QStringLiteral("auto");
+    config.vocabulary = QStringLiteral("woorden");
+    EXPECT_EQ(run(config).value(), QStringLiteral("8 -m ") + m_locations.kModelURL +
+                                       QStringLiteral(" -l auto --no-timestamps -np -f ") +
+                                       m_home.filePath(QStringLiteral("een opname.wav")));
+}
+
+TEST_F(LocalRunnerTest, theChildInheritsEnvironmentAndWorkingDirectory)
+{
+    qputenv("TAVLO_UNIT_MARK", "merk");
+    installScript("echo \"$TAVLO_UNIT_MARK\"\npwd\n");
+    const TranscriptionResult result = run();
+    qunsetenv("TAVLO_UNIT_MARK");
+    EXPECT_EQ(result.value(), QStringLiteral("merk ") + QDir::currentPath());
+}
+
+TEST_F(LocalRunnerTest, outputOfBlankLinesIsAnEmptyTranscript)
+{
+    installScript("printf '\\n  \\n\\n'\n");
+    EXPECT_EQ(run().value(), QString());
+}
+
+TEST_F(LocalRunnerTest, exitStatus2IsAFailureWithCode2)
+{
+    installScript("echo tekst\nexit 2\n");
+    EXPECT_EQ(run().error(), (Error{QStringLiteral("Tavlo"), 2, QStringLiteral("whisper-cli stopte met code 2.")}));
+}
+
+TEST_F(LocalRunnerTest, aChildKilledByASignalIsAFailureWithTheSignalsNumber)
+{
+    installScript("echo tekst\nkill -KILL $$\n");
+    EXPECT_EQ(run().error(), (Error{QStringLiteral("Tavlo"), 9, QStringLiteral("whisper-cli stopte met code 9.")}));
+}
+
+TEST_F(LocalRunnerTest, megabytesOnStandardErrorDoNotStallTheChild)
+{
+    installScript("head -c 8000000 /dev/zero >&2\necho klaar\nexec >&-\nhead -c 8000000 /dev/zero >&2\n");
+    EXPECT_EQ(run().value(), QStringLiteral("klaar"));
+}
+
+TEST_F(LocalRunnerTest, megabytesOnStandardOutputAreReadToTheEnd)
+{
+    installScript("head -c 3000000 /dev/zero | tr '\\000' a\necho b\n");
+    const QString text = run().value();
+    EXPECT_EQ(text.size(), 3000001);
+    EXPECT_TRUE(text.endsWith(QStringLiteral("ab")));
+}
+
+TEST_F(LocalRunnerTest, outputThatIsNotUtf8IsAnEmptyTranscript)
+{
+    installScript("printf 'Hallo \\377 wereld\\n'\n");
+    EXPECT_EQ(run().value(), QString());
+}
+
+TEST_F(LocalRunnerTest, aProgramThatTheSystemRefusesIsThePlatformsFailure)
+{
+    writeProgram(m_bundled, "#!/no/such/interpreter\n");
+    EXPECT_EQ(run().error().domain, kSystemErrorDomain);
+    EXPECT_EQ(run().error().code, ENOENT);
+    EXPECT_FALSE(run().error().description.isEmpty());
+    writeProgram(m_bundled, QByteArray("\x7f"
+                                       "ELF\0\0\0\0",
+                                       8));
+    EXPECT_EQ(run().error().code, ENOEXEC);
+}
+
+TEST_F(LocalRunnerTest, aChildThatHangsPastTheLimitIsAskedToEndAndLogged)
+{
+    installScript("echo tekst\nexec tail -f /dev/null\n");
+    EXPECT_EQ(run({}, std::chrono::milliseconds(50)).error(),
+              (Error{QStringLiteral("Tavlo"), SIGTERM, QStringLiteral("whisper-cli stopte met code 15.")}));
+    EXPECT_EQ(m_log.lines(), QStringList(QStringLiteral("whisper-cli geforceerd gestopt (timeout)")));
+}
+
+TEST_F(LocalRunnerTest, aChildThatHangsAfterItsOutputIsAskedToEndToo)
+{
+    installScript("exec > /dev/null 2>&1\nexec tail -f /dev/null\n");
+    EXPECT_EQ(run({}, std::chrono::milliseconds(300)).error().code, SIGTERM);
+    EXPECT_EQ(m_log.lines().size(), 1);
+}
+
+TEST_F(LocalRunnerTest, aChildThatRefusesToEndIsAskedOnceAndWaitedFor)
+{
+    installScript("trap '' TERM\necho klaar > \"$0.fifo\"\nread -r line < \"$0.fifo\"\necho \"$line\"\n");
+    const QByteArray fifo = QFile::encodeName(m_bundled + QStringLiteral(".fifo"));
+    ASSERT_EQ(::mkfifo(fifo.constData(), 0600), 0);
+    int asked = 0;
+    // The first word comes once the script ignores the request; the second lets it go on, into its end.
+    std::thread hand;
+    RunningChildren running;
+    const auto beforeTermination = [&] {
+        ++asked;
+        EXPECT_EQ(readFifo(fifo), "klaar\n");
+        hand = std::thread([&] { writeFifo(fifo, "regel\n"); });
+    };
+    const Result<ChildResult> child = runChild(m_bundled, {}, std::chrono::milliseconds(1), beforeTermination, running);
+    hand.join();
+    EXPECT_EQ(child.value().status, 0);
+    EXPECT_EQ(child.value().output, "regel\n");
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(LocalRunnerTest, aChildIsAskedToEndWhenTheProcessIsAboutTo)
+{
+    installScript("echo klaar > \"$0.fifo\"\nexec tail -f /dev/null\n");
+    const QByteArray fifo = QFile::encodeName(m_bundled + QStringLiteral(".fifo"));
+    ASSERT_EQ(::mkfifo(fifo.constData(), 0600), 0);
+    LocalRunner runner(m_locations, m_log);
+    std::thread hand([&] {
+        EXPECT_EQ(readFifo(fifo), "klaar\n");
+        runner.stop();
+    });
+    const QString wav = m_home.filePath(QStringLiteral("een opname.wav"));
+    EXPECT_EQ(runner.transcribeLocal(wav, {}).error().code, SIGTERM);
+    hand.join();
+    EXPECT_TRUE(m_log.lines().isEmpty());
+    installScript("exec tail -f /dev/null\n");
+    EXPECT_EQ(runner.transcribeLocal(wav, {}).error().code, SIGTERM) << "one that starts later";
+}
+
+TEST_F(LocalRunnerTest, aChildWithinTheLimitIsNotLogged)
+{
+    installScript("echo tekst\n");
+    EXPECT_EQ(run().value(), QStringLiteral("tekst"));
+    EXPECT_TRUE(m_log.lines().isEmpty());
+}
+
+TEST_F(LocalRunnerTest, theOutputOfAChildsChildIsReadToItsEnd)
+{
+    // The child does not wait for its own child, which still holds the output.
+    const QByteArray fifo = QFile::encodeName(m_bundled + QStringLiteral(".fifo"));
+    installScript("echo eerst\n(read -r line < \"$0.fifo\"; echo \"later: $line\") &\n");
+    ASSERT_EQ(::mkfifo(fifo.constData(), 0600), 0);
+    std::thread hand([&] { writeFifo(fifo, "regel\n"); });
+    EXPECT_EQ(run().value(), QStringLiteral("eerst later: regel"));
+    hand.join();
+    EXPECT_TRUE(m_log.lines().isEmpty());
+}
+
+}  // namespace
+}  // namespace tavlo

@@ -1,0 +1,427 @@
+#include "engines/model_downloader.h"
+
+#include "engines/platform_errors.h"
+#include "server_process.h"
+#include "support/fakes/memory_log.h"
+#include "support/fakes/pumped_main_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QNetworkReply>
+#include <QTemporaryDir>
+
+#include <sys/resource.h>
+#include <csignal>
+#include <optional>
+#include <thread>
+
+namespace tavlo {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr qint64 kSmallModel = 3'000'000;
+
+QJsonObject body(const char* kind, qint64 size, const QJsonObject& more = {})
+{
+    QJsonObject object = more;
+    object[QStringLiteral("kind")] = QLatin1String(kind);
+    object[QStringLiteral("size")] = size;
+    return object;
+}
+
+QJsonObject redirectTo(const QString& location)
+{
+    return {{QStringLiteral("kind"), QStringLiteral("redirect")}, {QStringLiteral("location"), location}};
+}
+
+// No write of this process makes a file longer, as on a disk that is full.
+class SmallDisk {
+public:
+    explicit SmallDisk(rlim_t bytes)
+    {
+        m_oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_old);
+        const rlimit limit{bytes, m_old.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+    ~SmallDisk()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_old);
+        std::signal(SIGXFSZ, m_oldHandler);
+    }
+
+private:
+    rlimit m_old{};
+    void (*m_oldHandler)(int) = nullptr;
+};
+
+class ModelDownloaderTest : public testing::Test {
+protected:
+    ModelDownloaderTest() : m_server(QStringLiteral("model_server.py"), body("body", kSmallModel))
+    {
+        m_terms.minimumBytes = kSmallModel;
+        m_terms.authorities = QSslCertificate::fromPath(m_server.authorityFile());
+        m_url = m_server.baseUrl() + QStringLiteral("/whisper.cpp/resolve/main/ggml-large-v3-turbo.bin");
+    }
+
+    ModelDownloader& downloader()
+    {
+        if (!m_downloader) {
+            m_downloader.emplace(m_locations, m_log, m_queue, m_url, m_terms);
+            m_downloader->onProgress = [this](double fraction, qint64 written, qint64 expected) {
+                m_progress.push_back({fraction, written, expected});
+            };
+            m_downloader->onDone = [this](const Result<void>& result) { m_ends.push_back(result); };
+        }
+        return *m_downloader;
+    }
+
+    // Downloads to the end.
+    Result<void> download()
+    {
+        const std::size_t before = m_ends.size();
+        downloader().start();
+        EXPECT_TRUE(downloader().isRunning());
+        if (!m_queue.runUntil([&] { return m_ends.size() > before; })) {
+            ADD_FAILURE() << "no end";
+            return {};
+        }
+        EXPECT_FALSE(downloader().isRunning());
+        return m_ends.back();
+    }
+
+    QStringList modelFolder() const
+    {
+        return QDir(m_locations.kModelsDir).entryList(QDir::NoDotAndDotDot | QDir::AllEntries);
+    }
+
+    QString started() const { return QStringLiteral("Model-download gestart van ") + m_url; }
+    static QString failed(const QString& description)
+    {
+        return QStringLiteral("Model-download mislukt: ") + description;
+    }
+
+    struct Progress {
+        double fraction;
+        qint64 written;
+        qint64 expected;
+    };
+
+    QTemporaryDir m_home;
+    Locations m_locations =
+        Locations::inFolders(m_home.filePath(QStringLiteral("data")), m_home.filePath(QStringLiteral("bin")));
+    ServerProcess m_server;
+    MemoryLog m_log;
+    PumpedMainQueue m_queue;
+    DownloadTerms m_terms;
+    QString m_url;
+    std::vector<Progress> m_progress;
+    std::vector<Result<void>> m_ends;
+    std::optional<ModelDownloader> m_downloader;
+    const QStringList m_modelAlone{QStringLiteral("ggml-large-v3-turbo.bin")};
+};
+
+TEST_F(ModelDownloaderTest, aCompleteDownloadIsInstalledAndLogged)
+{
+    EXPECT_TRUE(download());
+    EXPECT_EQ(modelFolder(), m_modelAlone);
+    const QFileInfo model(m_locations.kModelURL);
+    EXPECT_EQ(model.size(), kSmallModel);
+    EXPECT_EQ(model.permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
+    EXPECT_EQ(m_log.lines(), (QStringList{started(), QStringLiteral("Model-download klaar: 3000000 bytes")}));
+}
+
+TEST_F(ModelDownloaderTest, progressGrowsToTheWholeAndComesBeforeTheEnd)
+{
+    downloader().onDone = [this](const Result<void>& result) {
+        ASSERT_FALSE(m_progress.empty());
+        EXPECT_EQ(m_progress.back().written, kSmallModel);
+        EXPECT_EQ(m_progress.back().fraction, 1.0);
+        m_ends.push_back(result);
+    };
+    EXPECT_TRUE(download());
+    qint64 last = 0;
+    for (const Progress& progress : m_progress) {
+        EXPECT_GT(progress.written, last);
+        EXPECT_EQ(progress.expected, kSmallModel);
+        EXPECT_EQ(progress.fraction, static_cast<double>(progress.written) / kSmallModel);
+        last = progress.written;
+    }
+}
+
+TEST_F(ModelDownloaderTest, anUnknownLengthGivesNoFractionAndIsInstalled)
+{
+    m_server.setScenario(body("body", kSmallModel, {{QStringLiteral("length"), false}}));
+    EXPECT_TRUE(download());
+    ASSERT_FALSE(m_progress.empty());
+    EXPECT_EQ(m_progress.back().written, kSmallModel);
+    EXPECT_EQ(m_progress.back().fraction, 0);
+    EXPECT_LT(m_progress.back().expected, 1);
+}
+
+TEST_F(ModelDownloaderTest, startWhileADownloadRunsDoesNothing)
+{
+    m_server.setScenario(body("hold", kSmallModel, {{QStringLiteral("after"), 1000000}}));
+    downloader().start();
+    EXPECT_EQ(m_server.nextLine()[QStringLiteral("kind")].toString(), QStringLiteral("hold"));
+    downloader().start();
+    // A new window's handlers get what comes from now on.
+    int reportsToTheNewWindow = 0;
+    downloader().onProgress = [&](double, qint64, qint64) { ++reportsToTheNewWindow; };
+    m_server.send({{QStringLiteral("release"), true}});
+    EXPECT_TRUE(m_queue.runUntil([&] { return !m_ends.empty(); }));
+    EXPECT_TRUE(m_ends.front());
+    EXPECT_GT(reportsToTheNewWindow, 0);
+    EXPECT_TRUE(m_progress.empty());
+    EXPECT_EQ(m_log.lines().count(started()), 1);
+    EXPECT_EQ(m_server.nextLine()[QStringLiteral("sent")].toInt(), 1000000);
+}
+
+TEST_F(ModelDownloaderTest, anAddressThatIsNotValidStartsNothing)
+{
+    for (const char* address : {"", "not an address", "http://127.0.0.1/model", "ftp://host/model", "https://"}) {
+        m_url = QString::fromLatin1(address);
+        m_downloader.reset();
+        downloader().start();
+        EXPECT_FALSE(downloader().isRunning()) << address;
+    }
+    EXPECT_TRUE(m_log.lines().isEmpty());
+}
+
+TEST_F(ModelDownloaderTest, status404IsAFailureThatTheLogDoesNotRepeat)
+{
+    m_server.setScenario(QJsonObject{{QStringLiteral("kind"), QStringLiteral("status")},
+                                     {QStringLiteral("status"), 404},
+                                     {QStringLiteral("body"), QStringLiteral("niets")}});
+    EXPECT_EQ(download().error(), (Error{QStringLiteral("Tavlo"), 404, QStringLiteral("Download gaf status 404.")}));
+    EXPECT_EQ(modelFolder(), QStringList());
+    EXPECT_EQ(m_log.lines(), QStringList(started()));
+}
+
+TEST_F(ModelDownloaderTest, everyStatusBut200IsAFailure)
+{
+    for (const int status : {206, 304, 400, 401, 403, 500, 503}) {
+        m_server.setScenario(
+            QJsonObject{{QStringLiteral("kind"), QStringLiteral("status")}, {QStringLiteral("status"), status}});
+        EXPECT_EQ(download().error().code, status);
+        EXPECT_EQ(modelFolder(), QStringList());
+    }
+}
+
+TEST_F(ModelDownloaderTest, aTooSmallDownloadIsRejectedAndLeavesNothing)
+{
+    m_server.setScenario(body("body", kSmallModel - 1));
+    EXPECT_EQ(download().error(),
+              (Error{QStringLiteral("Tavlo"), 4, QStringLiteral("Download onvolledig (2999999 bytes).")}));
+    EXPECT_EQ(modelFolder(), QStringList());
+    EXPECT_EQ(m_log.lines(), QStringList(started()));
+}
+
+TEST_F(ModelDownloaderTest, aRedirectToHttpsIsFollowed)
+{
+    m_server.setScenario(
+        QJsonArray{redirectTo(QStringLiteral("/relative")),
+                   redirectTo(QStringLiteral("https://localhost:%1/cdn?token=a%2Fb").arg(m_server.port())),
+                   body("body", kSmallModel)});
+    EXPECT_TRUE(download());
+    EXPECT_EQ(modelFolder(), m_modelAlone);
+    m_server.nextLine();
+    EXPECT_EQ(m_server.nextLine()[QStringLiteral("request")].toString(), QStringLiteral("/relative"));
+    EXPECT_EQ(m_server.nextLine()[QStringLiteral("request")].toString(), QStringLiteral("/cdn?token=a%2Fb"));
+}
+
+TEST_F(ModelDownloaderTest, aRedirectToHttpIsNotFollowed)
+{
+    ServerProcess plain(QStringLiteral("model_server.py"), body("body", kSmallModel), {QStringLiteral("--plain")});
+    for (const QString& location : {plain.baseUrl() + QStringLiteral("/model"), QStringLiteral("file:///etc/passwd"),
+                                    QStringLiteral("https://"), QString()}) {
+        m_server.setScenario(redirectTo(location));
+        EXPECT_EQ(download().error(), (Error{QStringLiteral("Tavlo"), 302, QStringLiteral("Download gaf status 302.")}))
+            << location.toStdString();
+    }
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+TEST_F(ModelDownloaderTest, redirectsInACircleEnd)
+{
+    m_server.setScenario(redirectTo(QStringLiteral("/again")));
+    EXPECT_EQ(download().error().code, 302);
+}
+
+TEST_F(ModelDownloaderTest, aConnectionThatBreaksInTheMiddleIsThePlatformsFailureAndLeavesNothing)
+{
+    for (const char* kind : {"reset", "truncated"}) {
+        m_server.setScenario(body(kind, kSmallModel, {{QStringLiteral("after"), 2000000}}));
+        const Error error = download().error();
+        EXPECT_EQ(error.domain, kSocketErrorDomain) << kind;
+        EXPECT_EQ(m_log.lines().last(), failed(error.description));
+        EXPECT_EQ(modelFolder(), QStringList());
+    }
+}
+
+TEST_F(ModelDownloaderTest, aStallEndsAtTheIdleLimit)
+{
+    m_terms.limits = {300ms, 30s};
+    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    const Error error = download().error();
+    EXPECT_EQ(error.code, QNetworkReply::TimeoutError);
+    EXPECT_EQ(m_log.lines().last(), failed(error.description));
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+TEST_F(ModelDownloaderTest, aSlowDownloadEndsAtTheLimitOfTheWhole)
+{
+    m_terms.limits = {30s, 500ms};
+    m_server.setScenario(body("body", kSmallModel, {{QStringLiteral("rate"), 1000000}}));
+    EXPECT_EQ(download().error().code, QNetworkReply::TimeoutError);
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+TEST_F(ModelDownloaderTest, anAnswerThatIsNotHttpIsThePlatformsFailure)
+{
+    m_server.setScenario(QJsonObject{{QStringLiteral("kind"), QStringLiteral("nonsense")},
+                                     {QStringLiteral("text"), QStringLiteral("220 mail\r\n")}});
+    EXPECT_EQ(download().error(), invalidAnswerError());
+}
+
+TEST_F(ModelDownloaderTest, aCertificateThatNobodyKnowsIsThePlatformsFailure)
+{
+    m_terms.authorities.clear();
+    EXPECT_EQ(download().error().code, QAbstractSocket::SslHandshakeFailedError);
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+TEST_F(ModelDownloaderTest, aCertificateForAnotherHostIsThePlatformsFailure)
+{
+    ServerProcess other(QStringLiteral("model_server.py"), body("body", kSmallModel),
+                        {QStringLiteral("--name"), QStringLiteral("other.example")});
+    m_url = other.baseUrl() + QStringLiteral("/model");
+    m_terms.authorities = QSslCertificate::fromPath(other.authorityFile());
+    EXPECT_EQ(download().error().code, QAbstractSocket::SslHandshakeFailedError);
+}
+
+TEST_F(ModelDownloaderTest, aDiskWithoutRoomForTheAnnouncedSizeIsFoundBeforeTheTransfer)
+{
+    m_server.setScenario(body("stall", 4'000'000'000'000'000'000, {{QStringLiteral("after"), 0}}));
+    const Error error = download().error();
+    EXPECT_EQ(error,
+              (Error{QStringLiteral("Tavlo"), 7,
+                     QStringLiteral("Te weinig schijfruimte voor het model (4000000000000000000 bytes nodig).")}));
+    EXPECT_TRUE(m_progress.empty());
+    EXPECT_EQ(m_log.lines().last(), failed(error.description));
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+TEST_F(ModelDownloaderTest, aDiskThatRunsFullIsThePlatformsFailureAndLeavesNothing)
+{
+    const SmallDisk disk(1'500'000);
+    const Error error = download().error();
+    EXPECT_EQ(error.domain, kFileErrorDomain);
+    EXPECT_EQ(m_log.lines().last(), failed(error.description));
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+TEST_F(ModelDownloaderTest, aFolderThatCannotBeMadeIsThePlatformsFailure)
+{
+    QDir().mkpath(m_locations.kAppSupportDir);
+    QFile inTheWay(m_locations.kModelsDir);
+    ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
+    EXPECT_EQ(download().error().domain, kSystemErrorDomain);
+}
+
+TEST_F(ModelDownloaderTest, leftoversOfADownloadThatWasKilledGoAtTheNextStart)
+{
+    QDir().mkpath(m_locations.kModelsDir);
+    const ModelFiles files(m_locations);
+    for (const QString& path : {files.temporaryPath(), files.stagingPath()}) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    }
+    m_server.setScenario(
+        QJsonObject{{QStringLiteral("kind"), QStringLiteral("status")}, {QStringLiteral("status"), 500}});
+    EXPECT_FALSE(download());
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+TEST_F(ModelDownloaderTest, aCancelledDownloadReportsTheCancellationLaterAndLeavesNothing)
+{
+    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    downloader().start();
+    EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty(); }));
+    EXPECT_EQ(modelFolder(), QStringList(QStringLiteral("ggml-large-v3-turbo.part.download")));
+    downloader().cancel();
+    EXPECT_FALSE(downloader().isRunning());
+    EXPECT_TRUE(m_ends.empty());
+    EXPECT_TRUE(m_queue.runUntil([&] { return !m_ends.empty(); }));
+    EXPECT_EQ(m_ends.front().error().code, QNetworkReply::OperationCanceledError);
+    EXPECT_EQ(m_log.lines().last(), failed(m_ends.front().error().description));
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+TEST_F(ModelDownloaderTest, cancelWithoutADownloadDoesNothing)
+{
+    downloader().cancel();
+    m_queue.runPending();
+    EXPECT_TRUE(m_ends.empty());
+    EXPECT_TRUE(m_log.lines().isEmpty());
+}
+
+TEST_F(ModelDownloaderTest, aDownloadThatIsNoLongerTheCurrentOneIsOnlyLogged)
+{
+    m_server.setScenario(
+        QJsonArray{body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}), body("body", kSmallModel)});
+    downloader().start();
+    EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty(); }));
+    downloader().cancel();
+    downloader().start();
+    EXPECT_TRUE(downloader().isRunning());
+    EXPECT_TRUE(m_queue.runUntil([&] { return !m_ends.empty(); }));
+    m_queue.runPending();
+    ASSERT_EQ(m_ends.size(), 1U);
+    EXPECT_TRUE(m_ends.front());
+    EXPECT_EQ(modelFolder(), m_modelAlone);
+    EXPECT_EQ(m_log.lines().filter(QStringLiteral("mislukt")).size(), 1);
+}
+
+TEST_F(ModelDownloaderTest, aFailedDownloadCanBeStartedAgainFromItsOwnReport)
+{
+    m_server.setScenario(
+        QJsonArray{body("truncated", kSmallModel, {{QStringLiteral("after"), 2000000}}), body("body", kSmallModel)});
+    downloader().onDone = [this](const Result<void>& result) {
+        EXPECT_FALSE(result);
+        downloader().onDone = [this](const Result<void>& second) { m_ends.push_back(second); };
+        downloader().start();
+    };
+    EXPECT_TRUE(download());
+    EXPECT_EQ(modelFolder(), m_modelAlone);
+}
+
+TEST_F(ModelDownloaderTest, aDownloadWithoutHandlersInstallsTheModel)
+{
+    downloader().onProgress = nullptr;
+    downloader().onDone = nullptr;
+    downloader().start();
+    EXPECT_TRUE(m_queue.runUntil([&] { return !downloader().isRunning(); }));
+    EXPECT_EQ(modelFolder(), m_modelAlone);
+}
+
+TEST_F(ModelDownloaderTest, destructionEndsADownloadWithoutReportAndLeavesNothing)
+{
+    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    downloader().start();
+    EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty(); }));
+    m_downloader.reset();
+    m_queue.runPending();
+    EXPECT_TRUE(m_ends.empty());
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+}  // namespace
+}  // namespace tavlo

@@ -1,0 +1,68 @@
+#include "server_process.h"
+
+#include <QDeadlineTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <gtest/gtest.h>
+
+namespace tavlo {
+
+namespace {
+
+constexpr int kLongestWaitMs = 30000;
+
+QByteArray jsonLine(const QJsonValue& value)
+{
+    const QJsonDocument document = value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject());
+    return document.toJson(QJsonDocument::Compact) + '\n';
+}
+
+}  // namespace
+
+ServerProcess::ServerProcess(const QString& script, const QJsonValue& scenario, const QStringList& arguments)
+{
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_process.start(QStringLiteral("/usr/bin/python3"),
+                    QStringList{QStringLiteral("-B"), QStringLiteral(TAVLO_SERVER_SCRIPTS "/") + script} + arguments);
+    m_greeting = nextLine();
+    setScenario(scenario);
+}
+
+ServerProcess::~ServerProcess()
+{
+    m_process.closeWriteChannel();
+    EXPECT_TRUE(m_process.waitForFinished(kLongestWaitMs));
+}
+
+void ServerProcess::setScenario(const QJsonValue& scenario)
+{
+    m_process.write(jsonLine(scenario));
+    // What it told about earlier requests and nobody read is passed over.
+    while (true) {
+        const QJsonObject line = nextLine();
+        if (line.isEmpty() || line.contains(QStringLiteral("scenario"))) {
+            return;
+        }
+    }
+}
+
+void ServerProcess::send(const QJsonObject& command)
+{
+    m_process.write(jsonLine(command));
+    m_process.waitForBytesWritten(kLongestWaitMs);
+}
+
+QJsonObject ServerProcess::nextLine()
+{
+    const QDeadlineTimer deadline(kLongestWaitMs);
+    while (!m_process.canReadLine()) {
+        if (!m_process.waitForReadyRead(static_cast<int>(deadline.remainingTime()))) {
+            ADD_FAILURE() << "the server says nothing";
+            return {};
+        }
+    }
+    return QJsonDocument::fromJson(m_process.readLine()).object();
+}
+
+}  // namespace tavlo

@@ -1,0 +1,154 @@
+#include "settings/file_log.h"
+
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include <sys/stat.h>
+#include <unistd.h>
+#include <thread>
+
+namespace tavlo {
+namespace {
+
+class FileLogTest : public ::testing::Test {
+protected:
+    // Writes the lines and waits for them, as the end of the process does.
+    void write(const QStringList& messages) const
+    {
+        FileLog log(m_path);
+        for (const QString& message : messages) {
+            log.appLog(message);
+        }
+    }
+
+    QByteArray content() const
+    {
+        QFile file(m_path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    void fill(qint64 size) const
+    {
+        QFile file(m_path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(QByteArray(size, '.')), size);
+    }
+
+    QTemporaryDir m_folder;
+    QString m_path = m_folder.filePath(QStringLiteral("app.log"));
+    static constexpr int kStampLength = 20;  // "2026-01-31 23:59:59 "
+};
+
+TEST_F(FileLogTest, ALineIsTheLocalTimeABlankTheMessageAndALineFeed)
+{
+    const QDateTime before = QDateTime::currentDateTime();
+    write({QStringLiteral("Opname gestart – ë")});
+    const QString text = QString::fromUtf8(content());
+    static const QRegularExpression form(
+        QStringLiteral("^(\\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2}) Opname gestart – ë\n$"));
+    const auto match = form.match(text);
+    ASSERT_TRUE(match.hasMatch()) << text.toStdString();
+    const QDateTime stamp = QDateTime::fromString(match.captured(1), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    EXPECT_LE(stamp, QDateTime::currentDateTime());
+    EXPECT_GE(stamp, before.addSecs(-1));
+}
+
+TEST_F(FileLogTest, AMessageWithLineBreaksIsWrittenAsGiven)
+{
+    write({QStringLiteral("een\ntwee\n"), QString()});
+    const QList<QByteArray> lines = content().split('\n');
+    ASSERT_EQ(lines.size(), 5);
+    EXPECT_EQ(lines[0].mid(kStampLength), "een");
+    EXPECT_EQ(lines[1], "twee");
+    EXPECT_EQ(lines[2], "");
+    EXPECT_EQ(lines[3].size(), kStampLength);
+}
+
+TEST_F(FileLogTest, LinesOfOneThreadKeepTheirOrderAndNeverMix)
+{
+    {
+        FileLog log(m_path);
+        std::thread other([&] {
+            for (int i = 0; i < 200; ++i) {
+                log.appLog(QStringLiteral("b%1").arg(i));
+            }
+        });
+        for (int i = 0; i < 200; ++i) {
+            log.appLog(QStringLiteral("a%1").arg(i));
+        }
+        other.join();
+    }
+    int nextA = 0;
+    int nextB = 0;
+    for (const QByteArray& line : content().trimmed().split('\n')) {
+        const QByteArray message = line.mid(kStampLength);
+        int& next = message.startsWith('a') ? nextA : nextB;
+        EXPECT_EQ(message.mid(1).toInt(), next++);
+    }
+    EXPECT_EQ(nextA, 200);
+    EXPECT_EQ(nextB, 200);
+}
+
+TEST_F(FileLogTest, ALogOfExactlyTheLargestSizeIsAppendedTo)
+{
+    fill(512'000);
+    write({QStringLiteral("x")});
+    EXPECT_EQ(content().size(), 512'000 + kStampLength + 2);
+    EXPECT_TRUE(content().startsWith("...."));
+}
+
+TEST_F(FileLogTest, ALargerLogStartsOverWithTheNewLineOnly)
+{
+    fill(512'001);
+    write({QStringLiteral("x")});
+    EXPECT_EQ(content().size(), kStampLength + 2);
+    EXPECT_TRUE(content().endsWith(" x\n"));
+}
+
+TEST_F(FileLogTest, AMissingFolderIsSilentAndTheLogComesWhenTheFolderDoes)
+{
+    const QString folder = m_folder.filePath(QStringLiteral("later"));
+    m_path = folder + QStringLiteral("/app.log");
+    write({QStringLiteral("lost")});
+    EXPECT_FALSE(QFileInfo::exists(folder));
+    ASSERT_TRUE(QDir().mkpath(folder));
+    write({QStringLiteral("kept")});
+    EXPECT_TRUE(content().endsWith(" kept\n"));
+}
+
+TEST_F(FileLogTest, AFullDiskIsSilent)
+{
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/full"), m_path));
+    write({QStringLiteral("een"), QStringLiteral("twee")});
+    EXPECT_EQ(QFileInfo(m_path).symLinkTarget(), QStringLiteral("/dev/full"));
+}
+
+TEST_F(FileLogTest, APipeWithoutAReaderIsSilent)
+{
+    ASSERT_EQ(::mkfifo(QFile::encodeName(m_path).constData(), 0600), 0);
+    write({QStringLiteral("x")});
+    EXPECT_FALSE(QFileInfo(m_path).isFile());
+}
+
+TEST_F(FileLogTest, TheFileIsReadableByItsOwnerOnly)
+{
+    write({QStringLiteral("x")});
+    struct stat status = {};
+    ASSERT_EQ(::stat(QFile::encodeName(m_path).constData(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, mode_t{0600});
+}
+
+TEST_F(FileLogTest, WithoutALineThereIsNoFile)
+{
+    write({});
+    EXPECT_FALSE(QFileInfo::exists(m_path));
+}
+
+}  // namespace
+}  // namespace tavlo

@@ -1,0 +1,171 @@
+#include "ui/menu_mirror.h"
+
+#include "language_scope.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QEvent>
+#include <QMenu>
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace tavlo {
+namespace {
+
+struct Chosen {
+    MenuAction action;
+    QVariant object;
+
+    bool operator==(const Chosen&) const = default;
+};
+
+class MenuMirrorTest : public testing::Test {
+protected:
+    MenuMirrorTest() { state.hotkey = kHotkeyOptions[0]; }
+
+    void show() { mirror.show(statusMenu(state), menu); }
+    QAction* action(qsizetype index) const { return menu.actions().value(index); }
+    QMenu* hotkeys() const { return action(7)->menu(); }
+
+    LanguageScope language{QStringLiteral("en")};
+    MenuState state;
+    std::vector<Chosen> chosen;
+    QMenu menu;
+    MenuMirror mirror{TitleEscaping::Toolkit, [this](MenuAction action, const QVariant& object) {
+                          chosen.push_back({action, object});
+                      }};
+};
+
+TEST_F(MenuMirrorTest, ShowsTitlesGreyedRowsChecksKeysAndSubmenus)
+{
+    show();
+    ASSERT_EQ(menu.actions().size(), 16);
+    EXPECT_FALSE(action(0)->isEnabled());
+    EXPECT_FALSE(action(1)->isEnabled());
+    EXPECT_TRUE(action(2)->isEnabled());
+    EXPECT_EQ(action(2)->menu()->actions().size(), 2);
+    EXPECT_TRUE(action(2)->menu()->actions()[1]->isChecked());
+    EXPECT_TRUE(action(3)->isSeparator());
+    EXPECT_EQ(action(4)->text(), QStringLiteral("Start recording  (Right ⌘ Command)"));
+    EXPECT_FALSE(action(4)->isCheckable());
+    EXPECT_FALSE(action(5)->isEnabled());
+    EXPECT_TRUE(action(8)->isCheckable());
+    EXPECT_TRUE(action(8)->isChecked());
+    EXPECT_EQ(action(10)->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    EXPECT_EQ(action(15)->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+    EXPECT_TRUE(action(4)->shortcut().isEmpty());
+}
+
+TEST_F(MenuMirrorTest, HandsOutTheActionAndItsValue)
+{
+    show();
+    action(2)->menu()->actions()[0]->trigger();
+    hotkeys()->actions()[4]->trigger();
+    action(15)->trigger();
+    EXPECT_EQ(chosen, (std::vector<Chosen>{{MenuAction::PickLanguage, QStringLiteral("nl")},
+                                           {MenuAction::PickHotkey, QStringLiteral("fn")},
+                                           {MenuAction::Quit, QVariant()}}));
+}
+
+TEST_F(MenuMirrorTest, AChoiceAloneDoesNotMoveTheCheckMark)
+{
+    show();
+    action(8)->trigger();
+    EXPECT_TRUE(action(8)->isChecked());
+    state.config.duckEnabled = false;
+    show();
+    EXPECT_FALSE(action(8)->isChecked());
+    action(8)->trigger();
+    EXPECT_FALSE(action(8)->isChecked());
+}
+
+TEST_F(MenuMirrorTest, ChangesItemsInPlace)
+{
+    show();
+    const QList<QAction*> before = menu.actions();
+    QMenu* const submenu = hotkeys();
+    state.statusLine = QStringLiteral("Recording");
+    state.recording = true;
+    state.lastText = QStringLiteral("text");
+    gLang = QStringLiteral("nl");
+    show();
+    EXPECT_EQ(menu.actions(), before);
+    EXPECT_EQ(hotkeys(), submenu);
+    EXPECT_EQ(action(0)->text(), QStringLiteral("Recording"));
+    EXPECT_EQ(action(4)->text(), QStringLiteral("Stop opname"));
+    EXPECT_TRUE(action(5)->isEnabled());
+    EXPECT_EQ(action(15)->text(), QStringLiteral("Stop Tavlo"));
+}
+
+TEST_F(MenuMirrorTest, AddsAndRemovesTheCustomHotkey)
+{
+    show();
+    ASSERT_EQ(hotkeys()->actions().size(), 7);
+    state.config.customKeycode = 96;
+    state.config.customLabel = QStringLiteral("F5");
+    show();
+    ASSERT_EQ(hotkeys()->actions().size(), 8);
+    EXPECT_EQ(hotkeys()->actions()[6]->text(), QStringLiteral("Custom: F5"));
+    EXPECT_TRUE(hotkeys()->actions()[6]->isCheckable());
+    EXPECT_EQ(hotkeys()->actions()[7]->text(), QStringLiteral("Choose another key…"));
+    EXPECT_FALSE(hotkeys()->actions()[7]->isCheckable());
+    state.config.customKeycode = -1;
+    show();
+    ASSERT_EQ(hotkeys()->actions().size(), 7);
+    EXPECT_EQ(hotkeys()->actions()[6]->text(), QStringLiteral("Choose another key…"));
+    EXPECT_FALSE(hotkeys()->actions()[6]->isCheckable());
+    hotkeys()->actions()[6]->trigger();
+    EXPECT_EQ(chosen, (std::vector<Chosen>{{MenuAction::StartCapture, QVariant()}}));
+}
+
+TEST_F(MenuMirrorTest, ReplacesRowsOfAnotherKind)
+{
+    MenuItemDescription plain;
+    plain.title = QStringLiteral("plain");
+    MenuItemDescription separator;
+    separator.separator = true;
+    MenuItemDescription folder;
+    folder.title = QStringLiteral("folder");
+    folder.submenu = {plain};
+    mirror.show({plain, separator, folder}, menu);
+    mirror.show({folder, plain, separator}, menu);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ASSERT_EQ(menu.actions().size(), 3);
+    ASSERT_NE(action(0)->menu(), nullptr);
+    EXPECT_EQ(action(0)->menu()->actions().size(), 1);
+    EXPECT_EQ(action(1)->text(), QStringLiteral("plain"));
+    EXPECT_TRUE(action(2)->isSeparator());
+}
+
+TEST_F(MenuMirrorTest, ARowMayVanishWithinItsOwnHandler)
+{
+    MenuItemDescription row;
+    row.title = QStringLiteral("row");
+    row.action = MenuAction::Quit;
+    QMenu shrinking;
+    MenuMirror* self = nullptr;
+    MenuMirror shrinker(TitleEscaping::Toolkit, [&](MenuAction, const QVariant&) { self->show({}, shrinking); });
+    self = &shrinker;
+    shrinker.show({row}, shrinking);
+    shrinking.actions()[0]->trigger();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(shrinking.actions().isEmpty());
+}
+
+TEST(EscapedTitle, KeepsEveryAmpersandInMenusOfTheToolkit)
+{
+    EXPECT_EQ(escapedTitle(QStringLiteral("R&D && more_"), TitleEscaping::Toolkit), QStringLiteral("R&&D &&&& more_"));
+    EXPECT_EQ(escapedTitle(QStringLiteral("Stop"), TitleEscaping::Toolkit), QStringLiteral("Stop"));
+}
+
+TEST(EscapedTitle, MarksTheFirstAmpersandOnlyAndDoublesUnderscoresOnTheBus)
+{
+    EXPECT_EQ(escapedTitle(QStringLiteral("a & b & c_d"), TitleEscaping::Bus), QStringLiteral("a && b & c__d"));
+    EXPECT_EQ(escapedTitle(QStringLiteral("at the end &"), TitleEscaping::Bus), QStringLiteral("at the end &"));
+    EXPECT_EQ(escapedTitle(QString(), TitleEscaping::Bus), QString());
+}
+
+}  // namespace
+}  // namespace tavlo

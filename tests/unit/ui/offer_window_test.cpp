@@ -1,0 +1,335 @@
+#include "ui/offer_window.h"
+
+#include "support/fakes/fake_model_download.h"
+#include "support/fakes/fake_screens.h"
+#include "ui/offer_window_layout.h"
+#include "window_test_support.h"
+
+#include <QProgressBar>
+#include <QPushButton>
+
+#include <optional>
+
+using namespace tavlo;
+using namespace tavlo::test;
+
+namespace {
+
+class OfferWindowTest : public testing::Test {
+protected:
+    ~OfferWindowTest() override { destroyWhatWaits(); }
+
+    void openOffer()
+    {
+        m_offer.offerModelDownload([this](ModelOutcome outcome) { m_outcomes.push_back(outcome); });
+    }
+
+    WindowFrame& window() { return *m_offer.modelWindow(); }
+    QPushButton& downloadButton() { return window().control<QPushButton>(QStringLiteral("downloadButton")); }
+    QPushButton& declineButton() { return window().control<QPushButton>(QStringLiteral("declineButton")); }
+    QProgressBar& bar() { return window().control<QProgressBar>(QStringLiteral("progress")); }
+    QString status() { return labelText(window(), "status"); }
+    ColourRole statusColour() { return window().control<FittedLabel>(QStringLiteral("status")).colourRole(); }
+
+    FakeModelDownload m_download;
+    FakeScreens m_screens;
+    OfferWindow m_offer{m_download, m_screens};
+    std::vector<ModelOutcome> m_outcomes;
+};
+
+const std::vector<ModelOutcome> kInstalled{ModelOutcome::Installed};
+const std::vector<ModelOutcome> kDeclined{ModelOutcome::Declined};
+
+}  // namespace
+
+TEST_F(OfferWindowTest, TheLayoutIsTheAgreedTable)
+{
+    const WindowDescription layout = offerWindowLayout();
+    EXPECT_EQ(layout.title, QStringLiteral("Offline model"));
+    EXPECT_EQ(layout.size, QSize(460, 250));
+    const std::vector<std::pair<QString, QRect>> frames{
+        {QStringLiteral("icon"), {24, 160, 56, 56}},           {QStringLiteral("title"), {96, 194, 340, 22}},
+        {QStringLiteral("body"), {96, 122, 342, 64}},          {QStringLiteral("progress"), {24, 86, 412, 16}},
+        {QStringLiteral("status"), {24, 62, 412, 16}},         {QStringLiteral("declineButton"), {202, 18, 112, 30}},
+        {QStringLiteral("downloadButton"), {322, 18, 116, 30}}};
+    ASSERT_EQ(layout.elements.size(), frames.size());
+    for (std::size_t index = 0; index < frames.size(); ++index) {
+        EXPECT_EQ(layout.elements[index].name, frames[index].first);
+        EXPECT_EQ(layout.elements[index].frame, frames[index].second) << frames[index].first.toStdString();
+    }
+}
+
+TEST_F(OfferWindowTest, TheTextsFollowTheInterfaceLanguage)
+{
+    openOffer();
+    EXPECT_EQ(labelText(window(), "title"), QStringLiteral("Gratis offline dicteren"));
+    EXPECT_EQ(labelText(window(), "body"),
+              QStringLiteral("Zonder API-sleutel gebruikt Tavlo een taalmodel dat volledig op je eigen Mac draait — "
+                             "gratis en privé. Dit model (± 1,6 GB) wordt eenmalig gedownload; daarna werkt dicteren "
+                             "offline."));
+    EXPECT_EQ(declineButton().text(), QStringLiteral("Niet nu"));
+    EXPECT_EQ(downloadButton().text(), QStringLiteral("Download"));
+
+    const InLanguage english(QStringLiteral("en"));
+    openOffer();
+    EXPECT_EQ(labelText(window(), "title"), QStringLiteral("Free offline dictation"));
+    EXPECT_EQ(labelText(window(), "body"),
+              QStringLiteral("Without an API key, Tavlo uses a language model that runs entirely on your own Mac — "
+                             "free and private. This model (~1.6 GB) is downloaded once; after that, dictation works "
+                             "offline."));
+    EXPECT_EQ(declineButton().text(), QStringLiteral("Not now"));
+    EXPECT_EQ(downloadButton().text(), QStringLiteral("Download"));
+}
+
+TEST_F(OfferWindowTest, TheOfferShowsNoProgressBeforeTheDownload)
+{
+    openOffer();
+    EXPECT_TRUE(window().isVisible());
+    EXPECT_FALSE(bar().isVisible());
+    EXPECT_EQ(status(), QString());
+    EXPECT_EQ(m_download.started, 0);
+    EXPECT_EQ(window().geometry().center(), m_screens.frame->center());
+}
+
+TEST_F(OfferWindowTest, TheDownloadButtonStartsTheDownloadAndShowsIt)
+{
+    openOffer();
+    downloadButton().click();
+    EXPECT_EQ(m_download.started, 1);
+    EXPECT_FALSE(downloadButton().isVisible());
+    EXPECT_EQ(declineButton().text(), QStringLiteral("Annuleren"));
+    EXPECT_TRUE(bar().isVisible());
+    EXPECT_EQ(status(), QStringLiteral("Downloaden…"));
+    EXPECT_EQ(statusColour(), ColourRole::SecondaryLabel);
+}
+
+TEST_F(OfferWindowTest, ReturnStartsTheDownload)
+{
+    openOffer();
+    press(window(), Qt::Key_Return);
+    EXPECT_EQ(m_download.started, 1);
+}
+
+TEST_F(OfferWindowTest, ReturnDoesNothingWhileTheDownloadRuns)
+{
+    openOffer();
+    press(window(), Qt::Key_Return);
+    press(window(), Qt::Key_Return);
+    EXPECT_EQ(m_download.started, 1);
+    EXPECT_TRUE(m_outcomes.empty());
+    EXPECT_EQ(m_download.cancelled, 0);
+}
+
+TEST_F(OfferWindowTest, ReturnOnTheDeclineButtonStillStartsTheDownload)
+{
+    openOffer();
+    press(declineButton(), Qt::Key_Return);
+    EXPECT_EQ(m_download.started, 1);
+    EXPECT_TRUE(m_outcomes.empty());
+}
+
+TEST_F(OfferWindowTest, EscapeDeclines)
+{
+    openOffer();
+    press(window(), Qt::Key_Escape);
+    EXPECT_EQ(m_outcomes, kDeclined);
+    EXPECT_EQ(visibleWindows(), 0);
+}
+
+TEST_F(OfferWindowTest, ProgressMovesTheBarAndNamesTheAmounts)
+{
+    openOffer();
+    downloadButton().click();
+    m_download.progress(0.25, 400'000'000, 1'600'000'000);
+    EXPECT_EQ(bar().value(), bar().maximum() / 4);
+    EXPECT_EQ(bar().minimum(), 0);
+    const QLocale locale = QLocale::system();
+    EXPECT_EQ(status(), locale.toString(400.0, 'f', 1) + QStringLiteral(" MB / ") + locale.toString(1.6, 'f', 2) +
+                            QStringLiteral(" GB  (25%)"));
+}
+
+TEST_F(OfferWindowTest, AnUnknownExpectedSizeShowsTheWrittenAmountAndTheUsualSize)
+{
+    openOffer();
+    downloadButton().click();
+    m_download.progress(0, 12'000, -1);
+    EXPECT_EQ(status(), QStringLiteral("12 kB / ± 1,6 GB  (0%)"));
+    EXPECT_EQ(bar().value(), 0);
+    EXPECT_GT(bar().maximum(), bar().minimum());  // determinate, not a moving stripe
+}
+
+TEST_F(OfferWindowTest, SuccessClosesTheWindowAndReportsInstalled)
+{
+    openOffer();
+    downloadButton().click();
+    m_download.finish({});
+    EXPECT_EQ(m_outcomes, kInstalled);
+    EXPECT_EQ(m_offer.modelWindow(), nullptr);
+    EXPECT_EQ(visibleWindows(), 0);
+}
+
+TEST_F(OfferWindowTest, AFailureOffersARetry)
+{
+    openOffer();
+    downloadButton().click();
+    m_download.finish(failure(404, QStringLiteral("Download gaf status 404.")));
+    EXPECT_EQ(status(), QStringLiteral("Download mislukt: Download gaf status 404."));
+    EXPECT_EQ(statusColour(), ColourRole::SystemRed);
+    EXPECT_FALSE(bar().isVisible());
+    EXPECT_TRUE(downloadButton().isVisible());
+    EXPECT_EQ(downloadButton().text(), QStringLiteral("Opnieuw"));
+    EXPECT_EQ(declineButton().text(), QStringLiteral("Annuleren"));
+    EXPECT_TRUE(window().isVisible());
+    EXPECT_TRUE(m_outcomes.empty());
+
+    press(window(), Qt::Key_Return);
+    EXPECT_EQ(m_download.started, 2);
+    EXPECT_EQ(status(), QStringLiteral("Downloaden…"));
+    EXPECT_EQ(statusColour(), ColourRole::SecondaryLabel);
+    m_download.finish({});
+    EXPECT_EQ(m_outcomes, kInstalled);
+}
+
+TEST_F(OfferWindowTest, ALongFailureUsesTheProgressBarsPlaceAndARetryGivesItBack)
+{
+    openOffer();
+    downloadButton().click();
+    m_download.finish(failure(7, QStringLiteral("Te weinig schijfruimte voor het model (1624555275 bytes nodig). ") +
+                                     QStringLiteral("Maak ruimte vrij en probeer het daarna opnieuw.")));
+    auto& label = window().control<FittedLabel>(QStringLiteral("status"));
+    EXPECT_TRUE(fits(label.request(), label.style()));
+    EXPECT_EQ(label.size(), QSize(412, 40));
+    downloadButton().click();
+    EXPECT_EQ(label.size(), QSize(412, 16));
+}
+
+TEST_F(OfferWindowTest, DecliningTheOfferReportsDeclinedOnce)
+{
+    openOffer();
+    declineButton().click();
+    EXPECT_EQ(m_outcomes, kDeclined);
+    EXPECT_EQ(m_download.cancelled, 0);
+    EXPECT_EQ(m_offer.modelWindow(), nullptr);
+    EXPECT_EQ(visibleWindows(), 0);
+}
+
+TEST_F(OfferWindowTest, CancellingARunningDownloadCancelsItAndIgnoresItsLateFailure)
+{
+    openOffer();
+    downloadButton().click();
+    declineButton().click();
+    EXPECT_EQ(m_download.cancelled, 1);
+    EXPECT_EQ(m_outcomes, kDeclined);
+    m_download.finish(failure(5, QStringLiteral("Operation canceled")));
+    EXPECT_EQ(m_outcomes, kDeclined);
+}
+
+TEST_F(OfferWindowTest, TheTitleBarsCloseBoxNeitherReportsNorCancels)
+{
+    openOffer();
+    downloadButton().click();
+    window().close();
+    EXPECT_FALSE(window().isVisible());
+    EXPECT_TRUE(m_outcomes.empty());
+    EXPECT_EQ(m_download.cancelled, 0);
+    EXPECT_TRUE(m_download.isRunning());
+}
+
+TEST_F(OfferWindowTest, ASuccessAfterTheWindowWasClosedStillEndsTheOffer)
+{
+    openOffer();
+    downloadButton().click();
+    window().close();
+    m_download.progress(0.5, 1, 2);
+    m_download.finish({});
+    EXPECT_EQ(m_outcomes, kInstalled);
+    EXPECT_EQ(m_offer.modelWindow(), nullptr);
+}
+
+TEST_F(OfferWindowTest, ANewOfferReplacesTheOneBeforeItWhoseCompletionIsNeverCalled)
+{
+    std::optional<ModelOutcome> first;
+    m_offer.offerModelDownload([&first](ModelOutcome outcome) { first = outcome; });
+    const QPointer<QPushButton> firstDecline(&declineButton());
+    openOffer();
+    EXPECT_EQ(visibleWindows(), 1);
+    ASSERT_TRUE(firstDecline);  // not destroyed yet, but without a target
+    firstDecline->click();
+    EXPECT_FALSE(first);
+    EXPECT_TRUE(m_outcomes.empty());
+    declineButton().click();
+    EXPECT_EQ(m_outcomes, kDeclined);
+    EXPECT_FALSE(first);
+}
+
+TEST_F(OfferWindowTest, ANewOffersDownloadButtonTakesOverTheRunningDownload)
+{
+    m_offer.offerModelDownload([](ModelOutcome) { FAIL() << "The first offer was replaced."; });
+    downloadButton().click();
+    openOffer();
+    EXPECT_EQ(status(), QString());
+    downloadButton().click();
+    EXPECT_EQ(m_download.started, 1);
+    m_download.progress(0.5, 12'000, -1);
+    EXPECT_EQ(status(),
+              QStringLiteral("12 kB / ± 1,6 GB  (0%)").replace(QStringLiteral("(0%)"), QStringLiteral("(50%)")));
+    m_download.finish({});
+    EXPECT_EQ(m_outcomes, kInstalled);
+}
+
+TEST_F(OfferWindowTest, ADownloadThatWasNotTakenOverShowsNothingInTheNewOffer)
+{
+    m_offer.offerModelDownload([](ModelOutcome) { FAIL() << "The first offer was replaced."; });
+    downloadButton().click();
+    openOffer();
+    m_download.progress(0.5, 12'000, -1);
+    EXPECT_EQ(status(), QString());
+    m_download.finish(failure(1, QStringLiteral("mis")));
+    EXPECT_EQ(status(), QString());
+    EXPECT_EQ(downloadButton().text(), QStringLiteral("Download"));
+    EXPECT_TRUE(m_outcomes.empty());
+}
+
+TEST_F(OfferWindowTest, ADownloadThatWasNotTakenOverEndsTheNewOfferWhenItSucceeds)
+{
+    m_offer.offerModelDownload([](ModelOutcome) { FAIL() << "The first offer was replaced."; });
+    downloadButton().click();
+    openOffer();
+    m_download.finish({});
+    EXPECT_EQ(m_outcomes, kInstalled);
+    EXPECT_EQ(visibleWindows(), 0);
+}
+
+TEST_F(OfferWindowTest, TheCompletionMayOpenTheNextOffer)
+{
+    m_offer.offerModelDownload([this](ModelOutcome) { openOffer(); });
+    declineButton().click();
+    ASSERT_NE(m_offer.modelWindow(), nullptr);
+    EXPECT_TRUE(window().isVisible());
+    declineButton().click();
+    EXPECT_EQ(m_outcomes, kDeclined);
+}
+
+TEST_F(OfferWindowTest, CallbacksAfterTheOffersOwnerIsGoneDoNothing)
+{
+    auto offer = std::make_unique<OfferWindow>(m_download, m_screens);
+    offer->offerModelDownload([](ModelOutcome) { FAIL() << "Nobody is there to hear it."; });
+    offer->modelWindow()->control<QPushButton>(QStringLiteral("downloadButton")).click();
+    offer.reset();
+    m_download.progress(0.5, 1, 2);
+    m_download.finish({});
+    EXPECT_EQ(visibleWindows(), 0);
+}
+
+TEST_F(OfferWindowTest, EveryControlHasItsNameAndRole)
+{
+    openOffer();
+    downloadButton().click();
+    EXPECT_EQ(accessibleRole(bar()), QAccessible::ProgressBar);
+    EXPECT_EQ(accessibleName(bar()), QStringLiteral("Voortgang"));
+    EXPECT_EQ(accessibleRole(declineButton()), QAccessible::PushButton);
+    EXPECT_EQ(accessibleName(declineButton()), QStringLiteral("Annuleren"));
+    EXPECT_EQ(accessibleName(downloadButton()), QStringLiteral("Download"));
+    EXPECT_EQ(accessibleName(*window().widget(QStringLiteral("status"))), QStringLiteral("Downloaden…"));
+    EXPECT_EQ(accessibleRole(*window().widget(QStringLiteral("icon"))), QAccessible::Graphic);
+}

@@ -1,0 +1,97 @@
+#include "ui/panel_ink.h"
+
+#include "platform/linux/panel/linux_panel_appearance.h"
+
+#include <gtest/gtest.h>
+
+namespace tavlo {
+namespace {
+
+const QColor kLightWindows(239, 239, 239);
+const QColor kDarkWindows(35, 38, 41);
+
+PanelSurroundings on(const QStringList& desktops)
+{
+    PanelSurroundings surroundings;
+    surroundings.desktops = desktops;
+    return surroundings;
+}
+
+TEST(PanelInk, GoesByThePaletteWhenTheDesktopSaysNothing)
+{
+    EXPECT_EQ(panelInk({}, kLightWindows), IconInk::Dark);
+    EXPECT_EQ(panelInk({}, kDarkWindows), IconInk::Light);
+}
+
+TEST(PanelInk, IsLightOnGnomesPanelInTheLightThemeToo)
+{
+    PanelSurroundings gnome = on({QStringLiteral("ubuntu"), QStringLiteral("GNOME")});
+    gnome.preference = Shade::Light;
+    EXPECT_EQ(panelInk(gnome, kLightWindows), IconInk::Light);
+    gnome.preference = Shade::Dark;
+    EXPECT_EQ(panelInk(gnome, kDarkWindows), IconInk::Light);
+}
+
+TEST(PanelInk, FollowsTheThemeOnGnomesPanelOfOld)
+{
+    const PanelSurroundings flashback = on({QStringLiteral("GNOME-Flashback"), QStringLiteral("GNOME")});
+    EXPECT_EQ(panelInk(flashback, kLightWindows), IconInk::Dark);
+    EXPECT_EQ(panelInk(flashback, kDarkWindows), IconInk::Light);
+}
+
+TEST(PanelInk, ThePanelsOwnSettingComesFirst)
+{
+    PanelSurroundings xfce = on({QStringLiteral("XFCE")});
+    xfce.theme = Shade::Light;
+    xfce.preference = Shade::Light;
+    xfce.panel = Shade::Dark;
+    EXPECT_EQ(panelInk(xfce, kLightWindows), IconInk::Light);
+    xfce.theme = Shade::Dark;
+    xfce.panel = Shade::Light;
+    EXPECT_EQ(panelInk(xfce, kDarkWindows), IconInk::Dark);
+}
+
+TEST(PanelInk, TheThemeComesBeforeThePreferenceAndThatBeforeThePalette)
+{
+    PanelSurroundings kde = on({QStringLiteral("KDE")});
+    kde.preference = Shade::Dark;
+    EXPECT_EQ(panelInk(kde, kLightWindows), IconInk::Light);
+    kde.theme = Shade::Light;
+    EXPECT_EQ(panelInk(kde, kLightWindows), IconInk::Dark);
+}
+
+QVariantMap panelProperties(int style, const QVariantList& colour, bool darkMode)
+{
+    return {{QStringLiteral("/panels/panel-1/background-style"), style},
+            {QStringLiteral("/panels/panel-1/background-rgba"), colour},
+            {QStringLiteral("/panels/dark-mode"), darkMode}};
+}
+
+TEST(XfcePanelShade, GoesByTheColourOfAPanelThatHasOne)
+{
+    EXPECT_EQ(xfcePanelShade(panelProperties(1, {0.9, 0.9, 0.9, 1.0}, true)), Shade::Light);
+    EXPECT_EQ(xfcePanelShade(panelProperties(1, {0.1, 0.1, 0.9, 1.0}, false)), Shade::Dark);
+}
+
+TEST(XfcePanelShade, GoesByTheDarkModeOtherwise)
+{
+    EXPECT_EQ(xfcePanelShade(panelProperties(0, {0.9, 0.9, 0.9, 1.0}, true)), Shade::Dark);
+    EXPECT_EQ(xfcePanelShade(panelProperties(0, {0.1, 0.1, 0.1, 1.0}, false)), std::nullopt);
+    EXPECT_EQ(xfcePanelShade({}), std::nullopt);
+}
+
+TEST(XfcePanelShade, IgnoresAColourThatIsNone)
+{
+    EXPECT_EQ(xfcePanelShade(panelProperties(1, {0.9}, true)), Shade::Dark);
+    EXPECT_EQ(xfcePanelShade(panelProperties(1, {}, false)), std::nullopt);
+}
+
+TEST(ShadeOfTheme, GoesByTheName)
+{
+    EXPECT_EQ(shadeOfTheme(QStringLiteral("Adwaita-dark")), Shade::Dark);
+    EXPECT_EQ(shadeOfTheme(QStringLiteral("Greybird-Dark")), Shade::Dark);
+    EXPECT_EQ(shadeOfTheme(QStringLiteral("Adwaita")), Shade::Light);
+}
+
+}  // namespace
+}  // namespace tavlo

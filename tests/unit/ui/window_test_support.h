@@ -1,0 +1,73 @@
+#pragma once
+
+#include "settings/language.h"
+#include "ui/window_frame.h"
+#include "ui/window_labels.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QKeyEvent>
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+// How GoogleTest shows a text.
+inline void PrintTo(const QString& text, std::ostream* stream)
+{
+    *stream << '"' << text.toStdString() << '"';
+}
+
+namespace tavlo::test {
+
+// Sets the interface language for one test.
+class InLanguage {
+public:
+    explicit InLanguage(const QString& language) : m_before(gLang) { gLang = language; }
+    InLanguage(const InLanguage&) = delete;
+    InLanguage& operator=(const InLanguage&) = delete;
+    ~InLanguage() { gLang = m_before; }
+
+private:
+    QString m_before;
+};
+
+inline void press(QWidget& receiver, Qt::Key key, const QString& text = QString())
+{
+    QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier, text);
+    QApplication::sendEvent(&receiver, &down);
+    QKeyEvent up(QEvent::KeyRelease, key, Qt::NoModifier, text);
+    QApplication::sendEvent(&receiver, &up);
+}
+
+inline QString labelText(const WindowFrame& window, const char* name)
+{
+    return window.control<FittedLabel>(QString::fromLatin1(name)).text();
+}
+
+inline QString accessibleName(QWidget& widget)
+{
+    return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Name);
+}
+
+inline QAccessible::Role accessibleRole(QWidget& widget)
+{
+    return QAccessible::queryAccessibleInterface(&widget)->role();
+}
+
+// The windows that the user sees.
+inline int visibleWindows()
+{
+    int count = 0;
+    for (const QWidget* window : QApplication::topLevelWidgets()) {
+        count += window->isVisible() && dynamic_cast<const WindowFrame*>(window) ? 1 : 0;
+    }
+    return count;
+}
+
+inline void destroyWhatWaits()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+}  // namespace tavlo::test
