@@ -96,7 +96,9 @@ bool AudioServer::start()
                     run(QStringLiteral("wireplumber"), {}) && run(QStringLiteral("pipewire-pulse"), {});
     }
     if (!isStarted || !comesTrue([this] { return !control({QStringLiteral("info")}).isEmpty(); }) || !makeDevices()) {
-        qWarning("the sound server did not come up");
+        qWarning("the sound server did not come up: %s\n%s\n%s", qPrintable(control({QStringLiteral("info")})),
+                 qPrintable(list(QStringLiteral("modules")).join(QLatin1Char('\n'))),
+                 qPrintable(list(QStringLiteral("sources")).join(QLatin1Char('\n'))));
         return false;
     }
     return true;

@@ -27,6 +27,7 @@ public:
     AudioServer(const AudioServer&) = delete;
     AudioServer& operator=(const AudioServer&) = delete;
 
+    AudioServerKind kind() const { return m_kind; }
     // Starts the server with its devices; false, with the reason on standard error, when it does not come up.
     bool start();
     // Kills it, as a crash would.

@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
+#include <string>
+#include <vector>
 
 namespace tavlo {
 namespace {
@@ -62,6 +65,27 @@ protected:
     AudioInput& input() { return rig->input(); }
     bool startRecording() { return input().inputFormat().sampleRate > 0 && input().start(recording.handler()); }
 
+    // What is wrong with the signal of what `record` leaves in its Recording. Only what was recorded while the server
+    // itself missed nothing can be judged to the frame: it is recorded again until that is so.
+    std::string faultsOf(const std::function<void(Recording&)>& record)
+    {
+        constexpr int kAttempts = 20;
+        for (int attempt = 0; attempt < kAttempts; ++attempt) {
+            const Clock::time_point begin = Clock::now();
+            Recording each;
+            record(each);
+            const std::vector<float> samples = each.samples();
+            std::string faults = KnownSignal::describeBreaks(samples, heardByOthers);
+            if (samples.empty() || samples.back() == 0.0F) {
+                faults += "no signal at the end";
+            }
+            if (faults.empty() || !rig->serverMissedAudio(begin - 100ms, Clock::now())) {
+                return faults;
+            }
+        }
+        return "the server missed audio in each attempt";
+    }
+
     std::unique_ptr<AudioRig> rig;
     Recording recording;
     int notices = 0;
@@ -81,20 +105,25 @@ TEST_P(AudioInputContract, TellsTheMicrophonesOwnFormat)
 TEST_P(AudioInputContract, DeliversTheWholeSignalInBlocks)
 {
     rig->speak();
-    ASSERT_TRUE(startRecording());
-    ASSERT_TRUE(rig->waitUntil([&] { return recording.blockCount() >= 12; }));
-    rig->pass(50ms);
-    input().stop();
-
-    EXPECT_EQ(KnownSignal::describeBreaks(recording.samples(), heardByOthers), "");
-    EXPECT_GT(recording.samples().back(), 0.0F);
-    const std::vector<std::size_t> blocks = recording.blocks();
+    std::vector<std::size_t> blocks;
+    std::vector<AudioFormat> formats;
+    const auto record = [&](Recording& each) {
+        ASSERT_GT(input().inputFormat().sampleRate, 0);
+        ASSERT_TRUE(input().start(each.handler()));
+        ASSERT_TRUE(rig->waitUntil([&] { return each.blockCount() >= 12; }));
+        rig->pass(50ms);
+        input().stop();
+        blocks = each.blocks();
+        formats = each.formats();
+    };
+    EXPECT_EQ(faultsOf(record), "");
+    ASSERT_FALSE(blocks.empty());
     for (std::size_t i = 0; i + 1 < blocks.size(); ++i) {
         EXPECT_EQ(blocks[i], 4096U);
     }
     EXPECT_LE(blocks.back(), 4096U);
     EXPECT_GT(blocks.back(), 0U);
-    for (const AudioFormat& format : recording.formats()) {
+    for (const AudioFormat& format : formats) {
         EXPECT_EQ(format, (AudioFormat{48000, 1}));
     }
 }
@@ -135,13 +164,13 @@ TEST_P(AudioInputContract, RecordsAgainAndAgainWithoutANotice)
 {
     rig->speak();
     for (int dictation = 0; dictation < 10; ++dictation) {
-        Recording each;
-        ASSERT_GT(input().inputFormat().sampleRate, 0);
-        ASSERT_TRUE(input().start(each.handler()));
-        rig->pass(60ms);
-        input().stop();
-        EXPECT_EQ(KnownSignal::describeBreaks(each.samples(), heardByOthers), "") << dictation;
-        EXPECT_FALSE(each.samples().empty()) << dictation;
+        const auto record = [&](Recording& each) {
+            ASSERT_GT(input().inputFormat().sampleRate, 0);
+            ASSERT_TRUE(input().start(each.handler()));
+            rig->pass(60ms);
+            input().stop();
+        };
+        EXPECT_EQ(faultsOf(record), "") << dictation;
     }
     rig->pass(100ms);
     EXPECT_EQ(notices, 0);

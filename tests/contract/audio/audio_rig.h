@@ -4,6 +4,7 @@
 #include "platform/output_volume.h"
 #include "support/waiting_main_queue.h"
 
+#include <chrono>
 #include <memory>
 #include <ostream>
 #include <vector>
@@ -24,6 +25,9 @@ public:
     virtual void speak() = 0;
     // Whether another program that listens to "microphone" since then heard the second sample right after the first.
     virtual bool heardByOthers(float before, float after) = 0;
+    // Whether the sound server itself lost audio between these instants, as it says.
+    virtual bool serverMissedAudio(std::chrono::steady_clock::time_point from,
+                                   std::chrono::steady_clock::time_point to) = 0;
     // Lets time pass until `isDone`; false when it never became so.
     virtual bool waitUntil(const std::function<bool()>& isDone) = 0;
     virtual void pass(std::chrono::milliseconds duration) = 0;

@@ -21,6 +21,10 @@ public:
     OutputVolume& volume() override { return m_volume; }
     void speak() override { m_isSpeaking = true; }
     bool heardByOthers(float, float) override { return false; }
+    bool serverMissedAudio(std::chrono::steady_clock::time_point, std::chrono::steady_clock::time_point) override
+    {
+        return false;
+    }
 
     bool waitUntil(const std::function<bool()>& isDone) override
     {

@@ -3,6 +3,7 @@
 #include "platform/linux/pulse/pulse_connection.h"
 #include "platform/linux/pulse/pulse_output_volume.h"
 #include "support/audio_servers.h"
+#include "support/graph_watch.h"
 #include "support/known_signal.h"
 #include "support/waiting_main_queue.h"
 
@@ -44,6 +45,9 @@ protected:
         server.listenTo(QStringLiteral("voice"));
         connect();
         ASSERT_TRUE(hasMicrophone());
+        if (GetParam() == AudioServerKind::PipeWire) {
+            graph.emplace();
+        }
     }
 
     bool hasMicrophone()
@@ -73,6 +77,12 @@ protected:
         };
     }
 
+    // Whether the server itself lost audio in that time: then what was recorded cannot be judged to the frame.
+    bool serverMissedAudio(Clock::time_point from) const
+    {
+        return graph && graph->missedBetween(from - 100ms, Clock::now());
+    }
+
     void forget()
     {
         const std::lock_guard guard(m_mutex);
@@ -84,6 +94,7 @@ protected:
     std::optional<PulseConnection> connection;
     std::optional<PulseAudioInput> input;
     std::optional<PulseOutputVolume> volume;
+    std::optional<GraphWatch> graph;
     int notices = 0;
 
 private:
@@ -117,7 +128,9 @@ TEST_P(PulseServer, NothingIsLostAtTheEnd)
     std::vector<double> stopTimes;
     std::vector<double> startTimes;
     std::vector<double> tails;
-    for (int dictation = 0; dictation < 20; ++dictation) {
+    int disturbed = 0;
+    for (int dictation = 0; dictation < 20;) {
+        ASSERT_LT(disturbed, 100) << "the server itself misses audio all the time";
         forget();
         const auto pressed = Clock::now();
         ASSERT_GT(input->inputFormat().sampleRate, 0);
@@ -132,12 +145,21 @@ TEST_P(PulseServer, NothingIsLostAtTheEnd)
 
         const std::vector<float> recorded = samples();
         ASSERT_FALSE(recorded.empty());
-        EXPECT_EQ(KnownSignal::describeBreaks(recorded, heardBy(listener)), "") << dictation;
+        const std::string breaks = KnownSignal::describeBreaks(recorded, heardBy(listener));
         // The distance on the signal's circle, positive when the recording goes on beyond what was heard.
         const auto distance =
             static_cast<std::int16_t>(KnownSignal::position(recorded.back()) - KnownSignal::position(heard));
+        const bool isSilentAtEnd = recorded.back() == 0.0F || heard == 0.0F;
+        const bool isWhole = breaks.empty() && distance >= 0 && !isSilentAtEnd;
+        if (!isWhole && serverMissedAudio(pressed)) {
+            ++disturbed;
+            continue;
+        }
+        EXPECT_EQ(breaks, "") << dictation;
+        EXPECT_FALSE(isSilentAtEnd) << dictation;
         EXPECT_GE(distance, 0) << dictation;
         tails.push_back(distance / 48.0);
+        ++dictation;
     }
     const auto median = [](std::vector<double> values) {
         std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
@@ -146,7 +168,8 @@ TEST_P(PulseServer, NothingIsLostAtTheEnd)
     std::cout << "start: median " << median(startTimes) << " ms, most "
               << *std::max_element(startTimes.begin(), startTimes.end()) << " ms; stop: median " << median(stopTimes)
               << " ms, most " << *std::max_element(stopTimes.begin(), stopTimes.end())
-              << " ms; beyond the other listener: median " << median(tails) << " ms\n";
+              << " ms; beyond the other listener: median " << median(tails) << " ms; disturbed by the server: "
+              << disturbed << "\n";
     EXPECT_LT(*std::max_element(startTimes.begin(), startTimes.end()), 320);
     EXPECT_LT(*std::max_element(stopTimes.begin(), stopTimes.end()), 300);
 }
@@ -207,11 +230,23 @@ TEST_P(PulseServer, KilledWhileRecordingAndStartedAgain)
     const SignalPlayer player;
     ASSERT_TRUE(hasMicrophone());
     const SignalListener listener("microphone");
-    forget();
-    ASSERT_TRUE(input->start(keep()));
-    ASSERT_TRUE(queue.runUntil([this] { return samples().size() >= 8192; }));
-    input->stop();
-    EXPECT_EQ(KnownSignal::describeBreaks(samples(), heardBy(listener)), "");
+    if (GetParam() == AudioServerKind::PipeWire) {
+        graph.emplace();
+    }
+    std::string breaks = "the server missed audio in each attempt";
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        forget();
+        const auto begin = Clock::now();
+        ASSERT_TRUE(input->start(keep()));
+        ASSERT_TRUE(queue.runUntil([this] { return samples().size() >= 8192; }));
+        input->stop();
+        const std::string found = KnownSignal::describeBreaks(samples(), heardBy(listener));
+        if (found.empty() || !serverMissedAudio(begin)) {
+            breaks = found;
+            break;
+        }
+    }
+    EXPECT_EQ(breaks, "");
     EXPECT_TRUE(queue.runUntil([this] { return volume->volume(QStringLiteral("speakers")).has_value(); }));
 }
 

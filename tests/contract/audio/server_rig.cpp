@@ -4,6 +4,7 @@
 #include "platform/linux/pulse/pulse_connection.h"
 #include "platform/linux/pulse/pulse_output_volume.h"
 #include "support/audio_servers.h"
+#include "support/graph_watch.h"
 #include "support/known_signal.h"
 
 #include <QRegularExpression>
@@ -35,10 +36,19 @@ public:
     {
         m_player.emplace();
         m_listener.emplace("microphone");
+        m_isUp = m_queue.runUntil([this] { return m_listener->last() > 0; });
+        if (m_server.kind() == AudioServerKind::PipeWire) {
+            m_graph.emplace();
+        }
     }
     bool heardByOthers(float before, float after) override
     {
         return m_listener && m_queue.runUntil([&] { return m_listener->heard(before, after); });
+    }
+    bool serverMissedAudio(std::chrono::steady_clock::time_point from,
+                           std::chrono::steady_clock::time_point to) override
+    {
+        return m_graph && m_graph->missedBetween(from, to);
     }
     bool waitUntil(const std::function<bool()>& isDone) override { return m_queue.runUntil(isDone); }
     void pass(std::chrono::milliseconds duration) override { m_queue.runFor(duration); }
@@ -81,6 +91,7 @@ private:
     std::optional<PulseOutputVolume> m_volume;
     std::optional<SignalPlayer> m_player;
     std::optional<SignalListener> m_listener;
+    std::optional<GraphWatch> m_graph;
     bool m_isUp = false;
 };
 
