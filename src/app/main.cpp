@@ -46,6 +46,8 @@ int run(QApplication& application)
     const Locations locations = Locations::forThisProcess();
     FileLog log(locations.kLogURL);
     QtMainQueue queue;
+    SecretServiceStore secrets(queue, Keychain::service);
+    secrets.connect();  // the menu asks for a key: the first connection is made beside what comes until then
 
     // Whatever is called back below comes from the event loop, by when the application object is there.
     std::optional<AppDelegate> delegate;
@@ -65,7 +67,6 @@ int run(QApplication& application)
     PulseAudioInput audioInput(sound, queue);
     PulseOutputVolume outputVolume(sound, queue);
     PulseSoundPlayer sounds(sound);
-    SecretServiceStore secrets(queue, Keychain::service);
     Keychain keychain(secrets);
     ConfigFile file(locations.kConfigURL, keychain, log);
     QtPasteboard pasteboard;

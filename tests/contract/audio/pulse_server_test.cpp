@@ -168,8 +168,8 @@ TEST_P(PulseServer, NothingIsLostAtTheEnd)
     std::cout << "start: median " << median(startTimes) << " ms, most "
               << *std::max_element(startTimes.begin(), startTimes.end()) << " ms; stop: median " << median(stopTimes)
               << " ms, most " << *std::max_element(stopTimes.begin(), stopTimes.end())
-              << " ms; beyond the other listener: median " << median(tails) << " ms; disturbed by the server: "
-              << disturbed << "\n";
+              << " ms; beyond the other listener: median " << median(tails)
+              << " ms; disturbed by the server: " << disturbed << "\n";
     EXPECT_LT(*std::max_element(startTimes.begin(), startTimes.end()), 320);
     EXPECT_LT(*std::max_element(stopTimes.begin(), stopTimes.end()), 300);
 }

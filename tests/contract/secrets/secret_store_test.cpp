@@ -270,6 +270,33 @@ TEST_F(SecretServiceStoreTest, ABusThatDoesNotAnswerCostsOneSecondOnce)
     EXPECT_TRUE(comesTrue([&] { return m_store.find(kService, kAccount) == QByteArray("sk-one"); }));
 }
 
+TEST_F(SecretServiceStoreTest, AConnectionThatWasBegunServesTheFirstCall)
+{
+    Keyring keyring(m_bus);
+    ASSERT_TRUE(m_store.add(kService, kAccount, "sk-one"));
+    SecretServiceStore store(m_queue, kService);
+    store.connect();
+    EXPECT_EQ(store.find(kService, kAccount), QByteArray("sk-one"));
+    EXPECT_TRUE(store.answeredLastFind());
+}
+
+TEST_F(SecretServiceStoreTest, BeginningToConnectToABusThatDoesNotAnswerTakesNoTime)
+{
+    Keyring keyring(m_bus);
+    ASSERT_TRUE(m_store.add(kService, kAccount, "sk-one"));
+    m_bus.freeze(true);
+    SecretServiceStore store(m_queue, kService);
+    QElapsedTimer timer;
+    timer.start();
+    store.connect();
+    EXPECT_LT(timer.elapsed(), 100);
+    EXPECT_EQ(store.find(kService, kAccount), std::nullopt);
+    EXPECT_LT(timer.elapsed(), 1500) << "the limit of one call holds for what was begun, too";
+    EXPECT_FALSE(store.answeredLastFind());
+    m_bus.freeze(false);
+    EXPECT_TRUE(comesTrue([&] { return store.find(kService, kAccount) == QByteArray("sk-one"); }));
+}
+
 TEST_F(SecretServiceStoreTest, EndingWhileTheServiceHangsTakesNoLongerThanASecond)
 {
     Keyring keyring(m_bus);

@@ -40,6 +40,13 @@ SecretServiceClient::SecretServiceClient(GCancellable* cancellable, std::functio
 {
 }
 
+void SecretServiceClient::connect()
+{
+    if (m_connection.connect() && m_connection.hasOwner()) {
+        m_connection.service();
+    }
+}
+
 std::optional<QByteArray> SecretServiceClient::find(const QString& service, const QString& account)
 {
     if (!m_connection.connect() || !m_connection.hasOwner()) {

@@ -23,6 +23,8 @@ public:
     SecretServiceClient(const SecretServiceClient&) = delete;
     SecretServiceClient& operator=(const SecretServiceClient&) = delete;
 
+    // Connects to the bus, and to the service where it runs, as the first of the calls below would. Starts nothing.
+    void connect();
     // Never prompts and never starts the service; locked items are not looked at.
     std::optional<QByteArray> find(const QString& service, const QString& account);
     void deleteItems(const QString& service, const QString& account);

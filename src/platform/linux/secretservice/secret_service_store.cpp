@@ -41,6 +41,11 @@ void SecretServiceStore::tell()
     }
 }
 
+void SecretServiceStore::connect()
+{
+    thread().post([](SecretServiceClient& client) { client.connect(); });
+}
+
 void SecretServiceStore::deleteItems(const QString& service, const QString& account)
 {
     thread().runWithin(kCallTime,

@@ -15,7 +15,7 @@ class SecretServiceThread;
 // it is locked. A thread of its own talks to the service, so that a service or a bus that does not answer costs the
 // main thread one second once: until that call has come back, further ones behave as with an empty store, except that
 // deletions and additions are still carried out when the service answers again. Nothing is connected to before the
-// first call; a bus that was away is found again at the next call.
+// first call, or `connect`; a bus that was away is found again at the next call.
 class SecretServiceStore : public SecretStore {
 public:
     // `service` is the one whose locked items requestUnlock unlocks.
@@ -23,6 +23,9 @@ public:
     ~SecretServiceStore() override;
     SecretServiceStore(const SecretServiceStore&) = delete;
     SecretServiceStore& operator=(const SecretServiceStore&) = delete;
+
+    // Begins to connect, so that the first call waits for less of it. Returns at once.
+    void connect();
 
     void deleteItems(const QString& service, const QString& account) override;
     bool add(const QString& service, const QString& account, const QByteArray& data) override;
