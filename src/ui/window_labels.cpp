@@ -2,7 +2,10 @@
 
 #include "ui/application_icon.h"
 
+#include <QGuiApplication>
 #include <QPainter>
+
+#include <utility>
 
 namespace tavlo {
 
@@ -40,10 +43,15 @@ TextRequest FittedLabel::request() const
 
 void FittedLabel::refit()
 {
-    m_style = fittedStyle(request());
-    // A text of unknown length, such as an error of the system, may not fit at all: it is then read here.
-    setToolTip(fits(request(), m_style) ? QString() : text());
     update();
+    Fit wanted{request(), QGuiApplication::font()};
+    if (m_fit == wanted) {
+        return;
+    }
+    m_fit = std::move(wanted);
+    m_style = fittedStyle(m_fit->request);
+    // A text of unknown length, such as an error of the system, may not fit at all: it is then read here.
+    setToolTip(fits(m_fit->request, m_style) ? QString() : text());
 }
 
 void FittedLabel::paintEvent(QPaintEvent*)

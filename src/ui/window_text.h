@@ -23,6 +23,8 @@ struct TextRequest {
     int pixelSize = 13;
     FontWeight weight = FontWeight::Regular;
     Wrapping wrapping = Wrapping::SingleLine;
+
+    bool operator==(const TextRequest&) const = default;
 };
 
 // How a text is set.

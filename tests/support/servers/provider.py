@@ -24,7 +24,7 @@ A scenario is an object. "kind" is one of
     engine      the output of "command", a list in which "{wav}" stands for the uploaded file, with status 200
     stall       nothing more is sent; "at" is "request" (default; the request has been read), "accept" (nothing is
                 read either) or "body" (after headers and the first half of "text")
-    reset       the connection is reset; "at" as above
+    reset       the connection is reset; "at" as above, "accept" once the client has begun to send
     truncated   a Content-Length beyond the end of "text", then the end of the connection
     drip        "text" with "interval" seconds between its bytes
     redirect    "status" (default 307) to "location"; without one, to another path of this provider
@@ -319,6 +319,10 @@ class Provider:
             self._keep({"valid": False, "complaint": "not read", "kind": peek["kind"],
                         "connection": connection.number})
             if peek["kind"] == "reset":
+                # A reset that comes while the client still connects has Qt's socket connect again and again.
+                heard = select.poll()
+                heard.register(connection.stream, select.POLLIN | select.POLLRDHUP)
+                heard.poll()
                 connection.reset()
                 return False
             left = select.poll()
