@@ -72,7 +72,10 @@ std::vector<std::uint32_t> X11Display::numbers(xcb_window_t window, xcb_atom_t n
 {
     const QByteArray bytes = property(window, name, 32);
     std::vector<std::uint32_t> values(static_cast<std::size_t>(bytes.size()) / sizeof(std::uint32_t));
-    std::memcpy(values.data(), bytes.constData(), values.size() * sizeof(std::uint32_t));
+    // Of an empty vector there is no place that could be named, not even to copy nothing to.
+    if (!values.empty()) {
+        std::memcpy(values.data(), bytes.constData(), values.size() * sizeof(std::uint32_t));
+    }
     return values;
 }
 
