@@ -3,6 +3,7 @@
 #include "engines/cloud_client.h"
 #include "engines/local_runner.h"
 #include "engines/model_downloader.h"
+#include "engines/network_thread.h"
 #include "platform/linux/freedesktop/autostart_login_item.h"
 #include "platform/linux/freedesktop/bus_notification.h"
 #include "platform/linux/freedesktop/process_exit.h"
@@ -34,6 +35,7 @@
 #include <QApplication>
 #include <QDBusConnection>
 
+#include <cstdlib>
 #include <optional>
 
 namespace tavlo {
@@ -145,10 +147,18 @@ int main(int argc, char** argv)
     // Tavlo takes no options: the toolkit is not to take any either.
     argc = 1;
     tavlo::keepLibrariesFromStartingABus();
-    QApplication application(argc, argv);
-    // Not as the display name, which the toolkit would add to the windows' titles.
-    QApplication::setApplicationName(QStringLiteral("Tavlo"));
-    QApplication::setDesktopFileName(QStringLiteral("nl.pelloquintar.tavlo"));
-    QApplication::setQuitOnLastWindowClosed(false);
-    return tavlo::run(application);
+    int result = 0;
+    {
+        QApplication application(argc, argv);
+        // Not as the display name, which the toolkit would add to the windows' titles.
+        QApplication::setApplicationName(QStringLiteral("Tavlo"));
+        QApplication::setDesktopFileName(QStringLiteral("nl.pelloquintar.tavlo"));
+        QApplication::setQuitOnLastWindowClosed(false);
+        result = tavlo::run(application);
+    }
+    if (tavlo::NetworkThread::isAnyLeftBehind()) {
+        // It must not find that what is static, the toolkit's too, has been destroyed.
+        std::_Exit(result);
+    }
+    return result;
 }

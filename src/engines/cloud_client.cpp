@@ -24,6 +24,14 @@ public:
         m_thread.post([requests = m_requests, task = std::move(task)] { task(*requests); });
     }
 
+    // Calls `completion`, on the thread, as long as whoever waits for it can be there.
+    std::function<void(TranscriptionResult)> guarded(std::function<void(TranscriptionResult)> completion) const
+    {
+        return [thread = m_thread.link(), completion = std::move(completion)](const TranscriptionResult& result) {
+            thread->callOut([&] { completion(result); });
+        };
+    }
+
 private:
     std::shared_ptr<CloudSession> m_requests;  // shared with the tasks, in case the thread outlives this object
     NetworkThread m_thread;
@@ -52,7 +60,7 @@ void CloudClient::warmUp()
 void CloudClient::transcribeCloud(const QByteArray& wav, const Config& config,
                                   std::function<void(TranscriptionResult)> completion)
 {
-    session().post([wav, config, completion = std::move(completion)](CloudSession& requests) {
+    session().post([wav, config, completion = session().guarded(std::move(completion))](CloudSession& requests) {
         requests.send(wav, config, completion);
     });
 }

@@ -18,7 +18,8 @@ class CloudClient : public CloudEngine {
 public:
     // `authorities` are the certificates to trust in place of the system's, if any.
     explicit CloudClient(TransferLimits limits = kCloudLimits, QList<QSslCertificate> authorities = {});
-    // Requests that run are cancelled: their completions are called with that failure before this returns.
+    // Requests that run are cancelled: their completions are called with that failure before this returns, or, when
+    // the system holds up the thread for two seconds, not at all.
     ~CloudClient() override;
 
     // Prepares the thread and its network session, so that the next request leaves at once. Called when a recording

@@ -1,6 +1,5 @@
 #include "engines/model_downloader.h"
 
-#include "engines/network_thread.h"
 #include "settings/app_log.h"
 
 #include <utility>
@@ -35,15 +34,19 @@ void ModelDownloader::start()
         m_thread = std::make_unique<NetworkThread>(QStringLiteral("tavlo-model"));
     }
     const auto owner = m_lifetime.reference();
+    const auto thread = m_thread->link();
     ModelTransfer::Reports reports;
-    reports.progress = [this, &queue = m_queue, owner, number](qint64 written, qint64 expected) {
-        queue.post(owner, [this, number, written, expected] { transferProgress(number, written, expected); });
+    reports.log = [thread, &log = m_log](const QString& line) { thread->callOut([&] { log.appLog(line); }); };
+    reports.progress = [this, thread, &queue = m_queue, owner, number](qint64 written, qint64 expected) {
+        thread->callOut([&] {
+            queue.post(owner, [this, number, written, expected] { transferProgress(number, written, expected); });
+        });
     };
-    reports.done = [this, &queue = m_queue, owner, number](const Result<void>& result) {
-        queue.post(owner, [this, number, result] { transferDone(number, result); });
+    reports.done = [this, thread, &queue = m_queue, owner, number](const Result<void>& result) {
+        thread->callOut([&] { queue.post(owner, [this, number, result] { transferDone(number, result); }); });
     };
-    m_transfer = std::make_shared<ModelTransfer>(ModelFiles(m_locations, m_terms.minimumBytes), m_terms, m_log,
-                                                 *m_thread, std::move(reports));
+    m_transfer = std::make_shared<ModelTransfer>(ModelFiles(m_locations, m_terms.minimumBytes), m_terms, thread,
+                                                 std::move(reports));
     m_log.appLog(QStringLiteral("Model-download gestart van ") + m_remoteURL);
     m_thread->post([transfer = m_transfer, url] { transfer->start(url); });
 }

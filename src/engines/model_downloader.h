@@ -10,7 +10,6 @@
 namespace tavlo {
 
 class AppLog;
-class NetworkThread;
 
 // Fetches the offline model over HTTPS and installs it; redirects are followed, to HTTPS only. The transfer runs on a
 // thread of its own, which exists only as long as a download. Main thread.

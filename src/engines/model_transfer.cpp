@@ -1,8 +1,6 @@
 #include "engines/model_transfer.h"
 
-#include "engines/network_thread.h"
 #include "engines/platform_errors.h"
-#include "settings/app_log.h"
 
 #include <algorithm>
 #include <array>
@@ -33,8 +31,9 @@ Error fileError(const QFile& file)
 
 }  // namespace
 
-ModelTransfer::ModelTransfer(ModelFiles files, DownloadTerms terms, AppLog& log, NetworkThread& thread, Reports reports)
-    : m_files(std::move(files)), m_terms(std::move(terms)), m_log(log), m_thread(thread), m_reports(std::move(reports))
+ModelTransfer::ModelTransfer(ModelFiles files, DownloadTerms terms, std::shared_ptr<NetworkThread::Link> thread,
+                             Reports reports)
+    : m_files(std::move(files)), m_terms(std::move(terms)), m_thread(std::move(thread)), m_reports(std::move(reports))
 {
 }
 
@@ -159,13 +158,13 @@ void ModelTransfer::install()
         end(tl::unexpected<Error>(installed.error()));
         return;
     }
-    m_log.appLog(QStringLiteral("Model-download klaar: ") + QString::number(*installed) + QStringLiteral(" bytes"));
+    m_reports.log(QStringLiteral("Model-download klaar: ") + QString::number(*installed) + QStringLiteral(" bytes"));
     end({});
 }
 
 void ModelTransfer::fail(const Error& error)
 {
-    m_log.appLog(QStringLiteral("Model-download mislukt: ") + error.description);
+    m_reports.log(QStringLiteral("Model-download mislukt: ") + error.description);
     end(tl::unexpected<Error>(error));
 }
 
@@ -176,7 +175,7 @@ void ModelTransfer::end(Result<void> result)
     m_file.close();
     m_files.removeLeftovers();
     // The clock cannot go from within its own signal.
-    m_thread.post([self = shared_from_this(), result = std::move(result)] {
+    m_thread->post([self = shared_from_this(), result = std::move(result)] {
         self->m_clock.reset();
         self->m_reports.done(result);
     });

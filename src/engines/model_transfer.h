@@ -2,6 +2,7 @@
 
 #include "engines/http_exchange.h"
 #include "engines/model_files.h"
+#include "engines/network_thread.h"
 #include "engines/transfer_clock.h"
 #include "platform/result.h"
 
@@ -17,9 +18,6 @@
 
 namespace tavlo {
 
-class AppLog;
-class NetworkThread;
-
 // How a download is made; a test gives its own server's authority, short limits and a small model.
 struct DownloadTerms {
     TransferLimits limits{std::chrono::seconds(60), std::chrono::seconds(3600)};
@@ -28,17 +26,18 @@ struct DownloadTerms {
 };
 
 // One transfer of the model, from the first request to the installed file. Made anywhere, then used on the network
-// thread only, on which it also reports.
+// thread only, on which it also reports. It touches nothing else of the program: a thread that the disk holds up may
+// outlast the rest.
 class ModelTransfer : public std::enable_shared_from_this<ModelTransfer> {
 public:
     struct Reports {
+        std::function<void(const QString& line)> log;
         // Total written, total expected (below 1 while unknown), for every piece that was written.
         std::function<void(qint64 written, qint64 expected)> progress;
         std::function<void(Result<void>)> done;  // exactly once, last
     };
 
-    // `log` and `thread` outlive the transfer.
-    ModelTransfer(ModelFiles files, DownloadTerms terms, AppLog& log, NetworkThread& thread, Reports reports);
+    ModelTransfer(ModelFiles files, DownloadTerms terms, std::shared_ptr<NetworkThread::Link> thread, Reports reports);
 
     void start(const QUrl& url);
     void cancel();
@@ -60,8 +59,7 @@ private:
 
     const ModelFiles m_files;
     const DownloadTerms m_terms;
-    AppLog& m_log;
-    NetworkThread& m_thread;
+    const std::shared_ptr<NetworkThread::Link> m_thread;
     const Reports m_reports;
 
     std::unique_ptr<TransferClock> m_clock;

@@ -3,35 +3,69 @@
 #include <QDeadlineTimer>
 #include <QThread>
 
+#include <atomic>
 #include <chrono>
 #include <utility>
 
 namespace tavlo {
 
 namespace {
+
 constexpr std::chrono::seconds kLongestWait(2);
+
+std::atomic<bool> anyLeftBehind = false;
+
+}  // namespace
+
+NetworkThread::NetworkThread(const QString& name) : m_link(std::make_shared<Link>(name)) {}
+
+NetworkThread::~NetworkThread()
+{
+    // One round later, so that what those tasks have posted in turn runs too.
+    post([link = m_link] { link->post([thread = link->m_thread] { thread->quit(); }); });
+    m_link->end();
 }
 
-NetworkThread::NetworkThread(const QString& name) : m_thread(new QThread), m_context(new QObject)
+void NetworkThread::post(std::function<void()> task)
+{
+    m_link->post(std::move(task));
+}
+
+bool NetworkThread::isAnyLeftBehind()
+{
+    return anyLeftBehind;
+}
+
+NetworkThread::Link::Link(const QString& name) : m_thread(new QThread), m_context(new QObject)
 {
     m_thread->setObjectName(name);
     m_context->moveToThread(m_thread);
     m_thread->start();
 }
 
-NetworkThread::~NetworkThread()
+void NetworkThread::Link::post(std::function<void()> task)
 {
-    // One round later, so that what those tasks have posted in turn runs too.
-    post([this] { post([thread = m_thread] { thread->quit(); }); });
-    if (m_thread->wait(QDeadlineTimer(kLongestWait))) {
-        delete m_context;
-        delete m_thread;
+    QMetaObject::invokeMethod(m_context, std::move(task), Qt::QueuedConnection);
+}
+
+void NetworkThread::Link::callOut(const std::function<void()>& call)
+{
+    const std::lock_guard guard(m_mutex);
+    if (!m_leftBehind) {
+        call();
     }
 }
 
-void NetworkThread::post(std::function<void()> task)
+void NetworkThread::Link::end()
 {
-    QMetaObject::invokeMethod(m_context, std::move(task), Qt::QueuedConnection);
+    if (m_thread->wait(QDeadlineTimer(kLongestWait))) {
+        delete m_context;
+        delete m_thread;
+        return;
+    }
+    const std::lock_guard guard(m_mutex);
+    m_leftBehind = true;
+    anyLeftBehind = true;
 }
 
 }  // namespace tavlo

@@ -3,14 +3,17 @@
 #include "audio/wav.h"
 #include "engines/platform_errors.h"
 #include "server_process.h"
+#include "support/held_thread.h"
 
 #include <gtest/gtest.h>
 
 #include <QJsonArray>
 #include <QNetworkReply>
 
+#include <atomic>
 #include <chrono>
 #include <future>
+#include <optional>
 #include <thread>
 
 namespace tavlo {
@@ -325,6 +328,22 @@ TEST_F(CloudClientTest, destructionCancelsWhatRunsWithoutDelay)
     }
     ASSERT_EQ(future.wait_for(0s), std::future_status::ready);
     EXPECT_EQ(future.get().error().code, QNetworkReply::OperationCanceledError);
+}
+
+// Whoever waits for the completion is gone when the thread goes on.
+TEST_F(CloudClientTest, aRequestThatIsHeldUpAtTheDestructionIsNotCompleted)
+{
+    serve(scenario("stall"));
+    std::atomic<bool> completed = false;
+    std::optional<CloudClient> client(std::in_place);
+    client->transcribeCloud(m_wav, m_config, [&completed](const TranscriptionResult&) { completed = true; });
+    record();
+    HeldThread thread("tavlo-http");
+    const auto before = std::chrono::steady_clock::now();
+    client.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 3s);
+    thread.letGo();
+    EXPECT_FALSE(completed);
 }
 
 TEST_F(CloudClientTest, aCertificateThatNobodyKnowsIsThePlatformsFailure)

@@ -4,6 +4,7 @@
 #include "server_process.h"
 #include "support/fakes/memory_log.h"
 #include "support/fakes/pumped_main_queue.h"
+#include "support/held_thread.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,7 @@
 #include <QTemporaryDir>
 
 #include <sys/resource.h>
+#include <atomic>
 #include <csignal>
 #include <optional>
 #include <thread>
@@ -60,6 +62,20 @@ public:
 private:
     rlimit m_old{};
     void (*m_oldHandler)(int) = nullptr;
+};
+
+// Counts what is posted.
+class CountingQueue : public PumpedMainQueue {
+public:
+    void post(std::weak_ptr<void> owner, std::function<void()> task) override
+    {
+        ++m_count;
+        PumpedMainQueue::post(std::move(owner), std::move(task));
+    }
+    int count() const { return m_count; }
+
+private:
+    std::atomic<int> m_count = 0;
 };
 
 class ModelDownloaderTest : public testing::Test {
@@ -420,6 +436,32 @@ TEST_F(ModelDownloaderTest, destructionEndsADownloadWithoutReportAndLeavesNothin
     m_downloader.reset();
     m_queue.runPending();
     EXPECT_TRUE(m_ends.empty());
+    EXPECT_EQ(modelFolder(), QStringList());
+}
+
+// The end of the program does not wait for a disk that does not answer. What the transfer reports to is then gone.
+TEST_F(ModelDownloaderTest, aTransferThatIsHeldUpAtTheDestructionReportsToNobodyAndCleansUpWhenItGoesOn)
+{
+    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    CountingQueue queue;
+    bool progressed = false;
+    std::optional<ModelDownloader> downloader(std::in_place, m_locations, m_log, queue, m_url, m_terms);
+    downloader->onProgress = [&](double, qint64, qint64) { progressed = true; };
+    downloader->start();
+    ASSERT_TRUE(queue.runUntil([&] { return progressed; }));
+    HeldThread thread("tavlo-model");
+
+    const auto before = std::chrono::steady_clock::now();
+    downloader.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 3s);
+    EXPECT_TRUE(NetworkThread::isAnyLeftBehind());
+    const int posted = queue.count();
+    EXPECT_EQ(m_log.lines(), QStringList(started()));
+    EXPECT_EQ(modelFolder(), QStringList(QStringLiteral("ggml-large-v3-turbo.part.download")));
+
+    thread.letGo();
+    EXPECT_EQ(queue.count(), posted);
+    EXPECT_EQ(m_log.lines(), QStringList(started()));
     EXPECT_EQ(modelFolder(), QStringList());
 }
 
