@@ -275,6 +275,36 @@ TEST_F(RemoteControlTest, TheNameIsClaimedAgainWhenTheBusComesBack)
     EXPECT_TRUE(waitFor([&] { return m_called == QStringLiteral("toggle "); }));
 }
 
+// Programs may call at every moment, also at the end.
+TEST_F(RemoteControlTest, CallsThatComeWhileTheInstanceEndsFindNobody)
+{
+    QProcess caller;
+    caller.setProcessEnvironment(m_bus.environment());
+    caller.setProcessChannelMode(QProcess::MergedChannels);
+    caller.start(QStringLiteral("/usr/bin/python3"), {QStringLiteral("-c"), QLatin1String(R"py(
+import sys
+from gi.repository import Gio, GLib
+bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+print("ready", flush=True)
+while True:
+    for _ in range(50):
+        bus.call("nl.pelloquintar.tavlo", "/nl/pelloquintar/Tavlo1", "org.freedesktop.DBus.Properties", "GetAll",
+                 GLib.Variant("(s)", ("nl.pelloquintar.Tavlo1",)), None, Gio.DBusCallFlags.NO_AUTO_START, -1, None)
+    bus.flush_sync(None)
+)py")});
+    ASSERT_TRUE(comesTrue([&] { return caller.waitForReadyRead(100); }));
+    for (int i = 0; i < 300; ++i) {
+        SessionBusControl control(m_queue, QStringLiteral("1"));
+        ASSERT_NE(control.claim(handlers()), ClaimResult::AlreadyRunning);
+        QThread::usleep(static_cast<unsigned long>(i % 30) * 100);
+        if (i % 3 == 0) {
+            QCoreApplication::processEvents();
+        }
+    }
+    caller.kill();
+    caller.waitForFinished();
+}
+
 TEST_F(RemoteControlTest, ANotificationReachesTheDesktopsService)
 {
     ASSERT_TRUE(m_other.bus().registerVirtualObject(QStringLiteral("/org/freedesktop/Notifications"), &m_other));

@@ -11,6 +11,9 @@ namespace tavlo {
 
 namespace {
 
+const QString kLocalPath = QStringLiteral("/org/freedesktop/DBus/Local");
+const QString kLocal = QStringLiteral("org.freedesktop.DBus.Local");
+const QString kDisconnected = QStringLiteral("Disconnected");
 const QString kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
 
 }  // namespace
@@ -31,9 +34,18 @@ void ControlObject::serveOn(const QDBusConnection& bus)
 {
     m_bus = bus;
     m_bus->registerVirtualObject(path(), this);
-    m_bus->connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                   QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
-                   SLOT(busDisconnected()));
+    m_bus->connect(QString(), kLocalPath, kLocal, kDisconnected, this, SLOT(busDisconnected()));
+}
+
+// Each message that is handed over holds the connection. One that the library's thread hands over while the last other
+// holder lets go would delete the connection twice.
+void ControlObject::stopServing()
+{
+    if (m_bus) {
+        m_bus->unregisterObject(path());
+        m_bus->disconnect(QString(), kLocalPath, kLocal, kDisconnected, this, SLOT(busDisconnected()));
+        m_bus.reset();
+    }
 }
 
 void ControlObject::publish(const QString& state, const QString& statusLine)

@@ -25,7 +25,8 @@ public:
     void setHandlers(RemoteHandlers handlers) { m_handlers = std::move(handlers); }
     void onDisconnected(std::function<void()> disconnected) { m_disconnected = std::move(disconnected); }
     void serveOn(const QDBusConnection& bus);
-    void stopServing() { m_bus.reset(); }
+    // To be called before the connection is given up: from here on it hands over nothing more.
+    void stopServing();
     void publish(const QString& state, const QString& statusLine);
 
     QString introspect(const QString& path) const override;

@@ -52,9 +52,7 @@ SessionBusControl::SessionBusControl(MainQueue& queue, QString version)
 
 SessionBusControl::~SessionBusControl()
 {
-    if (!m_connectionName.isEmpty()) {
-        QDBusConnection::disconnectFromBus(m_connectionName);
-    }
+    disconnect();
 }
 
 ClaimResult SessionBusControl::claim(RemoteHandlers handlers)
@@ -79,7 +77,7 @@ ClaimResult SessionBusControl::connectAndClaim()
     m_connectionName = QStringLiteral("tavlo-control-%1").arg(++connectionCount);
     QDBusConnection bus = QDBusConnection::connectToBus(m_address, m_connectionName);
     if (!bus.isConnected()) {
-        QDBusConnection::disconnectFromBus(std::exchange(m_connectionName, QString()));
+        disconnect();
         return ClaimResult::NoBus;
     }
     // The object first, so that whoever sees the name can call it.
@@ -94,8 +92,7 @@ ClaimResult SessionBusControl::connectAndClaim()
             kName, ControlObject::path(), ControlObject::interface(), QStringLiteral("OpenSettings"));
         bus.call(request, QDBus::Block, kOtherInstanceMs);
     }
-    m_object->stopServing();
-    QDBusConnection::disconnectFromBus(std::exchange(m_connectionName, QString()));
+    disconnect();
     // A bus that refuses the name has told of no other instance.
     return reply.isValid() ? ClaimResult::AlreadyRunning : ClaimResult::NoBus;
 }
@@ -105,9 +102,16 @@ void SessionBusControl::busWentAway()
     if (m_connectionName.isEmpty()) {
         return;
     }
-    m_object->stopServing();
-    QDBusConnection::disconnectFromBus(std::exchange(m_connectionName, QString()));
+    disconnect();
     watchForBus();
+}
+
+void SessionBusControl::disconnect()
+{
+    m_object->stopServing();
+    if (!m_connectionName.isEmpty()) {
+        QDBusConnection::disconnectFromBus(std::exchange(m_connectionName, QString()));
+    }
 }
 
 void SessionBusControl::watchForBus()

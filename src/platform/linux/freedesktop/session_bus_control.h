@@ -24,6 +24,7 @@ public:
 
 private:
     ClaimResult connectAndClaim();
+    void disconnect();
     void busWentAway();
     void watchForBus();
     void tryAgain(int attemptsLeft);
