@@ -75,8 +75,8 @@ int run(QApplication& application)
     QtWorkspace workspace;
     AutostartLoginItem loginItem = AutostartLoginItem::forProgram(QCoreApplication::applicationFilePath());
     X11Desktop desktop(pasteboard, workspace);
-    BusNotification notification;
     const QDBusConnection sessionBus = QDBusConnection::sessionBus();
+    BusNotification notification(control, sessionBus);
 
     CloudClient cloud;
     ModelDownloader downloader(locations, log, queue, kModelRemoteURL);

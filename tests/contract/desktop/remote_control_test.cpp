@@ -221,7 +221,7 @@ TEST_F(RemoteControlTest, WithoutABusThereIsNobodyToAsk)
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_bus.home()));
     EXPECT_EQ(m_control.claim(handlers()), ClaimResult::NoBus);
     qputenv("XDG_RUNTIME_DIR", before);
-    BusNotification().show(QStringLiteral("x"), QStringLiteral("y"));
+    BusNotification(m_control, QDBusConnection(QStringLiteral("none"))).show(QStringLiteral("x"), QStringLiteral("y"));
 }
 
 TEST(RemoteControl, ABusThatRefusesTheNameIsAsGoodAsNone)
@@ -309,7 +309,9 @@ TEST_F(RemoteControlTest, ANotificationReachesTheDesktopsService)
 {
     ASSERT_TRUE(m_other.bus().registerVirtualObject(QStringLiteral("/org/freedesktop/Notifications"), &m_other));
     ASSERT_TRUE(m_other.bus().registerService(QStringLiteral("org.freedesktop.Notifications")));
-    BusNotification().show(QStringLiteral("Geen systeemvak"), QStringLiteral("Tekst"));
+    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    BusNotification(m_control, QDBusConnection(QStringLiteral("none")))
+        .show(QStringLiteral("Geen systeemvak"), QStringLiteral("Tekst"));
     ASSERT_TRUE(waitFor([&] { return !m_other.messages.isEmpty(); }));
     const QDBusMessage& message = m_other.messages[0];
     EXPECT_EQ(message.member(), QStringLiteral("Notify"));
@@ -317,6 +319,40 @@ TEST_F(RemoteControlTest, ANotificationReachesTheDesktopsService)
     EXPECT_EQ(message.arguments()[0].toString(), QStringLiteral("Tavlo"));
     EXPECT_EQ(message.arguments()[3].toString(), QStringLiteral("Geen systeemvak"));
     EXPECT_EQ(message.arguments()[4].toString(), QStringLiteral("Tekst"));
+}
+
+TEST(BusNotificationTest, WithoutTheNameItGoesOverTheProgramsOtherConnection)
+{
+    const PrivateBus bus("<deny own=\"nl.pelloquintar.tavlo\"/>");
+    OtherProgram other(bus);
+    ASSERT_TRUE(other.bus().registerVirtualObject(QStringLiteral("/org/freedesktop/Notifications"), &other));
+    ASSERT_TRUE(other.bus().registerService(QStringLiteral("org.freedesktop.Notifications")));
+    ManualMainQueue queue;
+    SessionBusControl control(queue, QStringLiteral("1"));
+    ASSERT_EQ(control.claim({}), ClaimResult::NoBus);
+    const QString name = QStringLiteral("second-connection");
+    BusNotification(control, QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), name))
+        .show(QStringLiteral("x"), QStringLiteral("y"));
+    EXPECT_TRUE(comesTrue([&] {
+        QCoreApplication::processEvents();
+        return !other.messages.isEmpty();
+    }));
+    QDBusConnection::disconnectFromBus(name);
+}
+
+TEST_F(RemoteControlTest, ABusThatHangsDoesNotHoldUpANotification)
+{
+    ASSERT_TRUE(m_other.bus().registerVirtualObject(QStringLiteral("/org/freedesktop/Notifications"), &m_other));
+    ASSERT_TRUE(m_other.bus().registerService(QStringLiteral("org.freedesktop.Notifications")));
+    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    BusNotification notification(m_control, QDBusConnection(QStringLiteral("none")));
+    m_bus.freeze(true);
+    QElapsedTimer timer;
+    timer.start();
+    notification.show(QStringLiteral("x"), QStringLiteral("y"));
+    EXPECT_LT(timer.elapsed(), 100);
+    m_bus.freeze(false);
+    EXPECT_TRUE(waitFor([&] { return !m_other.messages.isEmpty(); }));
 }
 
 }  // namespace

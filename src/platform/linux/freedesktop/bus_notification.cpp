@@ -1,22 +1,20 @@
 #include "platform/linux/freedesktop/bus_notification.h"
 
-#include "platform/linux/session_bus_address.h"
+#include "platform/linux/freedesktop/session_bus_control.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QStringList>
 #include <QVariantMap>
 
 namespace tavlo {
 
+BusNotification::BusNotification(const SessionBusControl& control, const QDBusConnection& sessionBus)
+    : m_control(control), m_sessionBus(sessionBus)
+{
+}
+
 void BusNotification::show(const QString& title, const QString& text)
 {
-    const QString address = sessionBusAddress();
-    if (address.isEmpty()) {
-        return;
-    }
-    const QString name = QStringLiteral("tavlo-notification");
-    QDBusConnection bus = QDBusConnection::connectToBus(address, name);
     QDBusMessage message = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("/org/freedesktop/Notifications"),
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
@@ -25,8 +23,7 @@ void BusNotification::show(const QString& title, const QString& text)
     message << QStringLiteral("Tavlo") << replacesNone << QStringLiteral("nl.pelloquintar.tavlo") << title << text
             << QStringList() << QVariantMap() << desktopsOwnTime;
     // Nobody waits for the answer: where there is no such service, there is nobody else to tell.
-    bus.send(message);
-    QDBusConnection::disconnectFromBus(name);
+    m_control.connection().value_or(m_sessionBus).send(message);
 }
 
 }  // namespace tavlo

@@ -27,6 +27,8 @@ public:
     void serveOn(const QDBusConnection& bus);
     // To be called before the connection is given up: from here on it hands over nothing more.
     void stopServing();
+    // The connection that it serves on.
+    const std::optional<QDBusConnection>& bus() const { return m_bus; }
     void publish(const QString& state, const QString& statusLine);
 
     QString introspect(const QString& path) const override;

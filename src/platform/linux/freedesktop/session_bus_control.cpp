@@ -3,7 +3,6 @@
 #include "platform/linux/freedesktop/control_object.h"
 #include "platform/linux/session_bus_address.h"
 
-#include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QFileInfo>
@@ -64,6 +63,11 @@ ClaimResult SessionBusControl::claim(RemoteHandlers handlers)
 void SessionBusControl::publish(const QString& state, const QString& statusLine)
 {
     m_object->publish(state, statusLine);
+}
+
+std::optional<QDBusConnection> SessionBusControl::connection() const
+{
+    return m_object->bus();
 }
 
 ClaimResult SessionBusControl::connectAndClaim()

@@ -3,9 +3,11 @@
 #include "platform/main_queue.h"
 #include "platform/remote_control.h"
 
+#include <QDBusConnection>
 #include <QFileSystemWatcher>
 
 #include <memory>
+#include <optional>
 
 namespace tavlo {
 
@@ -21,6 +23,9 @@ public:
 
     ClaimResult claim(RemoteHandlers handlers) override;
     void publish(const QString& state, const QString& statusLine) override;
+
+    // The connection to the bus, while there is one.
+    std::optional<QDBusConnection> connection() const;
 
 private:
     ClaimResult connectAndClaim();
