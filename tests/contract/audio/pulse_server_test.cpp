@@ -265,6 +265,28 @@ TEST_P(PulseServer, AServerThatAnswersNoMoreIsAFailureInTime)
     input->stop();
 }
 
+TEST_P(PulseServer, AServerThatAcceptsTheConnectionAndNeverAnswersIsWaitedForOnce)
+{
+    ASSERT_TRUE(server.start());
+    server.listenTo(QStringLiteral("voice"));
+    server.freeze();
+    connect();
+    auto before = Clock::now();
+    EXPECT_EQ(input->inputFormat(), AudioFormat{});
+    EXPECT_GE(Clock::now() - before, 300ms);
+    EXPECT_LT(Clock::now() - before, 350ms);
+    before = Clock::now();
+    EXPECT_EQ(input->inputFormat(), AudioFormat{});
+    EXPECT_FALSE(input->start(keep()));
+    EXPECT_EQ(input->inputFormat(), AudioFormat{});
+    EXPECT_LT(Clock::now() - before, 300ms);
+
+    server.thaw();
+    ASSERT_TRUE(hasMicrophone());
+    EXPECT_TRUE(queue.runUntil([this] { return static_cast<bool>(input->start(keep())); }));
+    input->stop();
+}
+
 TEST_P(PulseServer, AMicrophoneThatOpensTooLateIsClosedAgain)
 {
     startEverything();

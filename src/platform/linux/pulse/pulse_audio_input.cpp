@@ -46,7 +46,8 @@ PulseAudioInput::~PulseAudioInput()
 AudioFormat PulseAudioInput::inputFormat()
 {
     std::unique_lock held(m_connection);
-    if (m_connection.isStarting()) {
+    // Once: a server that has not answered by then is stuck, and each key press would be held up anew.
+    if (m_connection.isStarting() && !std::exchange(m_hasWaited, true)) {
         m_connection.waitUntil(held, PulseConnection::Clock::now() + kLongestStart,
                                [this] { return !m_connection.isStarting(); });
     }

@@ -42,6 +42,7 @@ private:
     std::optional<PulseMicrophone> m_toldMicrophone;
     std::optional<std::string> m_noticedName;
     bool m_hasLearned = false;
+    bool m_hasWaited = false;  // for the connection's first attempt
     bool m_isNoticePosted = false;
     int m_nextHandler = 0;
     std::shared_ptr<Handlers> m_handlers = std::make_shared<Handlers>();
