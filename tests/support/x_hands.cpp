@@ -1,11 +1,9 @@
 #include "support/x_hands.h"
 
+#include "platform/linux/x11/xcb_xkb.h"
+
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
-
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
 
 #include <cstdlib>
 #include <memory>
