@@ -155,6 +155,7 @@ void SecretServiceClient::unlockNow(const QString& service)
         return;
     }
     std::vector<const gchar*> list;
+    list.reserve(paths.size() + 1);
     for (const std::string& path : paths) {
         list.push_back(path.c_str());
     }
