@@ -17,6 +17,10 @@
 #include <thread>
 #include <vector>
 
+// The macros of PipeWire's headers are GNU's statement expressions, which Clang's pedantic warnings name where they are
+// used.
+#pragma GCC diagnostic ignored "-Wpedantic"
+
 namespace tavlo {
 
 namespace {

@@ -24,7 +24,10 @@ struct KnownSignal {
     static constexpr std::uint32_t kPeriod = 65536;
 
     static float sample(std::uint64_t frame) { return static_cast<float>(frame % kPeriod + 1) / (2.0F * kPeriod); }
-    static std::uint32_t position(float sample) { return static_cast<std::uint32_t>(sample * 2 * kPeriod + 0.5F) - 1; }
+    static std::uint32_t position(float sample)
+    {
+        return static_cast<std::uint32_t>(std::lround(sample * 2 * kPeriod)) - 1;
+    }
 
     // Whether somebody else who listens to the same source heard the second sample right after the first one.
     using HeardByOthers = std::function<bool(float before, float after)>;

@@ -43,6 +43,7 @@ XServer::XServer(const QStringList& arguments)
         words.push_back(argument.toLocal8Bit());
     }
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (QByteArray& word : words) {
         pointers.push_back(word.data());
     }

@@ -18,7 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::ptrdiff_t kMissed = 48 * 20;  // frames
+constexpr std::ptrdiff_t kMissed = std::ptrdiff_t{48} * 20;  // frames
 
 float loudestAfter(std::ptrdiff_t first, const std::vector<float>& samples)
 {

@@ -142,7 +142,7 @@ TEST_F(RecorderTest, TheInputsOwnErrorPassesUnchanged)
 TEST_F(RecorderTest, OneLevelABlockOnTheMainQueue)
 {
     ASSERT_TRUE(recorder.start());
-    input.capture(std::vector<float>(3 * 4096, 1.0F));
+    input.capture(std::vector<float>(std::size_t{3} * 4096, 1.0F));
     EXPECT_TRUE(levels.empty()) << "never on the capture thread";
     queue.runPending();
     EXPECT_EQ(levels, (std::vector<float>{1, 1, 1}));

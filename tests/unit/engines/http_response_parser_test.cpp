@@ -36,7 +36,7 @@ Outcome parsed(const QByteArray& bytes, qsizetype pieceSize)
 // What comes of the bytes, in one piece and in pieces of every small size, which must be the same.
 Outcome parsed(const QByteArray& bytes)
 {
-    const Outcome whole = parsed(bytes, bytes.size());
+    Outcome whole = parsed(bytes, bytes.size());
     for (const qsizetype size : {1, 2, 3, 7}) {
         EXPECT_EQ(parsed(bytes, size), whole) << "in pieces of " << size;
     }

@@ -135,8 +135,8 @@ TEST(TavloIcon, KeyboardHasAQuestionMarkInTheMiddle)
             }
         }
     }
-    EXPECT_NEAR(sign.center().x(), 9 * kScale, kScale / 2);
-    EXPECT_NEAR(sign.center().y(), 8 * kScale, kScale / 2);
+    EXPECT_NEAR(sign.center().x(), 9 * kScale, kScale / 2.0);
+    EXPECT_NEAR(sign.center().y(), 8 * kScale, kScale / 2.0);
     EXPECT_GT(sign.height(), 5 * kScale);
     EXPECT_LT(sign.height(), 9 * kScale);
     EXPECT_LT(sign.width(), sign.height());
