@@ -20,6 +20,7 @@
 #include "platform/linux/qt/qt_main_queue.h"
 #include "platform/linux/qt/qt_pasteboard.h"
 #include "platform/linux/qt/qt_workspace.h"
+#include "platform/linux/qt/session_restart.h"
 #include "platform/linux/secretservice/secret_service_store.h"
 #include "platform/linux/session_bus_address.h"
 #include "platform/linux/x11/x11_desktop.h"
@@ -154,6 +155,7 @@ int main(int argc, char** argv)
         QApplication::setApplicationName(QStringLiteral("Tavlo"));
         QApplication::setDesktopFileName(QStringLiteral("nl.pelloquintar.tavlo"));
         QApplication::setQuitOnLastWindowClosed(false);
+        tavlo::declineSessionRestart(application);
         result = tavlo::run(application);
     }
     if (tavlo::NetworkThread::isAnyLeftBehind()) {

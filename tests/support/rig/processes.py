@@ -107,6 +107,8 @@ class Process:
             except subprocess.TimeoutExpired:
                 self.popen.kill()
         self.popen.wait()
+        if self.popen.stdin:
+            self.popen.stdin.close()
         end_processes(family, seconds)
 
 
