@@ -87,6 +87,10 @@ int run(QApplication& application)
 
     LinuxTrayHost trayHost(sessionBus);
     LinuxPanelAppearance panelAppearance(sessionBus, qEnvironmentVariable("XDG_CURRENT_DESKTOP"));
+    control.onReturn([&trayHost, &panelAppearance](const QDBusConnection& bus) {
+        trayHost.moveTo(bus);
+        panelAppearance.moveTo(bus);
+    });
     TrayStatusItem statusItem(
         queue, trayHost, panelAppearance,
         [&delegate](MenuAction action, const QVariant& object) { delegate->perform(action, object); },

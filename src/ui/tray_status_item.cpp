@@ -92,6 +92,8 @@ void TrayStatusItem::settle()
     if (!m_icon && m_host.kind() != TrayKind::None) {
         m_kind = m_host.kind();
         createIcon();
+    } else if (m_kind == TrayKind::Bus && m_busNumber != m_host.busNumber() && m_host.offers(m_kind)) {
+        createIcon();
     }
     // A tray of the other kind, which comes after the toolkit's decision, is of no use to us any more.
     const bool available = m_icon && m_host.offers(m_kind);
@@ -114,6 +116,8 @@ std::unique_ptr<TrayStatusItem::Mirrored> TrayStatusItem::createMenu(TitleEscapi
 
 void TrayStatusItem::createIcon()
 {
+    m_icon.reset();  // before the menu that it shows
+    m_busNumber = m_host.busNumber();
     m_panelMenu = createMenu(m_kind == TrayKind::Bus ? TitleEscaping::Bus : TitleEscaping::Toolkit);
     m_icon = std::make_unique<QSystemTrayIcon>();
     m_icon->setObjectName(QStringLiteral("Tavlo"));

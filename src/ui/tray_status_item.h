@@ -54,6 +54,7 @@ private:
     MenuDescription m_description;
     std::optional<bool> m_reported;
     TrayKind m_kind = TrayKind::None;  // of the icon, for good
+    int m_busNumber = 0;               // at which the icon was made
     // Both outlive the icon that shows them.
     std::unique_ptr<Mirrored> m_panelMenu;
     std::unique_ptr<Mirrored> m_popUpMenu;

@@ -257,6 +257,8 @@ TEST(SessionBusAddress, WhereThereIsNoBusTheLibrariesAreKeptFromStartingOne)
 
 TEST_F(RemoteControlTest, TheNameIsClaimedAgainWhenTheBusComesBack)
 {
+    QString returned;
+    m_control.onReturn([&](const QDBusConnection& bus) { returned += bus.name(); });
     ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
     m_bus.stop();
     QDBusConnection::disconnectFromBus(QStringLiteral("other-program"));
@@ -273,6 +275,8 @@ TEST_F(RemoteControlTest, TheNameIsClaimedAgainWhenTheBusComesBack)
     EXPECT_EQ(property(QStringLiteral("StatusLine")), QStringLiteral("Opname"));
     call(kInterface, QStringLiteral("Toggle"));
     EXPECT_TRUE(waitFor([&] { return m_called == QStringLiteral("toggle "); }));
+    // Told once, with the connection that has the name.
+    EXPECT_EQ(QDBusConnection(returned).baseService(), m_other.bus().interface()->serviceOwner(kName).value());
 }
 
 // Programs may call at every moment, also at the end.

@@ -32,6 +32,7 @@ class FakeTrayHost : public TrayHost {
 public:
     TrayKind kind() const override { return m_kind; }
     bool offers(TrayKind kind) const override { return kind == m_kind; }
+    int busNumber() const override { return 1; }
     Registration observe(std::function<void()> changed) override { return m_observation.observe(std::move(changed)); }
 
     void set(TrayKind kind)

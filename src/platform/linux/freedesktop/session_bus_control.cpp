@@ -140,6 +140,9 @@ void SessionBusControl::tryAgain(int attemptsLeft)
     m_queue.postAfter(kRetryDelay, m_retry.reference(), [this, attemptsLeft] {
         if (connectAndClaim() != ClaimResult::NoBus) {
             m_watcher.reset();
+            if (m_returned && !m_connectionName.isEmpty()) {
+                m_returned(QDBusConnection(m_connectionName));
+            }
         } else {
             tryAgain(attemptsLeft - 1);
         }

@@ -6,8 +6,10 @@
 #include <QDBusConnection>
 #include <QFileSystemWatcher>
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace tavlo {
 
@@ -26,6 +28,8 @@ public:
 
     // The connection to the bus, while there is one.
     std::optional<QDBusConnection> connection() const;
+    // Tells of a bus that came back after a crash, by the connection that was made to it.
+    void onReturn(std::function<void(const QDBusConnection&)> returned) { m_returned = std::move(returned); }
 
 private:
     ClaimResult connectAndClaim();
@@ -36,6 +40,7 @@ private:
 
     MainQueue& m_queue;
     std::unique_ptr<ControlObject> m_object;
+    std::function<void(const QDBusConnection&)> m_returned;
     QString m_address;
     QString m_connectionName;  // Empty while there is no connection.
     // Tells of a socket that appears at the bus's place. Exists while the bus is away.

@@ -75,7 +75,6 @@ LinuxPanelAppearance::LinuxPanelAppearance(const QDBusConnection& sessionBus, co
     : m_bus(sessionBus)
 {
     m_surroundings.desktops = desktopNames.split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    m_services.setConnection(m_bus);
     m_services.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
     m_services.setWatchedServices({kPortalName, kXfcePanelName, kXfconfName});
     connect(&m_services, &QDBusServiceWatcher::serviceRegistered, this, [this](const QString& service) {
@@ -85,6 +84,18 @@ LinuxPanelAppearance::LinuxPanelAppearance(const QDBusConnection& sessionBus, co
             askXfce();
         }
     });
+    watch();
+}
+
+void LinuxPanelAppearance::moveTo(const QDBusConnection& sessionBus)
+{
+    m_bus = sessionBus;
+    watch();
+}
+
+void LinuxPanelAppearance::watch()
+{
+    m_services.setConnection(m_bus);
     m_bus.connect(kPortalName, kPortalPath, kPortalInterface, QStringLiteral("SettingChanged"), this,
                   SLOT(portalSettingChanged(QString, QString, QDBusVariant)));
     for (const char* signal : {"PropertyChanged", "PropertyRemoved"}) {

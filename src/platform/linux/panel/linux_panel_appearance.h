@@ -20,6 +20,9 @@ public:
     // `desktopNames` as in XDG_CURRENT_DESKTOP, divided by colons.
     LinuxPanelAppearance(const QDBusConnection& sessionBus, const QString& desktopNames);
 
+    // The session bus came back after a crash: from here on it is asked over this connection.
+    void moveTo(const QDBusConnection& sessionBus);
+
     PanelSurroundings surroundings() const override { return m_surroundings; }
     Registration observe(std::function<void()> changed) override { return m_observers.add(std::move(changed)); }
 
@@ -28,6 +31,7 @@ private Q_SLOTS:
     void askXfce();
 
 private:
+    void watch();
     void askPortal();
     void ask(const QString& service, const QString& path, const QString& interface, const QString& method,
              const QVariantList& arguments, std::function<void(const QVariant& answer)> answered);

@@ -5,6 +5,8 @@
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 
+#include <utility>
+
 namespace tavlo {
 
 namespace {
@@ -28,6 +30,19 @@ LinuxTrayHost::LinuxTrayHost(const QDBusConnection& sessionBus)
                     askBus();
                 }
             });
+    watch();
+}
+
+void LinuxTrayHost::moveTo(const QDBusConnection& sessionBus)
+{
+    m_bus = sessionBus;
+    m_watcher.setConnection(m_bus);
+    ++m_busNumber;
+    watch();
+}
+
+void LinuxTrayHost::watch()
+{
     for (const char* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"}) {
         m_bus.connect(kWatcherName, kWatcherPath, kWatcherName, QLatin1String(signal), this, SLOT(askBus()));
     }
@@ -58,8 +73,11 @@ void LinuxTrayHost::askBus()
     question << kWatcherName << QStringLiteral("IsStatusNotifierHostRegistered");
     question.setAutoStartService(false);
     auto* call = new QDBusPendingCallWatcher(m_bus.asyncCall(question), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call, asked = m_busNumber] {
         call->deleteLater();
+        if (asked != m_busNumber) {
+            return;  // by a bus that is gone
+        }
         const QDBusPendingReply<QDBusVariant> reply = *call;
         setBusHost(reply.isValid() && reply.value().variant().toBool());
     });
@@ -67,7 +85,8 @@ void LinuxTrayHost::askBus()
 
 void LinuxTrayHost::setBusHost(bool present)
 {
-    if (m_busHost != present) {
+    // A host on another bus is another one.
+    if (std::exchange(m_answeredNumber, m_busNumber) != m_busNumber || m_busHost != present) {
         m_busHost = present;
         m_observers.notify();
     }

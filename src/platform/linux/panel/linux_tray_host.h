@@ -17,8 +17,12 @@ class LinuxTrayHost : public QObject, public TrayHost {
 public:
     explicit LinuxTrayHost(const QDBusConnection& sessionBus);
 
+    // The session bus came back after a crash: from here on it is watched over this connection.
+    void moveTo(const QDBusConnection& sessionBus);
+
     TrayKind kind() const override;
     bool offers(TrayKind kind) const override;
+    int busNumber() const override { return m_busNumber; }
     Registration observe(std::function<void()> changed) override { return m_observers.add(std::move(changed)); }
 
 private Q_SLOTS:
@@ -26,12 +30,15 @@ private Q_SLOTS:
     void askBus();
 
 private:
+    void watch();
     void setBusHost(bool present);
 
     QDBusConnection m_bus;
     QDBusServiceWatcher m_watcher;
     Observers m_observers;
     X11TrayOwner m_x11Tray;
+    int m_busNumber = 1;
+    int m_answeredNumber = 1;  // the bus that `m_busHost` is about
     bool m_busHost = false;
 };
 
