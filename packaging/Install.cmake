@@ -56,6 +56,16 @@ tavlo_compress(${TAVLO_PACKAGING_DIR}/man/tavlo.nl.1 nl/man1/tavlo.1.gz)
 tavlo_compress(${CMAKE_SOURCE_DIR}/CHANGELOG.md changelog.gz)
 tavlo_compress(${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian changelog.Debian.gz)
 
+# The README without what it says to developers, which leads to files that are not installed.
+file(READ ${CMAKE_SOURCE_DIR}/README.md TAVLO_README)
+string(FIND "${TAVLO_README}" "\n## For developers\n" TAVLO_README_END)
+if(TAVLO_README_END EQUAL -1)
+    message(FATAL_ERROR "README.md has no section for developers.")
+endif()
+string(SUBSTRING "${TAVLO_README}" 0 ${TAVLO_README_END} TAVLO_README)
+file(WRITE ${TAVLO_PACKAGING_BINARY_DIR}/README.md "${TAVLO_README}")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/README.md)
+
 add_custom_target(tavlo_packaging ALL DEPENDS ${TAVLO_ICON_FILES} ${TAVLO_COMPRESSED_FILES})
 
 # A folder that is made on the way gets the mode that packages ask for, whatever the builder's umask.
@@ -81,7 +91,16 @@ install(FILES ${TAVLO_PACKAGING_BINARY_DIR}/nl/man1/tavlo.1.gz DESTINATION ${CMA
 install(FILES
     ${TAVLO_PACKAGING_DIR}/copyright
     ${TAVLO_PACKAGING_BINARY_DIR}/changelog.gz
+    ${TAVLO_PACKAGING_BINARY_DIR}/README.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# Placed to each other as in the source, since they lead to each other. Not compressed, so that the links can be followed.
+install(FILES ${CMAKE_SOURCE_DIR}/docs/usage.en.md ${CMAKE_SOURCE_DIR}/docs/gebruik.nl.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+install(FILES
+    ${CMAKE_SOURCE_DIR}/docs/pictures/menu.png
+    ${CMAKE_SOURCE_DIR}/docs/pictures/overlay.png
+    ${CMAKE_SOURCE_DIR}/docs/pictures/settings.png
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/pictures)
 install(FILES ${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian.gz
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tavlo_debian)
 
