@@ -19,7 +19,7 @@ namespace tavlo {
 
 namespace {
 
-// A panel that starts together with us needs some time to show all that it has.
+// A panel that starts together with us needs some time to show all that it has, and one that crashed to start anew.
 constexpr auto kSettlingTime = std::chrono::seconds(2);
 
 }  // namespace
@@ -78,7 +78,7 @@ bool TrayStatusItem::eventFilter(QObject* watched, QEvent* event)
 void TrayStatusItem::hostChanged()
 {
     // The better kind is taken at once; a panel that has the other one only may be about to offer this one too.
-    if (m_host.kind() == TrayKind::Bus || m_icon) {
+    if (m_host.kind() == TrayKind::Bus || (m_icon && m_host.offers(m_kind))) {
         settle();
         return;
     }

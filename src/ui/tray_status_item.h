@@ -20,7 +20,7 @@ namespace tavlo {
 // first icon, which kind of tray there is. Main thread.
 class TrayStatusItem : public QObject, public StatusItem {
 public:
-    // Says whether there is a tray to stand in: once soon after the start, later at each change.
+    // Says whether there is a tray to stand in: once soon after the start, later at each change that lasts.
     using AvailabilityObserver = std::function<void(bool trayAvailable)>;
 
     // `handler` is called for the chosen rows, on the main queue, after the menu has dealt with the choice.

@@ -52,12 +52,16 @@ class Tray(Scenario):
 
     def test_panel_crashes(self):
         desktop, tavlo = self.start()
+        notifications = desktop.processes.start("notifications", [
+            "/usr/bin/python3", os.path.join(os.path.dirname(__file__), "../support/apps/notifications.py")])
+        wait_for(lambda: desktop.bus.has_owner("org.freedesktop.Notifications"), what="the notifications' service")
         self.kill(desktop.panel)
         wait_for(lambda: not desktop.bus.has_owner(WATCHER), what="the panel's tray to go")
         desktop.start_panel()
         tavlo.item = StatusItem(desktop, tavlo.process.pid)
         wait_for(tavlo.item.is_there, what="the icon in the new panel")
         self.check_works(desktop, tavlo)
+        self.assertEqual(notifications.output_text(), "", "a panel that came back at once was called missing")
 
     def test_session_bus_crashes(self):
         """Everything that was on it comes back on a new bus, as a desktop's own services do; the icon too."""

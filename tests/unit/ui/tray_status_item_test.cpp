@@ -67,8 +67,23 @@ TEST_F(TrayStatusItemTest, ReportsATrayThatComesLaterAndOneThatGoes)
     queue.advance(std::chrono::seconds(10));
     host.set(TrayKind::Bus);
     host.set(TrayKind::None);
+    queue.advance(std::chrono::milliseconds(1999));
+    EXPECT_EQ(reports, (std::vector<bool>{false, true}));
+    queue.advance(std::chrono::milliseconds(1));
+    EXPECT_EQ(reports, (std::vector<bool>{false, true, false}));
     host.set(TrayKind::Bus);
     EXPECT_EQ(reports, (std::vector<bool>{false, true, false, true}));
+}
+
+TEST_F(TrayStatusItemTest, APanelThatIsStartedAnewWasNeverMissing)
+{
+    host.set(TrayKind::Bus);
+    const auto item = makeItem();
+    host.set(TrayKind::None);
+    queue.advance(std::chrono::seconds(1));
+    host.set(TrayKind::Bus);
+    queue.advance(std::chrono::minutes(1));
+    EXPECT_EQ(reports, (std::vector<bool>{true}));
 }
 
 TEST_F(TrayStatusItemTest, ATrayOfTheOtherKindIsNoneForAnIconThatIsMade)
