@@ -81,18 +81,30 @@ TEST_P(PulseSoundPlayerTest, EachSoundIsHeardAtItsVolume)
 
 TEST_P(PulseSoundPlayerTest, AskingTakesNoTime)
 {
-    const auto before = Clock::now();
-    player->playSound(QStringLiteral("Pop"), 0.15F);
-    EXPECT_LT(Clock::now() - before, std::chrono::milliseconds(20));
-    EXPECT_TRUE(isQuiet()) << "the stream is gone with the sound";
+    // The shortest of some: whatever waits for the server does so each time, a busy machine does not.
+    Clock::duration shortest = std::chrono::seconds(1);
+    for (int i = 0; i < 5; ++i) {
+        const auto before = Clock::now();
+        player->playSound(QStringLiteral("Pop"), 0.15F);
+        shortest = std::min(shortest, Clock::now() - before);
+    }
+    EXPECT_LT(shortest, std::chrono::milliseconds(20));
+    EXPECT_TRUE(isQuiet()) << "the streams are gone with the sounds";
 }
 
 TEST_P(PulseSoundPlayerTest, SoundsOverlap)
 {
-    const SignalListener listener("speakers.monitor", 2);
-    player->playSound(QStringLiteral("Basso"), 0.4F);
-    player->playSound(QStringLiteral("Basso"), 0.4F);
-    EXPECT_GT(hear(listener, 0.6F), 0.6F);
+    // The loudest part is heard twice as loud when both begin together. A server may begin the second one later, when
+    // it is no longer there to be met: then they are played once more.
+    float loudest = 0;
+    for (int attempt = 0; attempt < 5 && loudest <= 0.6F; ++attempt) {
+        const SignalListener listener("speakers.monitor", 2);
+        player->playSound(QStringLiteral("Basso"), 0.4F);
+        player->playSound(QStringLiteral("Basso"), 0.4F);
+        loudest = hear(listener, 0.6F);
+        EXPECT_TRUE(isQuiet());
+    }
+    EXPECT_GT(loudest, 0.6F);
 }
 
 TEST_P(PulseSoundPlayerTest, AnUnknownNamePlaysNothing)
