@@ -7,9 +7,9 @@ import threading
 
 from servers.provider import Provider
 
+from . import engine
 from .desktop import Desktop
 from .editors import GtkEditor
-from .engine import small_model, whisper_cli
 from .scenario import Scenario
 from .tavlo import Tavlo
 from .waiting import wait_for
@@ -111,8 +111,7 @@ class CloudScenario(Scenario):
 
     def real_engine(self, language="en"):
         """A scenario in which the provider answers what the real engine hears."""
-        return {"kind": "engine", "command": [str(whisper_cli()), "-m", str(small_model()), "-l", language,
-                                              "--no-timestamps", "-np", "-f", "{wav}"]}
+        return {"kind": "engine", "command": engine.command("{wav}", language)}
 
     def record(self, tavlo, text=SHORT, voice="en-us", silence=0):
         """Key, speech, key."""

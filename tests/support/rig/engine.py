@@ -6,6 +6,7 @@ import shutil
 import subprocess
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
+_HEAR = pathlib.Path(__file__).with_name("hear.py")
 MODEL_BYTES = 1_500_000_000  # the size at which a model counts as complete
 
 
@@ -40,7 +41,7 @@ def small_model():
 
 def command(wav, language="en"):
     """The words of a command that prints what the real engine hears in a WAV file."""
-    return [str(whisper_cli()), "-m", str(small_model()), "-l", language, "--no-timestamps", "-np", "-f", str(wav)]
+    return [str(_HEAR), str(whisper_cli()), "-m", str(small_model()), "-l", language, "--no-timestamps", "-np", "-f", str(wav)]
 
 
 def transcribe(wav, language="en"):
@@ -67,7 +68,7 @@ while [ $# -gt 0 ]; do
     fi
     shift
 done
-exec "{whisper_cli()}" "${{arguments[@]}}"
+exec "{_HEAR}" "{whisper_cli()}" "${{arguments[@]}}"
 """, encoding="utf-8")
     program.chmod(0o755)
     return program
