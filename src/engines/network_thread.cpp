@@ -3,9 +3,9 @@
 #include <QDeadlineTimer>
 #include <QThread>
 
-#include <atomic>
 #include <chrono>
 #include <utility>
+#include <vector>
 
 namespace tavlo {
 
@@ -13,7 +13,17 @@ namespace {
 
 constexpr std::chrono::seconds kLongestWait(2);
 
-std::atomic<bool> anyLeftBehind = false;
+// Kept for ever: such a thread may go on at any moment.
+struct LeftBehind {
+    std::mutex mutex;
+    std::vector<std::shared_ptr<NetworkThread::Link>> threads;
+};
+
+LeftBehind& leftBehind()
+{
+    static auto& all = *new LeftBehind;
+    return all;
+}
 
 }  // namespace
 
@@ -23,7 +33,10 @@ NetworkThread::~NetworkThread()
 {
     // One round later, so that what those tasks have posted in turn runs too.
     post([link = m_link] { link->post([thread = link->m_thread] { thread->quit(); }); });
-    m_link->end();
+    if (!m_link->end()) {
+        const std::lock_guard guard(leftBehind().mutex);
+        leftBehind().threads.push_back(m_link);
+    }
 }
 
 void NetworkThread::post(std::function<void()> task)
@@ -33,7 +46,8 @@ void NetworkThread::post(std::function<void()> task)
 
 bool NetworkThread::isAnyLeftBehind()
 {
-    return anyLeftBehind;
+    const std::lock_guard guard(leftBehind().mutex);
+    return !leftBehind().threads.empty();
 }
 
 NetworkThread::Link::Link(const QString& name) : m_thread(new QThread), m_context(new QObject)
@@ -56,16 +70,16 @@ void NetworkThread::Link::callOut(const std::function<void()>& call)
     }
 }
 
-void NetworkThread::Link::end()
+bool NetworkThread::Link::end()
 {
     if (m_thread->wait(QDeadlineTimer(kLongestWait))) {
         delete m_context;
         delete m_thread;
-        return;
+        return true;
     }
     const std::lock_guard guard(m_mutex);
     m_leftBehind = true;
-    anyLeftBehind = true;
+    return false;
 }
 
 }  // namespace tavlo

@@ -49,7 +49,8 @@ public:
 
 private:
     friend NetworkThread;
-    void end();
+    // Ends the thread; false when it had to be left behind.
+    bool end();
 
     QThread* m_thread;
     QObject* m_context;  // lives on the thread

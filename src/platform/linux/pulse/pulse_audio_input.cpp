@@ -51,7 +51,15 @@ AudioFormat PulseAudioInput::inputFormat()
         m_connection.waitUntil(held, PulseConnection::Clock::now() + kLongestStart,
                                [this] { return !m_connection.isStarting(); });
     }
-    m_toldMicrophone = m_connection.devices().microphone();
+    PulseDevices& devices = m_connection.devices();
+    if (!devices.microphone() && m_connection.context() != nullptr) {
+        // Not every server tells of everything that brings one.
+        devices.askMicrophone();
+        m_connection.waitUntil(held, PulseConnection::Clock::now() + kLongestStart, [this] {
+            return m_connection.context() == nullptr || m_connection.devices().knowsMicrophone();
+        });
+    }
+    m_toldMicrophone = devices.microphone();
     return m_toldMicrophone ? m_toldMicrophone->format : AudioFormat{};
 }
 

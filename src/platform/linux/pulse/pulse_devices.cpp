@@ -133,6 +133,14 @@ void PulseDevices::askServer()
         this));
 }
 
+void PulseDevices::askMicrophone()
+{
+    if (m_context != nullptr) {
+        m_sourceKnown = false;
+        askServer();
+    }
+}
+
 void PulseDevices::askDefaultSource()
 {
     release(pa_context_get_source_info_by_name(
@@ -181,8 +189,11 @@ void PulseDevices::event(pa_subscription_event_type_t type, std::uint32_t index)
         return;
     }
     if (facility == PA_SUBSCRIPTION_EVENT_SOURCE) {
-        const bool mayBeDefault = what == PA_SUBSCRIPTION_EVENT_NEW || index == m_defaultSourceIndex;
-        if (mayBeDefault && m_serverKnown) {
+        // PipeWire does not tell that the default changed where the new one is what it would have fallen back to
+        // anyway.
+        if (what != PA_SUBSCRIPTION_EVENT_CHANGE) {
+            askServer();
+        } else if (index == m_defaultSourceIndex && m_serverKnown) {
             askDefaultSource();
         }
         return;

@@ -37,6 +37,9 @@ public:
     bool isKnown() const { return m_serverKnown && m_sourceKnown && m_sinksKnown; }
     // None where the default source is a monitor of a sink, or there is none.
     const std::optional<PulseMicrophone>& microphone() const { return m_microphone; }
+    // Asks the server again which microphone is the default one, and whether that has been answered.
+    void askMicrophone();
+    bool knowsMicrophone() const { return m_sourceKnown; }
     std::optional<std::string> defaultSink() const;
     bool hasVolume(const std::string& sink) const;
     // As on the desktop's slider, 1 being the normal volume. What was set last, until another program changes it.
