@@ -250,6 +250,37 @@ TEST_P(PulseServer, KilledWhileRecordingAndStartedAgain)
     EXPECT_TRUE(queue.runUntil([this] { return volume->volume(QStringLiteral("speakers")).has_value(); }));
 }
 
+// Some servers keep devices from a program for as long as its connection lasts.
+TEST_P(PulseServer, WithoutAMicrophoneAPressConnectsAnewAndTheOutputsStayKnown)
+{
+    startEverything();
+    const auto ownClient = [this] {
+        for (const QString& block : server.control({QStringLiteral("list"), QStringLiteral("clients")})
+                                        .split(QStringLiteral("Client #"), Qt::SkipEmptyParts)) {
+            if (block.contains(QStringLiteral("application.id = \"nl.pelloquintar.tavlo\""))) {
+                return block.section(QLatin1Char('\n'), 0, 0);
+            }
+        }
+        return QString();
+    };
+    const QString client = ownClient();
+    ASSERT_FALSE(client.isEmpty());
+    EXPECT_GT(input->inputFormat().sampleRate, 0);
+    EXPECT_EQ(ownClient(), client) << "with a microphone the connection is kept";
+
+    server.unplug(QStringLiteral("microphone"));
+    server.unplug(QStringLiteral("headset"));
+    ASSERT_TRUE(queue.runUntil([this] {
+        const std::lock_guard guard(*connection);
+        return !connection->devices().microphone();
+    }));
+    const auto before = Clock::now();
+    EXPECT_EQ(input->inputFormat(), AudioFormat{});
+    EXPECT_LT(Clock::now() - before, 350ms);
+    EXPECT_TRUE(queue.runUntil([&] { return !ownClient().isEmpty() && ownClient() != client; }));
+    EXPECT_TRUE(queue.runUntil([this] { return volume->volume(QStringLiteral("speakers")).has_value(); }));
+}
+
 TEST_P(PulseServer, AServerThatAnswersNoMoreIsAFailureInTime)
 {
     startEverything();

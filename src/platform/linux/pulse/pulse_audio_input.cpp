@@ -53,14 +53,26 @@ AudioFormat PulseAudioInput::inputFormat()
     }
     PulseDevices& devices = m_connection.devices();
     if (!devices.microphone() && m_connection.context() != nullptr) {
-        // Not every server tells of everything that brings one.
-        devices.askMicrophone();
-        m_connection.waitUntil(held, PulseConnection::Clock::now() + kLongestStart, [this] {
-            return m_connection.context() == nullptr || m_connection.devices().knowsMicrophone();
-        });
+        lookAgain(held);
     }
     m_toldMicrophone = devices.microphone();
     return m_toldMicrophone ? m_toldMicrophone->format : AudioFormat{};
+}
+
+// A PipeWire server that has just started may keep devices from those who came first, for as long as they stay. So who
+// has no microphone asks again, and then comes anew; where there is none, that takes a moment and nothing is lost.
+void PulseAudioInput::lookAgain(std::unique_lock<PulseConnection>& held)
+{
+    const auto deadline = PulseConnection::Clock::now() + kLongestStart;
+    m_connection.devices().askMicrophone();
+    const bool isAnswered = m_connection.waitUntil(held, deadline, [this] {
+        return m_connection.context() == nullptr || m_connection.devices().knowsMicrophone();
+    });
+    if (!isAnswered || m_connection.devices().microphone()) {
+        return;
+    }
+    m_connection.reconnect();
+    m_connection.waitUntil(held, deadline, [this] { return m_connection.devices().isKnown(); });
 }
 
 Result<void> PulseAudioInput::start(BlockHandler handler)

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -29,6 +30,7 @@ public:
 private:
     using Handlers = std::map<int, std::function<void()>>;
 
+    void lookAgain(std::unique_lock<PulseConnection>& held);
     void devicesChanged();
     void postNotice();
     void deliverNotice();

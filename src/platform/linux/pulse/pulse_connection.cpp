@@ -85,6 +85,14 @@ bool PulseConnection::waitUntil(std::unique_lock<PulseConnection>& held, Clock::
     return m_wakeUp.wait_until(held, deadline, isDone);
 }
 
+void PulseConnection::reconnect()
+{
+    if (m_loop != nullptr) {
+        dropContext();
+        retryAfter(0ms);
+    }
+}
+
 void PulseConnection::connect()
 {
     m_socketWatch->start();

@@ -46,6 +46,9 @@ public:
     // Whether the first attempt since launch is still under way; then it may be worth waiting a moment.
     bool isStarting() const { return !m_isSettled; }
 
+    // Drops what there is and connects anew, at once.
+    void reconnect();
+
     // Waits, with the lock released meanwhile, until `isDone` or the deadline; says which. Never on the connection's
     // own thread. `isDone` is asked again after each `wake`.
     bool waitUntil(std::unique_lock<PulseConnection>& held, Clock::time_point deadline,
