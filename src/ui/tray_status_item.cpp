@@ -93,7 +93,7 @@ void TrayStatusItem::settle()
         m_kind = m_host.kind();
         createIcon();
     } else if (m_kind == TrayKind::Bus && m_busNumber != m_host.busNumber() && m_host.offers(m_kind)) {
-        createIcon();
+        putIconBack();
     }
     // A tray of the other kind, which comes after the toolkit's decision, is of no use to us any more.
     const bool available = m_icon && m_host.offers(m_kind);
@@ -116,7 +116,6 @@ std::unique_ptr<TrayStatusItem::Mirrored> TrayStatusItem::createMenu(TitleEscapi
 
 void TrayStatusItem::createIcon()
 {
-    m_icon.reset();  // before the menu that it shows
     m_busNumber = m_host.busNumber();
     m_panelMenu = createMenu(m_kind == TrayKind::Bus ? TitleEscaping::Bus : TitleEscaping::Toolkit);
     m_icon = std::make_unique<QSystemTrayIcon>();
@@ -129,6 +128,17 @@ void TrayStatusItem::createIcon()
         }
     });
     redraw();
+    m_icon->show();
+}
+
+// On a new bus. The icon stays the same object: before it makes another one, the toolkit may look for a tray over the
+// connection that went with the former bus. The menu is one that no bus has seen yet.
+void TrayStatusItem::putIconBack()
+{
+    m_icon->hide();
+    m_busNumber = m_host.busNumber();
+    const auto former = std::exchange(m_panelMenu, createMenu(TitleEscaping::Bus));
+    m_icon->setContextMenu(&m_panelMenu->menu);
     m_icon->show();
 }
 

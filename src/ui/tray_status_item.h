@@ -41,6 +41,7 @@ private:
     struct Mirrored;
 
     void createIcon();
+    void putIconBack();
     std::unique_ptr<Mirrored> createMenu(TitleEscaping escaping);
     void redraw();
     void popUp();

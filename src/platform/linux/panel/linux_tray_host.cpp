@@ -1,5 +1,6 @@
 #include "platform/linux/panel/linux_tray_host.h"
 
+#include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -38,6 +39,10 @@ void LinuxTrayHost::moveTo(const QDBusConnection& sessionBus)
     m_bus = sessionBus;
     m_watcher.setConnection(m_bus);
     ++m_busNumber;
+    // The toolkit's icon has a connection of its own, by this name, which the library would hand out again although its
+    // bus is gone. There is one icon in the process.
+    QDBusConnection::disconnectFromBus(
+        QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid()));
     watch();
 }
 
