@@ -1,5 +1,7 @@
 #include "platform/linux/pulse/pulse_record_stream.h"
 
+#include "platform/linux/pulse/close_stream.h"
+
 #include <pulse/error.h>
 #include <pulse/operation.h>
 #include <pulse/proplist.h>
@@ -17,26 +19,6 @@ constexpr std::size_t kBlockFrames = 4096;
 constexpr double kFragmentSeconds = 0.010;
 constexpr double kMicrosecondsPerSecond = 1e6;
 
-void detachCallbacks(pa_stream* stream)
-{
-    pa_stream_set_state_callback(stream, nullptr, nullptr);
-    pa_stream_set_read_callback(stream, nullptr, nullptr);
-    pa_stream_set_moved_callback(stream, nullptr, nullptr);
-}
-
-// A stream that the server has not made yet cannot be closed, and would stay open once it is made: it is closed then.
-void closeWhenMade(pa_stream* stream, void*)
-{
-    const pa_stream_state_t state = pa_stream_get_state(stream);
-    if (state == PA_STREAM_READY) {
-        pa_stream_disconnect(stream);
-    }
-    if (state == PA_STREAM_READY || state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
-        detachCallbacks(stream);
-        pa_stream_unref(stream);
-    }
-}
-
 }  // namespace
 
 PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseMicrophone& microphone,
@@ -52,16 +34,9 @@ PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseMic
 
 PulseRecordStream::~PulseRecordStream()
 {
-    if (m_stream == nullptr) {
-        return;
+    if (m_stream != nullptr) {
+        closeStream(m_stream);
     }
-    detachCallbacks(m_stream);
-    if (pa_stream_get_state(m_stream) == PA_STREAM_CREATING) {
-        pa_stream_set_state_callback(m_stream, &closeWhenMade, nullptr);
-        return;
-    }
-    pa_stream_disconnect(m_stream);
-    pa_stream_unref(m_stream);
 }
 
 int PulseRecordStream::open(std::unique_lock<PulseConnection>& held, PulseConnection::Clock::time_point deadline)

@@ -1,6 +1,7 @@
 #include "platform/linux/pulse/pulse_sound_player.h"
 
 #include "audio/sound_cues.h"
+#include "platform/linux/pulse/close_stream.h"
 
 #include <pulse/operation.h>
 #include <pulse/proplist.h>
@@ -118,9 +119,7 @@ void PulseSoundPlayer::release(const Playing& playing)
         pa_operation_cancel(playing.drain);
         pa_operation_unref(playing.drain);
     }
-    pa_stream_set_state_callback(playing.stream, nullptr, nullptr);
-    pa_stream_disconnect(playing.stream);
-    pa_stream_unref(playing.stream);
+    closeStream(playing.stream);
 }
 
 }  // namespace tavlo
