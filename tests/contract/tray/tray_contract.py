@@ -361,9 +361,10 @@ class Overlays:
         wait_for(lambda: not self.overlays(), what="the pill to go")
 
     def test_the_message_stands_above_the_pill_and_hides_itself(self):
-        self.probe.do("short-message Opname geannuleerd")
         self.probe.do("show-recording")
-        box, _pill = self.shown(BOX), self.shown(PILL)
+        self.shown(PILL)
+        self.probe.do("short-message Opname geannuleerd")
+        box = self.shown(BOX)
         self.assertEqual(box[0], 640 - 230)
         self.assertEqual(self.overlays()[0][0], BOX[0] + 2 * self.margin)
         wait_for(lambda: self.content(BOX) is None, what="the message to hide itself")

@@ -117,7 +117,7 @@ private:
         {QStringLiteral("hide-recording"), [this](const QString&) { m_recording.hide(); }},
         {QStringLiteral("push"), [this](const QString& level) { m_recording.push(level.toFloat()); }},
         {QStringLiteral("message"), [this](const QString& text) { m_message.show(text, std::nullopt); }},
-        {QStringLiteral("short-message"), [this](const QString& text) { m_message.show(text, 1.5); }},
+        {QStringLiteral("short-message"), [this](const QString& text) { m_message.show(text, 4); }},
         {QStringLiteral("hide-message"), [this](const QString&) { m_message.hide(); }},
         {QStringLiteral("font"), [](const QString& family) { QApplication::setFont(QFont(family)); }},
         {QStringLiteral("dark-palette"), [](const QString&) { setDarkPalette(); }},
