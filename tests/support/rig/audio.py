@@ -128,12 +128,20 @@ class AudioServer:
         self.pactl("unload-module", self.modules.pop(name))
 
     def set_default_sink(self, name):
-        self.pactl("set-default-sink", name)
-        wait_for(lambda: self.pactl("get-default-sink").strip() == name, what=f"{name} to be the default sink")
+        self._set_default("sink", name)
 
     def set_default_source(self, name):
-        self.pactl("set-default-source", name)
-        wait_for(lambda: self.pactl("get-default-source").strip() == name, what=f"{name} to be the default source")
+        self._set_default("source", name)
+
+    def _set_default(self, kind, name):
+        def accepted():
+            try:
+                self.pactl(f"set-default-{kind}", name)
+                return True
+            except RuntimeError:
+                return False  # PipeWire has no defaults before its session manager has made the place for them.
+        wait_for(accepted, what=f"the server to take {name} as the default {kind}")
+        wait_for(lambda: self.pactl(f"get-default-{kind}").strip() == name, what=f"{name} to be the default {kind}")
 
     def _listen(self):
         # A null sink that nobody hears at a low latency sleeps for up to two seconds at a time, and a recording of it
