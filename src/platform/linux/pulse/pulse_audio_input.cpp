@@ -45,15 +45,15 @@ PulseAudioInput::~PulseAudioInput()
 
 AudioFormat PulseAudioInput::inputFormat()
 {
+    const auto deadline = PulseConnection::Clock::now() + kLongestStart;
     std::unique_lock held(m_connection);
     // Once: a server that has not answered by then is stuck, and each key press would be held up anew.
     if (m_connection.isStarting() && !std::exchange(m_hasWaited, true)) {
-        m_connection.waitUntil(held, PulseConnection::Clock::now() + kLongestStart,
-                               [this] { return !m_connection.isStarting(); });
+        m_connection.waitUntil(held, deadline, [this] { return !m_connection.isStarting(); });
     }
     PulseDevices& devices = m_connection.devices();
     if (!devices.microphone() && m_connection.context() != nullptr) {
-        lookAgain(held);
+        lookAgain(held, deadline);
     }
     m_toldMicrophone = devices.microphone();
     return m_toldMicrophone ? m_toldMicrophone->format : AudioFormat{};
@@ -61,9 +61,8 @@ AudioFormat PulseAudioInput::inputFormat()
 
 // A PipeWire server that has just started may keep devices from those who came first, for as long as they stay. So who
 // has no microphone asks again, and then comes anew; where there is none, that takes a moment and nothing is lost.
-void PulseAudioInput::lookAgain(std::unique_lock<PulseConnection>& held)
+void PulseAudioInput::lookAgain(std::unique_lock<PulseConnection>& held, PulseConnection::Clock::time_point deadline)
 {
-    const auto deadline = PulseConnection::Clock::now() + kLongestStart;
     m_connection.devices().askMicrophone();
     const bool isAnswered = m_connection.waitUntil(held, deadline, [this] {
         return m_connection.context() == nullptr || m_connection.devices().knowsMicrophone();

@@ -30,7 +30,7 @@ public:
 private:
     using Handlers = std::map<int, std::function<void()>>;
 
-    void lookAgain(std::unique_lock<PulseConnection>& held);
+    void lookAgain(std::unique_lock<PulseConnection>& held, PulseConnection::Clock::time_point deadline);
     void devicesChanged();
     void postNotice();
     void deliverNotice();
