@@ -36,13 +36,15 @@ set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# The libraries are found from the program. What no library tells is the module by which Qt speaks to the X server.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS qt6-qpa-plugins)
+# The libraries are found from the program. It does not tell the module by which Qt speaks to the X server, nor what is
+# loaded when it is needed.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, libcurl4 (>= 7.87)")
 string(JOIN ", " CPACK_DEBIAN_PACKAGE_RECOMMENDS
     whisper.cpp-tools
     "default-dbus-session-bus | dbus-session-bus"
     "pipewire-pulse | pulseaudio"
     "gnome-keyring | kwalletmanager | keepassxc"
+    libproxy1v5
     xdg-utils)
 
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
@@ -51,7 +53,9 @@ set(CPACK_RPM_PACKAGE_GROUP Applications/Multimedia)
 set(CPACK_RPM_PACKAGE_SUMMARY ${CPACK_PACKAGE_DESCRIPTION_SUMMARY})
 set(CPACK_RPM_PACKAGE_DESCRIPTION "${TAVLO_DESCRIPTION_EN}")
 string(JOIN "\n" CPACK_RPM_SPEC_MORE_DEFINE
+    "Requires: libcurl >= 7.87"
     "Recommends: whisper-cpp"
+    "Recommends: libproxy"
     "Summary(nl): dicteren vanuit het paneel: druk op een toets, spreek, en de tekst staat er"
     "%description -l nl"
     "${TAVLO_DESCRIPTION_NL}")

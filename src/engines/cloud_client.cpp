@@ -9,7 +9,7 @@ namespace tavlo {
 
 class CloudClient::Session {
 public:
-    Session(TransferLimits limits, const QList<QSslCertificate>& authorities)
+    Session(TransferLimits limits, const QByteArray& authorities)
         : m_requests(std::make_shared<CloudSession>(limits, authorities)), m_thread(QStringLiteral("tavlo-http"))
     {
     }
@@ -37,7 +37,7 @@ private:
     NetworkThread m_thread;
 };
 
-CloudClient::CloudClient(TransferLimits limits, QList<QSslCertificate> authorities)
+CloudClient::CloudClient(TransferLimits limits, QByteArray authorities)
     : m_limits(limits), m_authorities(std::move(authorities))
 {
 }

@@ -3,8 +3,7 @@
 #include "engines/engines.h"
 #include "engines/transfer_clock.h"
 
-#include <QList>
-#include <QSslCertificate>
+#include <QByteArray>
 
 #include <memory>
 
@@ -16,8 +15,8 @@ inline constexpr TransferLimits kCloudLimits{std::chrono::seconds(30), std::chro
 // request and kept. Main thread, unless said otherwise.
 class CloudClient : public CloudEngine {
 public:
-    // `authorities` are the certificates to trust in place of the system's, if any.
-    explicit CloudClient(TransferLimits limits = kCloudLimits, QList<QSslCertificate> authorities = {});
+    // `authorities` are certificates in PEM form to trust in place of the system's, if any.
+    explicit CloudClient(TransferLimits limits = kCloudLimits, QByteArray authorities = {});
     // Requests that run are cancelled: their completions are called with that failure before this returns, or, when
     // the system holds up the thread for two seconds, not at all.
     ~CloudClient() override;
@@ -36,7 +35,7 @@ private:
     Session& session();
 
     const TransferLimits m_limits;
-    const QList<QSslCertificate> m_authorities;
+    const QByteArray m_authorities;
     std::unique_ptr<Session> m_session;
 };
 

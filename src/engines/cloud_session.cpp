@@ -5,7 +5,6 @@
 #include "engines/platform_errors.h"
 
 #include <QObject>
-#include <QSslSocket>
 
 #include <utility>
 
@@ -34,7 +33,7 @@ struct CloudSession::Upload : public QObject {
     QByteArray answer;
 };
 
-CloudSession::CloudSession(TransferLimits limits, QList<QSslCertificate> authorities)
+CloudSession::CloudSession(TransferLimits limits, QByteArray authorities)
     : m_limits(limits), m_authorities(std::move(authorities))
 {
 }
@@ -43,7 +42,7 @@ CloudSession::~CloudSession() = default;
 
 void CloudSession::prepare()
 {
-    static_cast<void>(QSslSocket::supportsSsl());  // Loads the library behind it.
+    HttpExchange::prepare();
 }
 
 void CloudSession::send(const QByteArray& wav, const Config& config,

@@ -10,7 +10,7 @@ namespace tavlo {
 // The requests that run. Made anywhere, then used on the HTTP thread only.
 class CloudSession {
 public:
-    CloudSession(TransferLimits limits, QList<QSslCertificate> authorities);
+    CloudSession(TransferLimits limits, QByteArray authorities);
     ~CloudSession();
 
     // Loads what the first request needs.
@@ -25,7 +25,7 @@ private:
     void finish(Upload& upload, const Result<int>& status);
 
     const TransferLimits m_limits;
-    const QList<QSslCertificate> m_authorities;
+    const QByteArray m_authorities;
     std::list<Upload*> m_uploads;  // each deletes itself after its end
 };
 

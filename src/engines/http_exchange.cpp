@@ -1,222 +1,315 @@
 #include "engines/http_exchange.h"
 
+#include "engines/curl_library.h"
 #include "engines/network_access.h"
 #include "engines/platform_errors.h"
 
-#include <QSslConfiguration>
-#include <QSslSocket>
-#include <QTcpSocket>
+#include <QSocketNotifier>
 
-#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <unordered_map>
 #include <utility>
 
 namespace tavlo {
 
 namespace {
 
-// Enough that the network never waits for this thread.
-constexpr qint64 kWaitingBytes = qint64{512} * 1024;
-constexpr qint64 kPieceBytes = qint64{128} * 1024;
-// With more, each piece is memory that the allocator takes from the system and gives back: measured, that costs more
-// time than all the rest.
-constexpr qint64 kReceiveBytes = qint64{64} * 1024;
+// What TLS decrypts at a time is smaller; without TLS this spares rounds.
+constexpr long kReceiveBytes = 128L * 1024;
 
-QByteArray headOf(const HttpRequest& request)
-{
-    QByteArray target = request.url.path(QUrl::FullyEncoded).toLatin1();
-    if (target.isEmpty()) {
-        target = "/";
+struct DeleteLater {
+    // A notifier may go within its own signal.
+    void operator()(QSocketNotifier* notifier) const
+    {
+        notifier->setEnabled(false);
+        notifier->deleteLater();
     }
-    if (request.url.hasQuery()) {
-        target += '?' + request.url.query(QUrl::FullyEncoded).toLatin1();
-    }
-    QByteArray host = request.url.host(QUrl::FullyEncoded).toLatin1();
-    if (host.contains(':')) {
-        host = '[' + host + ']';  // an IPv6 address
-    }
-    if (request.url.port() > 0) {
-        host += ':' + QByteArray::number(request.url.port());
-    }
-    QByteArray head = request.method + ' ' + target + " HTTP/1.1\r\nHost: " + host + "\r\n";
-    for (const auto& [name, value] : request.headers) {
-        head += name + ": " + value + "\r\n";
-    }
-    if (!request.body.isEmpty()) {
-        head += "Content-Length: " + QByteArray::number(request.body.size()) + "\r\n";
-    }
-    // Some servers turn away a program that does not name itself.
-    return head + "User-Agent: Tavlo\r\nAccept: */*\r\nConnection: close\r\n\r\n";
-}
+};
 
-std::unique_ptr<QTcpSocket> makeSocket(const HttpRequest& request)
-{
-    if (request.url.scheme() != QLatin1String("https")) {
-        return std::make_unique<QTcpSocket>();
-    }
-    auto socket = std::make_unique<QSslSocket>();
-    if (!request.authorities.isEmpty()) {
-        QSslConfiguration security = socket->sslConfiguration();
-        security.setCaCertificates(request.authorities);
-        socket->setSslConfiguration(security);
-    }
-    return socket;
-}
-
-qint64 waitingToBeSent(const QTcpSocket& socket)
-{
-    const auto* secure = qobject_cast<const QSslSocket*>(&socket);
-    return socket.bytesToWrite() + (secure ? secure->encryptedBytesToWrite() : 0);
-}
+using Notifier = std::unique_ptr<QSocketNotifier, DeleteLater>;
 
 }  // namespace
 
-HttpExchange::HttpExchange(HttpRequest request, TransferClock& clock, Handlers handlers)
-    : m_request(std::move(request)),
-      m_clock(clock),
-      m_handlers(std::move(handlers)),
-      m_parser(m_request.largestAnswer, {[this](const HttpHead& head) {
-                                             m_status = head.status;
-                                             m_handlers.head(head);
-                                         },
-                                         [this](QByteArrayView bytes) {
-                                             if (!m_ended) {
-                                                 m_handlers.body(bytes);
-                                             }
-                                         }})
+// The handles, and what the event loop watches for them.
+struct HttpExchange::Transfer {
+    Transfer(const CurlLibrary& library, HttpExchange& exchange);
+    Transfer(const Transfer&) = delete;
+    Transfer& operator=(const Transfer&) = delete;
+    ~Transfer();
+
+    bool configure(const HttpRequest& request);
+    void watch(curl_socket_t socket, int what);
+    HttpHead head() const;
+    QByteArray header(const char* name) const;
+    QString describe(CURLcode code) const;
+
+    template <typename Value>
+    void set(CURLoption option, Value value)
+    {
+        isValid = isValid && curl.easySetopt(easy, option, value) == CURLE_OK;
+    }
+
+    const CurlLibrary& curl;
+    HttpExchange& owner;
+    CURLM* multi = nullptr;
+    CURL* easy = nullptr;
+    curl_slist* headers = nullptr;
+    std::array<char, CURL_ERROR_SIZE> message{};
+    std::unordered_map<curl_socket_t, std::pair<Notifier, Notifier>> notifiers;  // for reading, for writing
+    bool isValid = true;
+};
+
+HttpExchange::Transfer::Transfer(const CurlLibrary& library, HttpExchange& exchange)
+    : curl(library), owner(exchange), multi(curl.multiInit()), easy(curl.easyInit())
 {
+}
+
+HttpExchange::Transfer::~Transfer()
+{
+    if (multi != nullptr && easy != nullptr) {
+        curl.multiRemoveHandle(multi, easy);
+    }
+    if (easy != nullptr) {
+        curl.easyCleanup(easy);
+    }
+    if (multi != nullptr) {
+        curl.multiCleanup(multi);
+    }
+    curl.slistFreeAll(headers);
+}
+
+bool HttpExchange::Transfer::configure(const HttpRequest& request)
+{
+    if (multi == nullptr || easy == nullptr) {
+        return false;
+    }
+    set(CURLOPT_ERRORBUFFER, message.data());
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_QUICK_EXIT, 1L);  // A name server that does not answer holds up nobody.
+    set(CURLOPT_PROTOCOLS_STR, request.url.scheme() == QLatin1String("https") ? "https" : "http");
+    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(CURLOPT_FOLLOWLOCATION, 0L);
+    // A request over a connection that is used a second time may be sent twice.
+    set(CURLOPT_FORBID_REUSE, 1L);
+    set(CURLOPT_PATH_AS_IS, 1L);
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    set(CURLOPT_URL, request.url.toEncoded().constData());
+    set(CURLOPT_USERAGENT, "Tavlo");  // Some servers turn away a program that does not name itself.
+    set(CURLOPT_BUFFERSIZE, kReceiveBytes);
+    if (isLoopback(request.url)) {
+        set(CURLOPT_NOPROXY, "*");
+    } else if (const std::optional<QByteArray> proxy = proxyFor(request.url)) {
+        set(CURLOPT_PROXY, proxy->constData());
+    }
+    if (!request.authorities.isEmpty()) {
+        curl_blob blob{};
+        blob.data = const_cast<char*>(request.authorities.constData());
+        blob.len = static_cast<std::size_t>(request.authorities.size());
+        blob.flags = CURL_BLOB_NOCOPY;
+        set(CURLOPT_CAINFO_BLOB, &blob);
+        set(CURLOPT_CAPATH, static_cast<char*>(nullptr));
+    }
+    if (request.method == "POST") {
+        set(CURLOPT_POST, 1L);
+        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body.size()));
+        set(CURLOPT_POSTFIELDS, request.body.constData());
+    }
+    // No question beforehand whether the body is welcome, which costs a round trip.
+    for (const QByteArray& line : {QByteArrayLiteral("Expect:"), QByteArrayLiteral("Connection: close")}) {
+        headers = curl.slistAppend(headers, line.constData());
+    }
+    for (const auto& [name, value] : request.headers) {
+        headers = curl.slistAppend(headers, (name + ": " + value).constData());
+    }
+    set(CURLOPT_HTTPHEADER, headers);
+
+    set(CURLOPT_HEADERDATA, static_cast<void*>(&owner));
+    set(
+        CURLOPT_HEADERFUNCTION, +[](char* data, std::size_t, std::size_t size, void* self) -> std::size_t {
+            static_cast<HttpExchange*>(self)->readHeader(QByteArrayView(data, static_cast<qsizetype>(size)));
+            return static_cast<HttpExchange*>(self)->m_ended ? 0 : size;
+        });
+    set(CURLOPT_WRITEDATA, static_cast<void*>(&owner));
+    set(
+        CURLOPT_WRITEFUNCTION, +[](char* data, std::size_t, std::size_t size, void* self) -> std::size_t {
+            static_cast<HttpExchange*>(self)->readBody(QByteArrayView(data, static_cast<qsizetype>(size)));
+            return static_cast<HttpExchange*>(self)->m_ended ? 0 : size;
+        });
+    curl.multiSetopt(multi, CURLMOPT_SOCKETDATA, static_cast<void*>(this));
+    curl.multiSetopt(
+        multi, CURLMOPT_SOCKETFUNCTION, +[](CURL*, curl_socket_t socket, int what, void* self, void*) -> int {
+            static_cast<Transfer*>(self)->watch(socket, what);
+            return 0;
+        });
+    curl.multiSetopt(multi, CURLMOPT_TIMERDATA, static_cast<void*>(&owner));
+    curl.multiSetopt(
+        multi, CURLMOPT_TIMERFUNCTION, +[](CURLM*, long milliseconds, void* self) -> int {
+            QTimer& timer = static_cast<HttpExchange*>(self)->m_timer;
+            if (milliseconds < 0) {
+                timer.stop();
+            } else {
+                timer.start(std::chrono::milliseconds(milliseconds));
+            }
+            return 0;
+        });
+    return isValid && curl.multiAddHandle(multi, easy) == CURLM_OK;
+}
+
+void HttpExchange::Transfer::watch(curl_socket_t socket, int what)
+{
+    auto& [reading, writing] = notifiers[socket];
+    const auto turn = [&](Notifier& notifier, bool isOn, QSocketNotifier::Type type, int event) {
+        if (!isOn) {
+            notifier.reset();
+        } else if (!notifier) {
+            notifier.reset(new QSocketNotifier(socket, type));
+            QObject::connect(notifier.get(), &QSocketNotifier::activated, &owner,
+                             [this, socket, event] { owner.act(socket, event); });
+        }
+    };
+    turn(reading, what == CURL_POLL_IN || what == CURL_POLL_INOUT, QSocketNotifier::Read, CURL_CSELECT_IN);
+    turn(writing, what == CURL_POLL_OUT || what == CURL_POLL_INOUT, QSocketNotifier::Write, CURL_CSELECT_OUT);
+    if (what == CURL_POLL_REMOVE) {
+        notifiers.erase(socket);
+    }
+}
+
+HttpHead HttpExchange::Transfer::head() const
+{
+    long status = 0;
+    curl.easyGetinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+    HttpHead head;
+    head.status = static_cast<int>(status);
+    bool isNumber = false;
+    const qint64 length = header("Content-Length").toLongLong(&isNumber);
+    head.length = isNumber && header("Transfer-Encoding").isEmpty() ? length : -1;
+    head.location = header("Location");
+    return head;
+}
+
+// The value of a header of the answer; empty when there is none.
+QByteArray HttpExchange::Transfer::header(const char* name) const
+{
+    curl_header* found = nullptr;
+    const bool isThere = curl.easyHeader(easy, name, 0, CURLH_HEADER, -1, &found) == CURLHE_OK;
+    return isThere ? QByteArray(found->value) : QByteArray();
+}
+
+QString HttpExchange::Transfer::describe(CURLcode code) const
+{
+    long systemCode = 0;
+    if (code == CURLE_COULDNT_CONNECT && curl.easyGetinfo(easy, CURLINFO_OS_ERRNO, &systemCode) == CURLE_OK &&
+        systemCode != 0) {
+        return systemError(static_cast<int>(systemCode)).description;  // In one or two words what it takes libcurl ten.
+    }
+    return QString::fromUtf8(message[0] != '\0' ? message.data() : curl.easyStrerror(code)).trimmed();
+}
+
+HttpExchange::HttpExchange(HttpRequest request, TransferClock& clock, Handlers handlers)
+    : m_request(std::move(request)), m_clock(clock), m_handlers(std::move(handlers))
+{
+    m_timer.setSingleShot(true);
+    connect(&m_timer, &QTimer::timeout, this, [this] { act(CURL_SOCKET_TIMEOUT, 0); });
     QMetaObject::invokeMethod(
         this, [this] { connectToServer(); }, Qt::QueuedConnection);
 }
 
 HttpExchange::~HttpExchange() = default;
 
+void HttpExchange::prepare()
+{
+    CurlLibrary::instance();
+}
+
 void HttpExchange::connectToServer()
 {
     if (m_ended) {
         return;
     }
-    m_buffer.resize(kReceiveBytes);
-    m_socket = makeSocket(m_request);
-    m_socket->setProxy(proxyFor(m_request.url));
-    m_socket->setReadBufferSize(kReceiveBytes);
-    connect(m_socket.get(), &QTcpSocket::readyRead, this, [this] { dataArrived(); });
-    connect(m_socket.get(), &QTcpSocket::bytesWritten, this, [this] { sendMore(); });
-    connect(m_socket.get(), &QTcpSocket::errorOccurred, this, [this] { connectionEnded(); });
-    connect(m_socket.get(), &QTcpSocket::disconnected, this, [this] { connectionEnded(); });
-    const QString host = m_request.url.host(QUrl::FullyEncoded);
-    if (auto* secure = qobject_cast<QSslSocket*>(m_socket.get())) {
-        connect(secure, &QSslSocket::connected, this, [this] { m_clock.touch(); });
-        connect(secure, &QSslSocket::encrypted, this, [this] { sendHead(); });
-        connect(secure, &QSslSocket::encryptedBytesWritten, this, [this] { sendMore(); });
-        secure->connectToHostEncrypted(host, static_cast<quint16>(m_request.url.port(443)));
-    } else {
-        connect(m_socket.get(), &QTcpSocket::connected, this, [this] { sendHead(); });
-        m_socket->connectToHost(host, static_cast<quint16>(m_request.url.port(80)));
-    }
-}
-
-void HttpExchange::sendHead()
-{
-    m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    m_socket->write(headOf(m_request));
-    sendMore();
-}
-
-void HttpExchange::sendMore()
-{
-    m_clock.touch();
-    const auto* secure = qobject_cast<const QSslSocket*>(m_socket.get());
-    if (secure && !secure->isEncrypted()) {
-        return;  // The handshake also writes.
-    }
-    while (m_sent < m_request.body.size() && waitingToBeSent(*m_socket) < kWaitingBytes) {
-        const qint64 count = std::min<qint64>(kPieceBytes, m_request.body.size() - m_sent);
-        const qint64 taken = m_socket->write(m_request.body.constData() + m_sent, count);
-        if (taken <= 0) {
-            return;  // The connection is gone, which its own signal tells.
-        }
-        m_sent += taken;
-    }
-}
-
-void HttpExchange::dataArrived()
-{
-    // TLS tells of every 4 KB; a round later there is a whole buffer to take.
-    if (!std::exchange(m_receivePosted, true)) {
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                m_receivePosted = false;
-                receive();
-            },
-            Qt::QueuedConnection);
-    }
-}
-
-qint64 HttpExchange::receive()
-{
-    qint64 total = 0;
-    while (!m_ended) {
-        const qint64 count = m_socket->isOpen() ? m_socket->read(m_buffer.data(), kReceiveBytes) : 0;
-        if (count <= 0) {
-            break;
-        }
-        total += count;
-        m_clock.touch();
-        const HttpResponseParser::State state = m_parser.feed(QByteArrayView(m_buffer.constData(), count));
-        if (!m_ended) {
-            m_clock.touch();  // Again: the disk may have held up whoever took the body.
-            judge(state);
-        }
-    }
-    return total;
-}
-
-void HttpExchange::connectionEnded()
-{
-    if (m_ended || std::exchange(m_endPosted, true)) {
+    const CurlLibrary* const curl = CurlLibrary::instance();
+    if (curl == nullptr) {
+        fail({kNetworkErrorDomain, CURLE_FAILED_INIT, QStringLiteral("De bibliotheek libcurl ontbreekt.")});
         return;
     }
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            m_endPosted = false;
-            // An answer that came before the end counts, also when the server did not wait for the whole upload. As
-            // long as there is something to read, TLS may have more to decrypt.
-            if (receive() > 0 && !m_ended) {
-                connectionEnded();
-                return;
-            }
-            if (!m_ended && m_socket->error() == QAbstractSocket::RemoteHostClosedError && m_parser.hasStarted()) {
-                judge(m_parser.finish());
-            }
-            if (!m_ended) {
-                fail(socketError(*m_socket));
-            }
-        },
-        Qt::QueuedConnection);
+    m_transfer = std::make_unique<Transfer>(*curl, *this);
+    if (!m_transfer->configure(m_request)) {
+        fail({kNetworkErrorDomain, CURLE_FAILED_INIT, m_transfer->describe(CURLE_FAILED_INIT)});
+    }
 }
 
-void HttpExchange::judge(HttpResponseParser::State state)
+void HttpExchange::act(int socket, int events)
 {
-    switch (state) {
-        case HttpResponseParser::State::Complete:
-            finish(m_status);
-            break;
-        case HttpResponseParser::State::NotHttp:
-            finish(0);
-            break;
-        case HttpResponseParser::State::TooLarge:
-            fail({kNetworkErrorDomain, QNetworkReply::UnknownContentError,
-                  QStringLiteral("Het antwoord van de server is te groot.")});
-            break;
-        case HttpResponseParser::State::Broken:
-            fail(m_socket->error() == QAbstractSocket::UnknownSocketError ? invalidAnswerError()
-                                                                          : socketError(*m_socket));
-            break;
-        case HttpResponseParser::State::Incomplete:
-            break;
+    if (m_ended) {
+        return;
     }
+    if (events != 0) {
+        m_clock.touch();
+    }
+    int running = 0;
+    m_transfer->curl.multiSocketAction(m_transfer->multi, socket, events, &running);
+    if (!m_ended && events != 0) {
+        m_clock.touch();  // Again: the disk may have held up whoever took the body.
+    }
+    int left = 0;
+    while (!m_ended) {
+        const CURLMsg* const message = m_transfer->curl.multiInfoRead(m_transfer->multi, &left);
+        if (message == nullptr) {
+            break;
+        }
+        if (message->msg == CURLMSG_DONE) {
+            transferEnded(message->data.result);
+        }
+    }
+}
+
+// One line of a head, of a notice's before it, or of what follows a body in chunks.
+void HttpExchange::readHeader(QByteArrayView line)
+{
+    if (m_ended || m_head || !line.trimmed().isEmpty()) {
+        return;
+    }
+    const HttpHead head = m_transfer->head();
+    if (head.status < 200) {
+        return;  // A notice; the answer follows.
+    }
+    m_head = head;
+    if (head.length > m_request.largestAnswer) {
+        failTooLarge();
+    } else {
+        m_handlers.head(head);
+    }
+}
+
+void HttpExchange::readBody(QByteArrayView bytes)
+{
+    if (m_ended) {
+        return;
+    }
+    m_received += bytes.size();
+    if (m_received > m_request.largestAnswer) {
+        failTooLarge();
+    } else {
+        m_handlers.body(bytes);
+    }
+}
+
+void HttpExchange::transferEnded(int code)
+{
+    const auto curlCode = static_cast<CURLcode>(code);
+    const bool isNotHttp = !m_head && (curlCode == CURLE_UNSUPPORTED_PROTOCOL || curlCode == CURLE_WEIRD_SERVER_REPLY);
+    if (curlCode == CURLE_OK || isNotHttp) {
+        finish(m_head ? m_head->status : 0);
+    } else {
+        fail({kNetworkErrorDomain, code, m_transfer->describe(curlCode)});
+    }
+}
+
+void HttpExchange::failTooLarge()
+{
+    fail({kNetworkErrorDomain, CURLE_FILESIZE_EXCEEDED, QStringLiteral("Het antwoord van de server is te groot.")});
 }
 
 void HttpExchange::fail(const Error& error)
@@ -235,14 +328,9 @@ void HttpExchange::finish(Result<int> result)
 
 void HttpExchange::drop()
 {
-    if (std::exchange(m_ended, true)) {
-        return;
+    if (!std::exchange(m_ended, true)) {
+        deleteLater();  // Not here: libcurl may be calling.
     }
-    if (m_socket) {
-        m_socket->disconnect(this);
-        m_socket->abort();
-    }
-    deleteLater();
 }
 
 }  // namespace tavlo

@@ -1,40 +1,41 @@
 #pragma once
 
-#include "engines/http_response_parser.h"
 #include "engines/transfer_clock.h"
 #include "platform/result.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QList>
 #include <QObject>
-#include <QSslCertificate>
+#include <QTimer>
 #include <QUrl>
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
-
-class QTcpSocket;
 
 namespace tavlo {
 
 struct HttpRequest {
-    QByteArray method;
+    QByteArray method;  // "GET", or "POST" with the body
     QUrl url;
     QList<std::pair<QByteArray, QByteArray>> headers;
     QByteArray body;
-    QList<QSslCertificate> authorities;  // to trust in place of the system's, if any
-    qint64 largestAnswer = 0;            // a longer body is a failure
+    QByteArray authorities;    // certificates in PEM form to trust in place of the system's, if any
+    qint64 largestAnswer = 0;  // a longer body is a failure
 };
 
-// One request and its answer, over a connection of its own and over TLS where the address is https.
+struct HttpHead {
+    int status = 0;
+    qint64 length = -1;   // announced bytes of the body; below 0 when unknown
+    QByteArray location;  // of the header of that name
+};
+
+// One request and its answer, over a connection of its own and over TLS where the address is https. A redirect is an
+// answer like any other; what to do about it is for the caller. Nothing is ever sent twice.
 //
-// QNetworkAccessManager is not used for three reasons. It sends a request again, up to three times, when the
-// connection ends before an answer, and a recording is not uploaded and paid for twice without the user's knowing. It
-// repeats our headers, the key among them, on a redirect. And its two threads for a transfer made the download half
-// as fast as the same transfer here. A redirect is an answer like any other; what to do about it is for the caller.
-//
-// Belongs to the thread that makes it. Deletes itself after its end.
+// Belongs to the thread that makes it, whose event loop drives it. Deletes itself after its end.
 class HttpExchange : public QObject {
 public:
     // Called on this object's thread, never within the constructor. Each may end the exchange.
@@ -49,33 +50,33 @@ public:
     HttpExchange(HttpRequest request, TransferClock& clock, Handlers handlers);
     ~HttpExchange() override;
 
+    // Loads what exchanges need, which takes some milliseconds. Opens no connection.
+    static void prepare();
+
     // Ends it with `error`: `done` is called within this call.
     void fail(const Error& error);
     // Ends it without a call.
     void drop();
 
 private:
+    struct Transfer;  // libcurl's side
+
     void connectToServer();
-    void sendHead();
-    void sendMore();
-    void dataArrived();
-    // Hands what is there to the parser; returns how many bytes that were.
-    qint64 receive();
-    void connectionEnded();
-    void judge(HttpResponseParser::State state);
+    void act(int socket, int events);
+    void readHeader(QByteArrayView line);
+    void readBody(QByteArrayView bytes);
+    void transferEnded(int code);
+    void failTooLarge();
     void finish(Result<int> result);
 
     const HttpRequest m_request;
     TransferClock& m_clock;
     Handlers m_handlers;
-    std::unique_ptr<QTcpSocket> m_socket;
-    HttpResponseParser m_parser;
-    QByteArray m_buffer;
-    int m_status = 0;
-    qint64 m_sent = 0;  // bytes of the body
+    std::unique_ptr<Transfer> m_transfer;
+    QTimer m_timer;
+    std::optional<HttpHead> m_head;
+    qint64 m_received = 0;  // bytes of the body
     bool m_ended = false;
-    bool m_receivePosted = false;
-    bool m_endPosted = false;
 };
 
 }  // namespace tavlo

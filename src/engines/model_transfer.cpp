@@ -14,7 +14,7 @@ namespace {
 
 // On a fast line the file grows by pieces of this size, so that the reports do not flood the main thread; on a slow
 // one it grows as the data comes.
-constexpr qsizetype kPieceBytes = qsizetype{256} * 1024;
+constexpr qsizetype kPieceBytes = qsizetype{1024} * 1024;
 constexpr qint64 kLongestHeldBackMs = 20;
 constexpr int kMostRedirects = 10;
 
@@ -41,7 +41,7 @@ void ModelTransfer::start(const QUrl& url)
 {
     m_files.removeLeftovers();
     m_clock = std::make_unique<TransferClock>(m_terms.limits, [this] { fail(timeoutError()); });
-    m_buffer.reserve(2 * kPieceBytes);
+    m_buffer.reserve(kPieceBytes + kPieceBytes / 4);
     request(url);
 }
 

@@ -6,10 +6,9 @@
 #include "engines/transfer_clock.h"
 #include "platform/result.h"
 
+#include <QByteArray>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QList>
-#include <QSslCertificate>
 #include <QUrl>
 
 #include <functional>
@@ -22,7 +21,7 @@ namespace tavlo {
 struct DownloadTerms {
     TransferLimits limits{std::chrono::seconds(60), std::chrono::seconds(3600)};
     qint64 minimumBytes = kModelMinBytes;
-    QList<QSslCertificate> authorities;  // to trust in place of the system's, if any
+    QByteArray authorities;  // certificates in PEM form to trust in place of the system's, if any
 };
 
 // One transfer of the model, from the first request to the installed file. Made anywhere, then used on the network

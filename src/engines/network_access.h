@@ -1,6 +1,8 @@
 #pragma once
 
-#include <QNetworkProxy>
+#include <QByteArray>
+
+#include <optional>
 
 class QUrl;
 
@@ -9,8 +11,8 @@ namespace tavlo {
 // Whether the address names this machine itself.
 bool isLoopback(const QUrl& url);
 
-// The desktop's proxy for an address; it may take a moment to find. There is none to this machine itself: plain HTTP
-// is allowed here only, and a proxy would carry it away. Any thread.
-QNetworkProxy proxyFor(const QUrl& url);
+// The desktop's proxy for an address, such as "http://proxy:3128"; empty where the desktop wants none. None at all when
+// it cannot be asked. Blocks while the desktop's settings are read. Any thread.
+std::optional<QByteArray> proxyFor(const QUrl& url);
 
 }  // namespace tavlo

@@ -1,7 +1,8 @@
 #include "engines/platform_errors.h"
 
-#include <QAbstractSocket>
+#include "engines/curl_library.h"
 
+#include <cerrno>
 #include <system_error>
 
 namespace tavlo {
@@ -10,18 +11,17 @@ namespace tavlo {
 
 Error cancellationError()
 {
-    return {kNetworkErrorDomain, QNetworkReply::OperationCanceledError, QNetworkReply::tr("Operation canceled")};
+    return systemError(ECANCELED);
 }
 
 Error invalidAnswerError()
 {
-    return {kNetworkErrorDomain, QNetworkReply::ProtocolFailure,
-            QStringLiteral("Het antwoord van de server is ongeldig.")};
+    return {kNetworkErrorDomain, CURLE_WEIRD_SERVER_REPLY, QStringLiteral("Het antwoord van de server is ongeldig.")};
 }
 
 Error timeoutError()
 {
-    return {kNetworkErrorDomain, QNetworkReply::TimeoutError, QAbstractSocket::tr("Socket operation timed out")};
+    return systemError(ETIMEDOUT);
 }
 
 Error systemError(int code)

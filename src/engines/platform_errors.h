@@ -2,25 +2,17 @@
 
 #include "platform/result.h"
 
-#include <QAbstractSocket>
-#include <QNetworkReply>
 #include <QString>
 
 #include <system_error>
 
 namespace tavlo {
 
-// Failures of the platform, passed on unchanged. Their codes are those of QNetworkReply::NetworkError, of
-// QAbstractSocket::SocketError, of QFileDevice::FileError and of errno.
-inline const QString kNetworkErrorDomain = QStringLiteral("QNetworkReply");
-inline const QString kSocketErrorDomain = QStringLiteral("QAbstractSocket");
+// Failures of the platform, passed on unchanged. Their codes are those of libcurl's CURLcode, of
+// QFileDevice::FileError and of errno.
+inline const QString kNetworkErrorDomain = QStringLiteral("libcurl");
 inline const QString kFileErrorDomain = QStringLiteral("QFileDevice");
 inline const QString kSystemErrorDomain = QStringLiteral("errno");
-
-inline Error socketError(const QAbstractSocket& socket)
-{
-    return {kSocketErrorDomain, socket.error(), socket.errorString()};
-}
 
 Error cancellationError();
 

@@ -21,13 +21,13 @@ void FittedLabel::restyle(const WindowElement& element)
     m_colour = element.colour;
     m_alignment = element.alignment;
     m_wrapping = element.kind == ElementKind::WrappingLabel ? Wrapping::BetweenWords : Wrapping::SingleLine;
-    refit();
+    update();
 }
 
 void FittedLabel::showText(const QString& text)
 {
     setText(text);
-    refit();
+    update();
 }
 
 void FittedLabel::setColourRole(ColourRole role)
@@ -41,40 +41,34 @@ TextRequest FittedLabel::request() const
     return {text(), QSizeF(size()), m_pixelSize, m_weight, m_wrapping};
 }
 
-void FittedLabel::refit()
+const TextStyle& FittedLabel::style()
 {
-    update();
     Fit wanted{request(), QGuiApplication::font()};
-    if (m_fit == wanted) {
-        return;
+    if (m_fit != wanted) {
+        m_fit = std::move(wanted);
+        m_style = fittedStyle(m_fit->request);
+        // A text of unknown length, such as an error of the system, may not fit at all: it is then read here.
+        setToolTip(fits(m_fit->request, m_style) ? QString() : text());
     }
-    m_fit = std::move(wanted);
-    m_style = fittedStyle(m_fit->request);
-    // A text of unknown length, such as an error of the system, may not fit at all: it is then read here.
-    setToolTip(fits(m_fit->request, m_style) ? QString() : text());
+    return m_style;
 }
 
 void FittedLabel::paintEvent(QPaintEvent*)
 {
+    const TextStyle& style = this->style();
     QPainter painter(this);
     painter.setPen(labelColour(m_colour, palette()));
     QString shown = text();
     if (m_wrapping == Wrapping::SingleLine) {
-        shown = QFontMetricsF(m_style.font).elidedText(shown, Qt::ElideRight, width() + 0.5);
+        shown = QFontMetricsF(style.font).elidedText(shown, Qt::ElideRight, width() + 0.5);
     }
-    const TextBlock block(shown, m_style, m_wrapping, width());
+    const TextBlock block(shown, style, m_wrapping, width());
     QRectF frame(rect());
     if (m_wrapping == Wrapping::SingleLine) {
         // At the bottom of the frame the label stands level with the control beside it.
         frame.translate(0, height() - block.size().height());
     }
     block.draw(painter, frame, m_alignment);
-}
-
-void FittedLabel::resizeEvent(QResizeEvent* event)
-{
-    QLabel::resizeEvent(event);
-    refit();
 }
 
 IconLabel::IconLabel(const QSize& size, QWidget* parent) : QLabel(parent)

@@ -16,19 +16,17 @@ public:
 
     // Takes over size, weight, colour, alignment and wrapping; not the text.
     void restyle(const WindowElement& element);
-    // Changes the text and fits it.
+    // Changes the text. It is fitted when it is drawn: a download's progress changes far more often.
     void showText(const QString& text);
     void setColourRole(ColourRole role);
-    // Fits the text again, after the font or the frame has changed.
-    void refit();
 
     TextRequest request() const;
-    const TextStyle& style() const { return m_style; }
+    // Fitted to the text, the frame and the font as they are now.
+    const TextStyle& style();
     ColourRole colourRole() const { return m_colour; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
 
 private:
     // What the style was last chosen for.

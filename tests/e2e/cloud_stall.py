@@ -25,7 +25,7 @@ class CloudStall(CloudScenario):
         engine.release()
         self.pasted(tavlo, LOCAL, SHORT + ".")
         tavlo.wait_for_log(self.log_of(
-            seconds, "OpenAI mislukt: Socket operation timed out - fallback naar lokaal",
+            seconds, "OpenAI mislukt: Connection timed out - fallback naar lokaal",
             f"Klaar via {LOCAL}: {len(SHORT) + 1} tekens"))
         self.check_sounds("Pop", "Tink")
         self.check_menu(tavlo, f"Pasted via {LOCAL}", f"{OPENAI} + local fallback", has_last_text=True)

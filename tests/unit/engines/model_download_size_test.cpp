@@ -50,7 +50,7 @@ protected:
             QStringLiteral("model_server.py"),
             QJsonObject{{QStringLiteral("kind"), QStringLiteral("body")}, {QStringLiteral("size"), size}});
         DownloadTerms terms;
-        terms.authorities = QSslCertificate::fromPath(server.authorityFile());
+        terms.authorities = server.authority();
         ModelDownloader downloader(m_locations, m_log, m_queue, server.baseUrl() + QStringLiteral("/model"), terms);
         std::optional<Result<void>> end;
         downloader.onDone = [&](const Result<void>& result) { end = result; };

@@ -12,9 +12,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QNetworkReply>
 #include <QTemporaryDir>
 
+#include <curl/curl.h>
 #include <sys/resource.h>
 #include <atomic>
 #include <csignal>
@@ -83,7 +83,7 @@ protected:
     ModelDownloaderTest() : m_server(QStringLiteral("model_server.py"), body("body", kSmallModel))
     {
         m_terms.minimumBytes = kSmallModel;
-        m_terms.authorities = QSslCertificate::fromPath(m_server.authorityFile());
+        m_terms.authorities = m_server.authority();
         m_url = m_server.baseUrl() + QStringLiteral("/whisper.cpp/resolve/main/ggml-large-v3-turbo.bin");
     }
 
@@ -276,7 +276,7 @@ TEST_F(ModelDownloaderTest, aConnectionThatBreaksInTheMiddleIsThePlatformsFailur
     for (const char* kind : {"reset", "truncated"}) {
         m_server.setScenario(body(kind, kSmallModel, {{QStringLiteral("after"), 2000000}}));
         const Error error = download().error();
-        EXPECT_EQ(error.domain, kSocketErrorDomain) << kind;
+        EXPECT_EQ(error.domain, kNetworkErrorDomain) << kind;
         EXPECT_EQ(m_log.lines().last(), failed(error.description));
         EXPECT_EQ(modelFolder(), QStringList());
     }
@@ -287,7 +287,7 @@ TEST_F(ModelDownloaderTest, aStallEndsAtTheIdleLimit)
     m_terms.limits = {300ms, 30s};
     m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
     const Error error = download().error();
-    EXPECT_EQ(error.code, QNetworkReply::TimeoutError);
+    EXPECT_EQ(error, timeoutError());
     EXPECT_EQ(m_log.lines().last(), failed(error.description));
     EXPECT_EQ(modelFolder(), QStringList());
 }
@@ -296,7 +296,7 @@ TEST_F(ModelDownloaderTest, aSlowDownloadEndsAtTheLimitOfTheWhole)
 {
     m_terms.limits = {30s, 500ms};
     m_server.setScenario(body("body", kSmallModel, {{QStringLiteral("rate"), 1000000}}));
-    EXPECT_EQ(download().error().code, QNetworkReply::TimeoutError);
+    EXPECT_EQ(download().error(), timeoutError());
     EXPECT_EQ(modelFolder(), QStringList());
 }
 
@@ -310,7 +310,7 @@ TEST_F(ModelDownloaderTest, anAnswerThatIsNotHttpIsThePlatformsFailure)
 TEST_F(ModelDownloaderTest, aCertificateThatNobodyKnowsIsThePlatformsFailure)
 {
     m_terms.authorities.clear();
-    EXPECT_EQ(download().error().code, QAbstractSocket::SslHandshakeFailedError);
+    EXPECT_EQ(download().error().code, CURLE_PEER_FAILED_VERIFICATION);
     EXPECT_EQ(modelFolder(), QStringList());
 }
 
@@ -319,8 +319,8 @@ TEST_F(ModelDownloaderTest, aCertificateForAnotherHostIsThePlatformsFailure)
     ServerProcess other(QStringLiteral("model_server.py"), body("body", kSmallModel),
                         {QStringLiteral("--name"), QStringLiteral("other.example")});
     m_url = other.baseUrl() + QStringLiteral("/model");
-    m_terms.authorities = QSslCertificate::fromPath(other.authorityFile());
-    EXPECT_EQ(download().error().code, QAbstractSocket::SslHandshakeFailedError);
+    m_terms.authorities = other.authority();
+    EXPECT_EQ(download().error().code, CURLE_PEER_FAILED_VERIFICATION);
 }
 
 TEST_F(ModelDownloaderTest, aDiskWithoutRoomForTheAnnouncedSizeIsFoundBeforeTheTransfer)
@@ -376,7 +376,7 @@ TEST_F(ModelDownloaderTest, aCancelledDownloadReportsTheCancellationLaterAndLeav
     EXPECT_FALSE(downloader().isRunning());
     EXPECT_TRUE(m_ends.empty());
     EXPECT_TRUE(m_queue.runUntil([&] { return !m_ends.empty(); }));
-    EXPECT_EQ(m_ends.front().error().code, QNetworkReply::OperationCanceledError);
+    EXPECT_EQ(m_ends.front().error(), cancellationError());
     EXPECT_EQ(m_log.lines().last(), failed(m_ends.front().error().description));
     EXPECT_EQ(modelFolder(), QStringList());
 }

@@ -1,6 +1,7 @@
 #include "server_process.h"
 
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -45,6 +46,13 @@ void ServerProcess::setScenario(const QJsonValue& scenario)
             return;
         }
     }
+}
+
+QByteArray ServerProcess::authority() const
+{
+    QFile file(m_greeting[QStringLiteral("authority")].toString());
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << "the server named no certificate";
+    return file.readAll();
 }
 
 void ServerProcess::send(const QJsonObject& command)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QProcess>
@@ -19,7 +20,8 @@ public:
     // What it said at its start.
     QString baseUrl() const { return m_greeting[QStringLiteral("base_url")].toString(); }
     int port() const { return m_greeting[QStringLiteral("port")].toInt(); }
-    QString authorityFile() const { return m_greeting[QStringLiteral("authority")].toString(); }
+    // The certificate of the authority that vouches for it, in PEM form.
+    QByteArray authority() const;
 
     // Takes effect with the next request.
     void setScenario(const QJsonValue& scenario);

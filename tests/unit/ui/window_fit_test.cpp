@@ -45,7 +45,7 @@ protected:
         int measured = 0;
         for (const WindowElement& element : window.description().elements) {
             QWidget* control = window.widget(element.name);
-            const auto* label = dynamic_cast<FittedLabel*>(control);
+            auto* label = dynamic_cast<FittedLabel*>(control);
             const TextStyle style = label ? label->style() : TextStyle{control->font()};
             for (const TextRequest& request : textsOf(control, element)) {
                 const QSizeF needed = TextBlock(request.text, style, request.wrapping, request.room.width()).size();
@@ -60,9 +60,9 @@ protected:
     }
 
     // What a control covers: a label its lines, any other control its frame.
-    static std::vector<QRectF> covered(const QWidget* control)
+    static std::vector<QRectF> covered(QWidget* control)
     {
-        const auto* label = dynamic_cast<const FittedLabel*>(control);
+        auto* label = dynamic_cast<FittedLabel*>(control);
         if (!label) {
             return {QRectF(control->geometry())};
         }
@@ -78,7 +78,7 @@ protected:
         return lines;
     }
 
-    static bool overlap(const QWidget* first, const QWidget* second)
+    static bool overlap(QWidget* first, QWidget* second)
     {
         for (const QRectF& one : covered(first)) {
             for (const QRectF& other : covered(second)) {
@@ -95,8 +95,8 @@ protected:
         const auto& elements = window.description().elements;
         for (std::size_t one = 0; one < elements.size(); ++one) {
             for (std::size_t other = one + 1; other < elements.size(); ++other) {
-                const QWidget* first = window.widget(elements[one].name);
-                const QWidget* second = window.widget(elements[other].name);
+                QWidget* first = window.widget(elements[one].name);
+                QWidget* second = window.widget(elements[other].name);
                 if (first->isVisible() && second->isVisible()) {
                     EXPECT_FALSE(overlap(first, second))
                         << elements[one].name.toStdString() << " and " << elements[other].name.toStdString();

@@ -1,0 +1,36 @@
+#pragma once
+
+// Its checking macros take the address of the operations themselves, which nothing here is linked to.
+#define CURL_DISABLE_TYPECHECK
+#include <curl/curl.h>
+
+namespace tavlo {
+
+// The operations of libcurl that are used. The library is loaded when the first of them is needed: it brings two dozen
+// others, which neither the start of the program nor its idling should pay for.
+class CurlLibrary {
+public:
+    // Loads the library, once; may block on the disk. None when it is missing. Any thread.
+    static const CurlLibrary* instance();
+
+    decltype(&curl_easy_init) easyInit = nullptr;
+    decltype(&curl_easy_setopt) easySetopt = nullptr;
+    decltype(&curl_easy_getinfo) easyGetinfo = nullptr;
+    decltype(&curl_easy_header) easyHeader = nullptr;
+    decltype(&curl_easy_cleanup) easyCleanup = nullptr;
+    decltype(&curl_easy_strerror) easyStrerror = nullptr;
+    decltype(&curl_slist_append) slistAppend = nullptr;
+    decltype(&curl_slist_free_all) slistFreeAll = nullptr;
+    decltype(&curl_multi_init) multiInit = nullptr;
+    decltype(&curl_multi_setopt) multiSetopt = nullptr;
+    decltype(&curl_multi_add_handle) multiAddHandle = nullptr;
+    decltype(&curl_multi_remove_handle) multiRemoveHandle = nullptr;
+    decltype(&curl_multi_socket_action) multiSocketAction = nullptr;
+    decltype(&curl_multi_info_read) multiInfoRead = nullptr;
+    decltype(&curl_multi_cleanup) multiCleanup = nullptr;
+
+private:
+    bool load();
+};
+
+}  // namespace tavlo
