@@ -28,6 +28,7 @@ class CountingStore : public SecretStore {
 public:
     void deleteItems(const QString&, const QString&) override { ++calls; }
     bool add(const QString&, const QString&, const QByteArray&) override { return ++calls, false; }
+    void beginFind(const QString&, const QString&) override {}
     std::optional<QByteArray> find(const QString&, const QString&) override { return ++calls, std::nullopt; }
     void requestUnlock() override { ++calls; }
     Registration onAvailabilityChange(std::function<void()>) override { return {}; }

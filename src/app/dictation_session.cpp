@@ -15,6 +15,7 @@
 #include "ui/overlays.h"
 
 #include <limits>
+#include <utility>
 
 namespace tavlo {
 
@@ -69,7 +70,8 @@ void DictationSession::startRecording()
 
 void DictationSession::finishRecording()
 {
-    const QByteArray pcm = m_parts.recorder.stop();
+    m_parts.file.beginLoad();  // The key is looked for while the last frames come.
+    QByteArray pcm = m_parts.recorder.stop();
     m_parts.hud.hide();
     m_parts.ducker.restore();
     m_parts.sounds.playSound(QStringLiteral("Tink"), 0.12F);
@@ -84,7 +86,7 @@ void DictationSession::finishRecording()
         rejectSilence();
         return;
     }
-    transcribe(pcm, duration);
+    transcribe(std::move(pcm), duration);
 }
 
 void DictationSession::rejectSilence()
@@ -109,7 +111,7 @@ void DictationSession::rejectSilence()
     m_parts.board.setStatusLine(statusLine);
 }
 
-void DictationSession::transcribe(const QByteArray& pcm, double durationSeconds)
+void DictationSession::transcribe(QByteArray pcm, double durationSeconds)
 {
     SessionState& state = m_parts.state;
     state.busy = true;
@@ -126,7 +128,7 @@ void DictationSession::transcribe(const QByteArray& pcm, double durationSeconds)
     m_parts.log.appLog(QStringLiteral("Opname gestopt: ") + seconds + QStringLiteral("s audio, start transcriptie"));
     m_parts.queue.postAfter(kWatchdogDelay, m_lifetime.reference(), [this, token] { watchdogFired(token); });
 
-    const QByteArray wav = makeWav(pcm);
+    const QByteArray wav = makeWav(std::move(pcm));
     if (const auto written = writeLastRecording(wav, m_parts.lastWavPath); !written) {
         m_parts.log.appLog(QStringLiteral("Laatste opname niet bewaard: ") + written.error().description);
     }

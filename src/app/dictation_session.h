@@ -58,7 +58,7 @@ public:
 
 private:
     void rejectSilence();
-    void transcribe(const QByteArray& pcm, double durationSeconds);
+    void transcribe(QByteArray pcm, double durationSeconds);
     void watchdogFired(std::int64_t token);
 
     DictationParts m_parts;

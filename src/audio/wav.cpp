@@ -2,6 +2,7 @@
 
 #include <QtEndian>
 
+#include <cstring>
 #include <limits>
 
 namespace tavlo {
@@ -25,7 +26,7 @@ void appendNumber(QByteArray& image, T value)
 
 }  // namespace
 
-QByteArray makeWav(const QByteArray& pcm, std::uint32_t sampleRate)
+QByteArray makeWav(QByteArray pcm, std::uint32_t sampleRate)
 {
     constexpr auto kLargest = std::numeric_limits<std::uint32_t>::max();
     if (static_cast<std::uint64_t>(pcm.size()) + kSizeBeforeData > kLargest) {
@@ -37,23 +38,26 @@ QByteArray makeWav(const QByteArray& pcm, std::uint32_t sampleRate)
     }
     const auto dataSize = static_cast<quint32>(pcm.size());
 
-    QByteArray image;
-    image.reserve(kHeaderSize + pcm.size());
-    image.append("RIFF", 4);
-    appendNumber<quint32>(image, dataSize + kSizeBeforeData);
-    image.append("WAVE", 4);
-    image.append("fmt ", 4);
-    appendNumber<quint32>(image, kFormatChunkSize);
-    appendNumber<quint16>(image, kIntegerPcm);
-    appendNumber<quint16>(image, kChannelCount);
-    appendNumber<quint32>(image, sampleRate);
-    appendNumber<quint32>(image, sampleRate * kBytesPerFrame);
-    appendNumber<quint16>(image, kBytesPerFrame);
-    appendNumber<quint16>(image, kBitsPerSample);
-    image.append("data", 4);
-    appendNumber<quint32>(image, dataSize);
-    image.append(pcm);
-    return image;
+    QByteArray header;
+    header.reserve(kHeaderSize);
+    header.append("RIFF", 4);
+    appendNumber<quint32>(header, dataSize + kSizeBeforeData);
+    header.append("WAVE", 4);
+    header.append("fmt ", 4);
+    appendNumber<quint32>(header, kFormatChunkSize);
+    appendNumber<quint16>(header, kIntegerPcm);
+    appendNumber<quint16>(header, kChannelCount);
+    appendNumber<quint32>(header, sampleRate);
+    appendNumber<quint32>(header, sampleRate * kBytesPerFrame);
+    appendNumber<quint16>(header, kBytesPerFrame);
+    appendNumber<quint16>(header, kBitsPerSample);
+    header.append("data", 4);
+    appendNumber<quint32>(header, dataSize);
+    // In the samples' own memory: another piece of this size costs more than moving them.
+    pcm.resize(pcm.size() + kHeaderSize);
+    std::memmove(pcm.data() + kHeaderSize, pcm.constData(), dataSize);
+    std::memcpy(pcm.data(), header.constData(), kHeaderSize);
+    return pcm;
 }
 
 }  // namespace tavlo

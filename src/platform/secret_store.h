@@ -21,6 +21,8 @@ public:
     virtual void deleteItems(const QString& service, const QString& account) = 0;
     // Adds an item; false when it could not be stored.
     virtual bool add(const QString& service, const QString& account, const QByteArray& data) = 0;
+    // Begins to look for an item, so that a `find` of it within the next second waits less. Returns at once.
+    virtual void beginFind(const QString& service, const QString& account) = 0;
     // One item's data, or none.
     virtual std::optional<QByteArray> find(const QString& service, const QString& account) = 0;
     // Whether the store itself gave the answer of the last `find`: false where the time was up, so that there may well

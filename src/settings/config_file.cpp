@@ -96,6 +96,11 @@ QJsonObject settingsTemplate()
     };
 }
 
+QString keyAccount(const Config& config)
+{
+    return config.provider + QStringLiteral("_api_key");
+}
+
 }  // namespace
 
 ConfigFile::ConfigFile(QString path, Keychain& keychain, AppLog& log)
@@ -110,12 +115,19 @@ Config ConfigFile::load() const
         return {};  // Without a readable file there is no key either, whatever the keychain holds.
     }
     Config config = configFrom(*object);
-    if (const auto stored = m_keychain.get(config.provider + QStringLiteral("_api_key"))) {
+    if (const auto stored = m_keychain.get(keyAccount(config))) {
         config.apiKey = *stored;
     } else if (config.provider == QLatin1String("openai")) {
         config.apiKey = legacyKeyFrom(*object);
     }
     return config;
+}
+
+void ConfigFile::beginLoad() const
+{
+    if (const std::optional<QJsonObject> object = read()) {
+        m_keychain.beginGet(keyAccount(configFrom(*object)));
+    }
 }
 
 Config ConfigFile::loadWithoutKey() const

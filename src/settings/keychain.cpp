@@ -18,6 +18,11 @@ void Keychain::set(const QString& value, const QString& account)
     static_cast<void>(m_store.add(service, account, value.toUtf8()));
 }
 
+void Keychain::beginGet(const QString& account)
+{
+    m_store.beginFind(service, account);
+}
+
 std::optional<QString> Keychain::get(const QString& account)
 {
     const std::optional<QByteArray> data = m_store.find(service, account);

@@ -91,6 +91,29 @@ TEST_P(SecretStoreContract, FindsWhatWasAddedByServiceAndAccount)
     EXPECT_EQ(store().find(QStringLiteral("another"), kAccount), std::nullopt);
 }
 
+TEST_P(SecretStoreContract, ASearchThatWasBegunFindsWhatIsThere)
+{
+    EXPECT_TRUE(store().add(kService, kAccount, "sk-one"));
+    EXPECT_TRUE(store().add(kService, kOther, "gsk-two"));
+    store().beginFind(kService, kAccount);
+    EXPECT_EQ(store().find(kService, kOther), QByteArray("gsk-two"));
+    EXPECT_EQ(store().find(kService, kAccount), QByteArray("sk-one"));
+    EXPECT_EQ(store().find(kService, kAccount), QByteArray("sk-one"));
+    store().beginFind(kService, QStringLiteral("nobody"));
+    EXPECT_EQ(store().find(kService, QStringLiteral("nobody")), std::nullopt);
+}
+
+TEST_P(SecretStoreContract, WhatIsReplacedAfterASearchBeganIsFoundAsItIsThen)
+{
+    EXPECT_TRUE(store().add(kService, kAccount, "sk-one"));
+    store().beginFind(kService, kAccount);
+    store().deleteItems(kService, kAccount);
+    EXPECT_EQ(store().find(kService, kAccount), std::nullopt);
+    store().beginFind(kService, kAccount);
+    EXPECT_TRUE(store().add(kService, kAccount, "sk-two"));
+    EXPECT_EQ(store().find(kService, kAccount), QByteArray("sk-two"));
+}
+
 TEST_P(SecretStoreContract, KeepsBytesAsTheyAre)
 {
     for (const QByteArray& data : {QByteArray("\xff\xfe\x01"), QByteArray("ends with a line feed\n"), QByteArray("")}) {
@@ -268,6 +291,20 @@ TEST_F(SecretServiceStoreTest, ABusThatDoesNotAnswerCostsOneSecondOnce)
     EXPECT_LT(searchTime(), 100);
     m_bus.freeze(false);
     EXPECT_TRUE(comesTrue([&] { return m_store.find(kService, kAccount) == QByteArray("sk-one"); }));
+}
+
+TEST_F(SecretServiceStoreTest, ASearchThatWasBegunWaitsForNobodyOnceItIsDone)
+{
+    Keyring keyring(m_bus);
+    ASSERT_TRUE(m_store.add(kService, kAccount, "sk-one"));
+    m_store.beginFind(kService, kAccount);
+    EXPECT_EQ(m_store.find(kService, kOther), std::nullopt);  // One comes after the other.
+    keyring.freeze(true);
+    EXPECT_EQ(m_store.find(kService, kAccount), QByteArray("sk-one"));
+    m_store.beginFind(kService, kAccount);
+    EXPECT_EQ(m_store.find(kService, kAccount), std::nullopt);
+    EXPECT_FALSE(m_store.answeredLastFind());
+    keyring.freeze(false);
 }
 
 TEST_F(SecretServiceStoreTest, AConnectionThatWasBegunServesTheFirstCall)

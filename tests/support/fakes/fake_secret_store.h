@@ -42,6 +42,8 @@ public:
         return true;
     }
 
+    void beginFind(const QString&, const QString& account) override { begunFor.push_back(account); }
+
     std::optional<QByteArray> find(const QString& service, const QString& account) override
     {
         ++calls;
@@ -89,6 +91,7 @@ public:
 
     std::vector<Item> items;
     std::vector<QString> askedFor;
+    std::vector<QString> begunFor;
     bool refusesToAdd = false;
     bool isSlow = false;  // Searches are given up; what is deleted and added is done all the same, later.
     bool unlocksWhenAsked = false;

@@ -110,6 +110,7 @@ public:
             items[account] = data;
             return true;
         }
+        void beginFind(const QString&, const QString& account) override { begunFor.append(account); }
         std::optional<QByteArray> find(const QString&, const QString& account) override
         {
             const auto item = items.find(account);
@@ -123,6 +124,7 @@ public:
         }
 
         std::map<QString, QByteArray> items;
+        QStringList begunFor;
         int unlockRequests = 0;
         std::function<void()> changed;
     };

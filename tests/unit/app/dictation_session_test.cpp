@@ -112,6 +112,14 @@ TEST_F(DictationSessionTest, FinishHidesTheOverlayRestoresTheVolumeAndPlaysTinkB
     EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
 }
 
+TEST_F(DictationSessionTest, TheKeyIsLookedForFromTheSecondPressOn)
+{
+    desk.app->menuToggle();
+    EXPECT_TRUE(desk.secrets.begunFor.isEmpty());
+    desk.app->menuToggle();
+    EXPECT_EQ(desk.secrets.begunFor, QStringList(QStringLiteral("openai_api_key")));
+}
+
 TEST_F(DictationSessionTest, APeakOfExactly018CountsAsSpeech)
 {
     // The smallest amplitude whose level reaches 0.18 as a float, and the largest that does not.

@@ -2,7 +2,6 @@
 
 #include "platform/linux/secretservice/secret_service_thread.h"
 
-#include <chrono>
 #include <utility>
 
 namespace tavlo {
@@ -10,6 +9,8 @@ namespace tavlo {
 namespace {
 
 constexpr std::chrono::milliseconds kCallTime{1000};
+// By then the item may have changed.
+constexpr std::chrono::seconds kSearchAge{1};
 
 }  // namespace
 
@@ -33,6 +34,7 @@ SecretServiceThread& SecretServiceStore::thread()
 
 void SecretServiceStore::tell()
 {
+    m_search.reset();
     const Handlers handlers = *m_handlers;
     for (const auto& [id, handler] : handlers) {
         if (m_handlers->count(id) > 0) {
@@ -48,12 +50,14 @@ void SecretServiceStore::connect()
 
 void SecretServiceStore::deleteItems(const QString& service, const QString& account)
 {
+    m_search.reset();
     thread().runWithin(kCallTime,
                        [service, account](SecretServiceClient& client) { client.deleteItems(service, account); });
 }
 
 bool SecretServiceStore::add(const QString& service, const QString& account, const QByteArray& data)
 {
+    m_search.reset();
     // Shared, since the call may outlast this function.
     const auto added = std::make_shared<bool>(false);
     const bool done = thread().runWithin(kCallTime, [service, account, data, added](SecretServiceClient& client) {
@@ -62,15 +66,36 @@ bool SecretServiceStore::add(const QString& service, const QString& account, con
     return done && *added;
 }
 
+void SecretServiceStore::beginFind(const QString& service, const QString& account)
+{
+    m_search.reset();
+    if (thread().isOccupied()) {
+        return;
+    }
+    m_search = {service, account, std::chrono::steady_clock::now(), std::make_shared<std::optional<QByteArray>>()};
+    thread().post([service, account, found = m_search->found](SecretServiceClient& client) {
+        *found = client.find(service, account);
+    });
+}
+
 std::optional<QByteArray> SecretServiceStore::find(const QString& service, const QString& account)
 {
     m_answeredLastFind = false;
     if (thread().isOccupied()) {
         return std::nullopt;  // A late answer would be of no use to anybody.
     }
-    const auto found = std::make_shared<std::optional<QByteArray>>();
-    m_answeredLastFind = thread().runWithin(
-        kCallTime, [service, account, found](SecretServiceClient& client) { *found = client.find(service, account); });
+    auto found = std::make_shared<std::optional<QByteArray>>();
+    SecretServiceThread::Task task = [service, account, found](SecretServiceClient& client) {
+        *found = client.find(service, account);
+    };
+    if (m_search && m_search->service == service && m_search->account == account) {
+        if (std::chrono::steady_clock::now() - m_search->begun < kSearchAge) {
+            found = m_search->found;
+            task = [](SecretServiceClient&) {};  // The search is done when what comes after it is.
+        }
+        m_search.reset();
+    }
+    m_answeredLastFind = thread().runWithin(kCallTime, std::move(task));
     return m_answeredLastFind ? *found : std::nullopt;
 }
 

@@ -3,8 +3,10 @@
 #include "platform/main_queue.h"
 #include "platform/secret_store.h"
 
+#include <chrono>
 #include <map>
 #include <memory>
+#include <optional>
 
 namespace tavlo {
 
@@ -29,6 +31,7 @@ public:
 
     void deleteItems(const QString& service, const QString& account) override;
     bool add(const QString& service, const QString& account, const QByteArray& data) override;
+    void beginFind(const QString& service, const QString& account) override;
     std::optional<QByteArray> find(const QString& service, const QString& account) override;
     bool answeredLastFind() const override { return m_answeredLastFind; }
     void requestUnlock() override;
@@ -36,6 +39,14 @@ public:
 
 private:
     using Handlers = std::map<int, std::function<void()>>;
+
+    // A search that was begun before its answer was asked for.
+    struct Search {
+        QString service;
+        QString account;
+        std::chrono::steady_clock::time_point begun;
+        std::shared_ptr<std::optional<QByteArray>> found;
+    };
 
     SecretServiceThread& thread();
     void tell();
@@ -45,6 +56,7 @@ private:
     std::shared_ptr<Handlers> m_handlers = std::make_shared<Handlers>();
     int m_nextHandler = 0;
     bool m_answeredLastFind = true;
+    std::optional<Search> m_search;
     Lifetime m_lifetime;
     std::unique_ptr<SecretServiceThread> m_thread;
 };
