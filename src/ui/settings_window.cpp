@@ -73,6 +73,7 @@ void SettingsWindow::openSettings()
     if (m_settingsWindow) {
         m_settingsWindow->hide();
     }
+    m_parts.file.beginLoad();  // The key is looked for while the window is built.
     m_settingsWindow = buildSettingsWindow();
     // The key is asked for by providerChanged.
     const Config config = m_parts.file.loadWithoutKey();
