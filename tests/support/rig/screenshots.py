@@ -232,7 +232,9 @@ def take(folder, theme, scale, languages):
 def contact_sheet(folder, variants):
     names = sorted({path.name.rsplit("-", 3)[0] for path in folder.glob("*-*-*-*x.png")})
     pictures = [folder / f"{name}-{variant}.png" for name in names for variant in variants]
-    subprocess.run(["montage", "-label", "%t", *[path if path.exists() else "null:" for path in pictures],
+    # Without a font named it wants one that a system need not have.
+    subprocess.run(["montage", "-font", "DejaVu-Sans", "-label", "%t",
+                    *[path if path.exists() else "null:" for path in pictures],
                     "-tile", f"{len(variants)}x", "-geometry", "300x+6+6>", "-background", "#c8ccd0",
                     "-pointsize", "11", folder / "contact-sheet.png"], check=True)
 
