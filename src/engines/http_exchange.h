@@ -72,8 +72,8 @@ private:
     const HttpRequest m_request;
     TransferClock& m_clock;
     Handlers m_handlers;
-    std::unique_ptr<Transfer> m_transfer;
     QTimer m_timer;
+    std::unique_ptr<Transfer> m_transfer;  // its end may still stop the timer
     std::optional<HttpHead> m_head;
     qint64 m_received = 0;  // bytes of the body
     bool m_ended = false;
