@@ -60,6 +60,8 @@ AudioServer::AudioServer(AudioServerKind kind) : m_kind(kind)
         {"PULSE_SERVER", {}},
         {"DISPLAY", {}},
     };
+    QDir(m_folder.path()).mkpath(QStringLiteral("config"));
+    QFile::link(QStringLiteral(TAVLO_WIREPLUMBER), m_folder.filePath(QStringLiteral("config/wireplumber")));
     for (const auto& [name, value] : environment) {
         m_environmentBefore.emplace_back(name, qgetenv(name.constData()));
         value.isEmpty() ? qunsetenv(name.constData()) : qputenv(name.constData(), value);

@@ -14,6 +14,9 @@ SPEAKERS = "speakers"
 VOICE = "voice"
 MICROPHONE = "microphone"
 
+_WIREPLUMBER = pathlib.Path(__file__).resolve().parents[1] / "wireplumber"
+
+
 class AudioServer:
     """PulseAudio ("pulseaudio") or PipeWire ("pipewire") with
 
@@ -48,6 +51,7 @@ class AudioServer:
             "flat-volumes = no\ndefault-sample-rate = 48000\n" +
             ("log-level = debug\nlog-time = yes\n" if self._history else ""), encoding="utf-8")
         (folder / "rig.pa").write_text("load-module module-native-protocol-unix\n", encoding="utf-8")
+        (self._desktop.config_home / "wireplumber").symlink_to(_WIREPLUMBER)
 
     def start(self):
         start = self._desktop.processes.start
