@@ -96,11 +96,6 @@ QJsonObject settingsTemplate()
     };
 }
 
-QString keyAccount(const Config& config)
-{
-    return config.provider + QStringLiteral("_api_key");
-}
-
 }  // namespace
 
 ConfigFile::ConfigFile(QString path, Keychain& keychain, AppLog& log)
@@ -115,7 +110,7 @@ Config ConfigFile::load() const
         return {};  // Without a readable file there is no key either, whatever the keychain holds.
     }
     Config config = configFrom(*object);
-    if (const auto stored = m_keychain.get(keyAccount(config))) {
+    if (const auto stored = m_keychain.get(keyAccount(config.provider))) {
         config.apiKey = *stored;
     } else if (config.provider == QLatin1String("openai")) {
         config.apiKey = legacyKeyFrom(*object);
@@ -126,7 +121,7 @@ Config ConfigFile::load() const
 void ConfigFile::beginLoad() const
 {
     if (const std::optional<QJsonObject> object = read()) {
-        m_keychain.beginGet(keyAccount(configFrom(*object)));
+        m_keychain.beginGet(keyAccount(configFrom(*object).provider));
     }
 }
 

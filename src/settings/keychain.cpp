@@ -8,6 +8,11 @@ namespace tavlo {
 
 const QString Keychain::service = QStringLiteral("nl.pelloquintar.tavlo");
 
+QString keyAccount(const QString& provider)
+{
+    return provider + QStringLiteral("_api_key");
+}
+
 void Keychain::set(const QString& value, const QString& account)
 {
     m_store.deleteItems(service, account);

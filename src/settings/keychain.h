@@ -8,6 +8,9 @@ namespace tavlo {
 
 class SecretStore;
 
+// The account of a provider's key: "openai_api_key", "groq_api_key".
+QString keyAccount(const QString& provider);
+
 // The API keys, in the desktop's keyring. Failures are silent: `set` reports nothing, `get` answers none.
 // Main thread.
 class Keychain {

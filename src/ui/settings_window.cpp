@@ -20,11 +20,6 @@ namespace tavlo {
 
 namespace {
 
-QString keyAccount(const QString& provider)
-{
-    return provider + QLatin1String("_api_key");
-}
-
 void fill(QComboBox& popUp, const QStringList& titles, int selected)
 {
     popUp.clear();
