@@ -55,6 +55,16 @@ ReadyControls SettingsForm::controls()
             {QStringLiteral("duckPct"), &duckPct},       {QStringLiteral("costLabel"), &costLabel}};
 }
 
+void SettingsForm::showVocabulary(const QString& text)
+{
+    // A text that stands there untouched is not laid out once more.
+    if (text != vocabulary() || vocabView.document()->isUndoAvailable() || vocabView.document()->isRedoAvailable()) {
+        vocabView.setPlainText(text);
+    } else {
+        vocabView.moveCursor(QTextCursor::Start);
+    }
+}
+
 QString SettingsForm::vocabulary() const
 {
     // toPlainText() would turn no-break spaces into plain ones.

@@ -33,6 +33,8 @@ public:
     // By the names of their places in the layout.
     ReadyControls controls();
 
+    // As setPlainText does: with the cursor at the beginning and nothing to undo.
+    void showVocabulary(const QString& text);
     // The text of the vocabulary, character for character.
     QString vocabulary() const;
 

@@ -15,6 +15,7 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <utility>
 
 namespace tavlo {
 
@@ -69,20 +70,26 @@ void SettingsWindow::openSettings()
         m_settingsWindow->hide();
     }
     m_parts.file.beginLoad();  // The key is looked for while the window is built.
-    m_settingsWindow = buildSettingsWindow();
+    std::unique_ptr<WindowFrame> before = std::exchange(m_settingsWindow, buildSettingsWindow());
+    // The window manager places the window while it is filled in; it is not drawn before that is done.
+    m_settingsWindow->bringToFront(m_parts.screens.mainVisibleFrame());
     // The key is asked for by providerChanged.
     const Config config = m_parts.file.loadWithoutKey();
     m_form.langPopup.setCurrentIndex(indexOf(kLangValues, gLang));
     m_form.providerPopup.setCurrentIndex(indexOf(kProviderValues, config.provider));
     providerChanged();
     m_form.enginePopup.setCurrentIndex(indexOf(kEngineValues, config.engine));
-    m_form.vocabView.setPlainText(config.vocabulary);
+    m_form.showVocabulary(config.vocabulary);
     m_form.duckCheck.setChecked(config.duckEnabled);
     m_form.duckSlider.setFraction(config.duckVolume);
     sliderChanged();
-    m_settingsWindow->bringToFront(m_parts.screens.mainVisibleFrame());
+    if (before) {
+        before.release()->deleteLater();
+    }
     // A locked keyring shows no key. The desktop's prompt comes up in front of this window, and the key follows.
-    m_parts.secrets.requestUnlock();
+    if (m_loadedKey.isEmpty()) {
+        m_parts.secrets.requestUnlock();
+    }
 }
 
 void SettingsWindow::providerChanged()

@@ -63,6 +63,7 @@ WindowFrame::WindowFrame(const WindowDescription& description, const ReadyContro
             nameAfterLabel(element);
         }
     }
+    create();  // The display is busy with it while the caller fills the controls in.
 }
 
 void WindowFrame::nameAfterLabel(const WindowElement& label)
@@ -144,6 +145,20 @@ void WindowFrame::changeEvent(QEvent* event)
             colourControl(control);
         }
     }
+}
+
+void WindowFrame::hideEvent(QHideEvent* event)
+{
+    QDialog::hideEvent(event);
+    // A hidden window keeps its contents alone: neither a picture of itself nor a place at the display.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (isHidden()) {
+                destroy();
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 void WindowFrame::closeEvent(QCloseEvent* event)

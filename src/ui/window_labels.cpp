@@ -2,10 +2,7 @@
 
 #include "ui/application_icon.h"
 
-#include <QGuiApplication>
 #include <QPainter>
-
-#include <utility>
 
 namespace tavlo {
 
@@ -41,34 +38,19 @@ TextRequest FittedLabel::request() const
     return {text(), QSizeF(size()), m_pixelSize, m_weight, m_wrapping};
 }
 
-const TextStyle& FittedLabel::style()
-{
-    Fit wanted{request(), QGuiApplication::font()};
-    if (m_fit != wanted) {
-        m_fit = std::move(wanted);
-        m_style = fittedStyle(m_fit->request);
-        // A text of unknown length, such as an error of the system, may not fit at all: it is then read here.
-        setToolTip(fits(m_fit->request, m_style) ? QString() : text());
-    }
-    return m_style;
-}
-
 void FittedLabel::paintEvent(QPaintEvent*)
 {
-    const TextStyle& style = this->style();
+    const FittedText fitted = fittedText(request());
+    // A text of unknown length, such as an error of the system, may not fit at all: it is then read here.
+    setToolTip(fitted.isWhole ? QString() : text());
     QPainter painter(this);
     painter.setPen(labelColour(m_colour, palette()));
-    QString shown = text();
-    if (m_wrapping == Wrapping::SingleLine) {
-        shown = QFontMetricsF(style.font).elidedText(shown, Qt::ElideRight, width() + 0.5);
-    }
-    const TextBlock block(shown, style, m_wrapping, width());
     QRectF frame(rect());
     if (m_wrapping == Wrapping::SingleLine) {
         // At the bottom of the frame the label stands level with the control beside it.
-        frame.translate(0, height() - block.size().height());
+        frame.translate(0, height() - fitted.block.size().height());
     }
-    block.draw(painter, frame, m_alignment);
+    fitted.block.draw(painter, frame, m_alignment);
 }
 
 IconLabel::IconLabel(const QSize& size, QWidget* parent) : QLabel(parent)

@@ -2,10 +2,7 @@
 
 #include "ui/window_text.h"
 
-#include <QFont>
 #include <QLabel>
-
-#include <optional>
 
 namespace tavlo {
 
@@ -22,28 +19,18 @@ public:
 
     TextRequest request() const;
     // Fitted to the text, the frame and the font as they are now.
-    const TextStyle& style();
+    TextStyle style() const { return fittedText(request()).style; }
     ColourRole colourRole() const { return m_colour; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    // What the style was last chosen for.
-    struct Fit {
-        TextRequest request;
-        QFont applicationFont;
-
-        bool operator==(const Fit&) const = default;
-    };
-
     int m_pixelSize = 13;
     FontWeight m_weight = FontWeight::Regular;
     ColourRole m_colour = ColourRole::Label;
     TextAlignment m_alignment = TextAlignment::Left;
     Wrapping m_wrapping = Wrapping::SingleLine;
-    TextStyle m_style;
-    std::optional<Fit> m_fit;
 };
 
 // The application's icon, drawn sharp at every scale. Main thread.

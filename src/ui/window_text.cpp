@@ -1,7 +1,9 @@
 #include "ui/window_text.h"
 
+#include <QCache>
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <QHash>
 #include <QPainter>
 #include <QTextLayout>
 
@@ -29,6 +31,45 @@ QFont::Weight fontWeight(FontWeight weight)
             break;
     }
     return QFont::Normal;
+}
+
+// What a style was chosen for.
+struct Fit {
+    std::vector<TextRequest> requests;
+    QFont applicationFont;
+
+    bool operator==(const Fit&) const = default;
+};
+
+std::size_t qHash(const Fit& fit, std::size_t seed = 0)
+{
+    for (const TextRequest& request : fit.requests) {
+        seed = qHashMulti(seed, request.text, request.room.width(), request.pixelSize);
+    }
+    return seed;
+}
+
+// What is remembered of the latest fits, more than all windows show in one language. Not given back at the end, when
+// fonts can no longer be touched.
+template <class Result>
+QCache<Fit, Result>& memory()
+{
+    static auto* const kept = new QCache<Fit, Result>(60);
+    return *kept;
+}
+
+// The result for these requests: the remembered one, or the one that `find` finds now.
+template <class Result, class Find>
+Result remembered(const std::vector<TextRequest>& requests, Find find)
+{
+    const Fit fit{requests, QGuiApplication::font()};
+    auto& known = memory<Result>();
+    if (const Result* const found = known.object(fit)) {
+        return *found;
+    }
+    const Result result = find(requests);
+    known.insert(fit, new Result(result));
+    return result;
 }
 
 }  // namespace
@@ -65,7 +106,9 @@ TextBlock::TextBlock(const QString& text, const TextStyle& style, Wrapping wrapp
                 line.setLineWidth(width - left);
             }
             const QString part = paragraph.mid(line.textStart(), line.textLength());
-            m_lines.push_back({part, {left, top + metrics.ascent()}, line.naturalTextWidth()});
+            QStaticText drawn(part);
+            drawn.setTextFormat(Qt::PlainText);
+            m_lines.push_back({drawn, {left, top + metrics.ascent()}, line.ascent(), line.naturalTextWidth()});
             widest = std::max(widest, left + line.naturalTextWidth());
             top += metrics.height() * style.lineSpacing;
             first = false;
@@ -97,7 +140,7 @@ void TextBlock::draw(QPainter& painter, const QRectF& frame, TextAlignment align
         } else if (alignment == TextAlignment::Right) {
             left += frame.width() - line.width;
         }
-        painter.drawText(QPointF(left, frame.top() + line.position.y()), line.text);
+        painter.drawStaticText(QPointF(left, frame.top() + line.position.y() - line.ascent), line.text);
     }
 }
 
@@ -107,12 +150,9 @@ bool fits(const TextRequest& request, const TextStyle& style)
     return needed.width() <= request.room.width() && needed.height() <= request.room.height();
 }
 
-TextStyle fittedStyle(const TextRequest& request)
-{
-    return fittedStyle(std::vector<TextRequest>{request});
-}
+namespace {
 
-TextStyle fittedStyle(const std::vector<TextRequest>& requests)
+TextStyle closestFittingStyle(const std::vector<TextRequest>& requests)
 {
     const TextRequest& wanted = requests.front();
     const int smallest = std::min(wanted.pixelSize, kSmallestReadableSize);
@@ -142,6 +182,33 @@ TextStyle fittedStyle(const std::vector<TextRequest>& requests)
         }
     }
     return style;
+}
+
+FittedText laidOut(const TextRequest& request)
+{
+    const TextStyle style = closestFittingStyle({request});
+    QString shown = request.text;
+    if (request.wrapping == Wrapping::SingleLine) {
+        shown = QFontMetricsF(style.font).elidedText(shown, Qt::ElideRight, request.room.width() + 0.5);
+    }
+    return {style, TextBlock(shown, style, request.wrapping, request.room.width()), fits(request, style)};
+}
+
+}  // namespace
+
+TextStyle fittedStyle(const TextRequest& request)
+{
+    return fittedStyle(std::vector<TextRequest>{request});
+}
+
+TextStyle fittedStyle(const std::vector<TextRequest>& requests)
+{
+    return remembered<TextStyle>(requests, &closestFittingStyle);
+}
+
+FittedText fittedText(const TextRequest& request)
+{
+    return remembered<FittedText>({request}, [](const auto& requests) { return laidOut(requests.front()); });
 }
 
 }  // namespace tavlo

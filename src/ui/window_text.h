@@ -6,6 +6,7 @@
 #include <QPointF>
 #include <QRectF>
 #include <QSizeF>
+#include <QStaticText>
 #include <QString>
 
 #include <vector>
@@ -52,8 +53,9 @@ public:
 
 private:
     struct Line {
-        QString text;
+        QStaticText text;  // keeps its glyphs from one drawing to the next
         QPointF position;  // left end of the base line
+        double ascent = 0;
         double width = 0;
     };
 
@@ -61,6 +63,9 @@ private:
     std::vector<Line> m_lines;
     QSizeF m_size;
 };
+
+// Fitting and laying out take most of the time in which a window opens, so both are remembered for the latest texts and
+// the application's font: the windows show the same ones again. Main thread.
 
 // The style closest to the requested one in which the text fits its room: paragraphs apart, lines closer together, then
 // a smaller size, then narrower letters. No text gets smaller than 11 pixels, or its own size where that is less. Where
@@ -71,5 +76,13 @@ TextStyle fittedStyle(const std::vector<TextRequest>& requests);
 
 // Whether that text fits its room in that style.
 bool fits(const TextRequest& request, const TextStyle& style);
+
+// A text in the style that fits it to its room, laid out.
+struct FittedText {
+    TextStyle style;
+    TextBlock block;      // one line that does not fit ends in an ellipsis
+    bool isWhole = true;  // whether all of the text stands in its room
+};
+FittedText fittedText(const TextRequest& request);
 
 }  // namespace tavlo

@@ -346,6 +346,14 @@ TEST_F(SettingsWindowTest, OpeningAsksForTheKeyringAndShowsTheKeyWhenItOpens)
     EXPECT_EQ(form().apiField.text(), QStringLiteral("sk-1"));
 }
 
+TEST_F(SettingsWindowTest, AKeyringThatShowsTheKeyIsNotAskedToOpen)
+{
+    m_keychain.set(QStringLiteral("sk-1"), kOpenAIAccount);
+    m_settings.openSettings();
+    EXPECT_EQ(form().apiField.text(), QStringLiteral("sk-1"));
+    EXPECT_EQ(m_secrets.unlockRequests, 0);
+}
+
 TEST_F(SettingsWindowTest, AKeyThatTheUserHasTypedStaysWhenTheKeyringOpens)
 {
     m_keychain.set(QStringLiteral("sk-1"), kOpenAIAccount);
@@ -391,10 +399,32 @@ TEST_F(SettingsWindowTest, UnsavedEditsDoNotSurviveAReopening)
     EXPECT_EQ(form().duckPct.text(), QStringLiteral("8%"));
 }
 
+TEST_F(SettingsWindowTest, AReopenedVocabularyStandsAtItsBeginningWithNothingToUndo)
+{
+    write(QStringLiteral("vocabulary"), QStringLiteral("Tavlo, Whisper"));
+    m_settings.openSettings();
+    form().vocabView.moveCursor(QTextCursor::End);
+    m_settings.closeSettings();
+    m_settings.openSettings();
+    EXPECT_EQ(form().vocabView.textCursor().position(), 0);
+
+    form().vocabView.insertPlainText(QStringLiteral("x"));
+    form().vocabView.undo();
+    EXPECT_EQ(form().vocabulary(), QStringLiteral("Tavlo, Whisper"));
+    m_settings.closeSettings();
+    m_settings.openSettings();
+    EXPECT_EQ(form().vocabulary(), QStringLiteral("Tavlo, Whisper"));
+    EXPECT_FALSE(form().vocabView.document()->isUndoAvailable());
+    EXPECT_FALSE(form().vocabView.document()->isRedoAvailable());
+}
+
 TEST_F(SettingsWindowTest, OpeningTwiceLeavesOneWindowWithTheSameControls)
 {
     m_settings.openSettings();
+    WindowFrame* const first = &window();
     m_settings.openSettings();
+    EXPECT_NE(&window(), first);
+    destroyWhatWaits();
     EXPECT_EQ(visibleWindows(), 1);
     EXPECT_EQ(form().apiField.window(), &window());
     EXPECT_TRUE(form().apiField.isVisible());

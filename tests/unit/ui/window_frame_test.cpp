@@ -5,6 +5,7 @@
 #include <QImage>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QWindow>
 
 using namespace tavlo;
 using namespace tavlo::test;
@@ -76,6 +77,34 @@ TEST(WindowFrame, ClosingHidesItAndDestroysNothing)
     EXPECT_FALSE(window.isVisible());
     EXPECT_FALSE(window.testAttribute(Qt::WA_DeleteOnClose));
     window.bringToFront(std::nullopt);
+    EXPECT_TRUE(window.isVisible());
+}
+
+TEST(WindowFrame, AHiddenWindowHoldsNothingAtTheDisplay)
+{
+    WindowFrame window(smallWindow());
+    window.bringToFront(std::nullopt);
+    QApplication::processEvents();
+    EXPECT_NE(window.windowHandle(), nullptr);
+    window.close();
+    QApplication::processEvents();
+    EXPECT_EQ(window.windowHandle(), nullptr);
+    window.bringToFront(std::nullopt);
+    QApplication::processEvents();
+    ASSERT_NE(window.windowHandle(), nullptr);
+    EXPECT_TRUE(window.windowHandle()->isExposed());
+    EXPECT_TRUE(window.widget(QStringLiteral("go"))->isVisible());
+}
+
+TEST(WindowFrame, AWindowThatComesBackAtOnceStaysAtTheDisplay)
+{
+    WindowFrame window(smallWindow());
+    window.bringToFront(std::nullopt);
+    const QWindow* const before = window.windowHandle();
+    window.close();
+    window.bringToFront(std::nullopt);
+    QApplication::processEvents();
+    EXPECT_EQ(window.windowHandle(), before);
     EXPECT_TRUE(window.isVisible());
 }
 

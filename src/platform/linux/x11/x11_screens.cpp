@@ -82,6 +82,9 @@ Compositing X11Screens::compositing()
 
 QScreen* X11Screens::mainScreen()
 {
+    if (QGuiApplication::screens().size() == 1) {
+        return QGuiApplication::primaryScreen();
+    }
     if (m_display.hasConnection()) {
         const xcb_window_t window = activeWindow(m_display);
         if (const auto geometry = window != XCB_WINDOW_NONE ? geometryOf(window) : std::nullopt) {
