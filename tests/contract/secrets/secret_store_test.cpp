@@ -7,8 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
+#include <QThread>
 
 #include <optional>
+#include <vector>
 
 namespace tavlo {
 namespace {
@@ -279,6 +281,52 @@ TEST_F(SecretServiceStoreTest, AServiceThatDoesNotAnswerCostsOneSecondOnce)
     EXPECT_TRUE(comesTrue([&] { return m_store.find(kService, kAccount) == QByteArray("sk-one"); }));
     EXPECT_TRUE(comesTrue([&] { return m_store.find(kService, kOther) == QByteArray("kept for later"); }));
     EXPECT_TRUE(m_store.answeredLastFind());
+}
+
+TEST_F(SecretServiceStoreTest, ALateAnswerIsThereForTheObserversAtOnce)
+{
+    Keyring keyring(m_bus);
+    ASSERT_TRUE(m_store.add(kService, kAccount, "sk-one"));
+    std::vector<std::optional<QByteArray>> seen;
+    const Registration registration = m_store.onAvailabilityChange([&] {
+        keyring.freeze(true);  // Whoever asks the service itself gets nothing.
+        seen.push_back(m_store.find(kService, kAccount));
+        EXPECT_TRUE(m_store.answeredLastFind());
+        keyring.freeze(false);
+    });
+    keyring.freeze(true);
+    EXPECT_EQ(m_store.find(kService, kAccount), std::nullopt);
+    keyring.freeze(false);
+    EXPECT_TRUE(comesTrue([&] {
+        m_queue.runPending();
+        return !seen.empty();
+    }));
+    EXPECT_EQ(seen.front(), QByteArray("sk-one"));
+}
+
+TEST_F(SecretServiceStoreTest, AServiceThatIsSlowEachTimeIsNotAskedForEver)
+{
+    Keyring keyring(m_bus);
+    ASSERT_TRUE(m_store.add(kService, kAccount, "sk-one"));
+    ASSERT_TRUE(m_store.add(kService, kOther, "gsk-two"));
+    int notices = 0;
+    const Registration registration = m_store.onAvailabilityChange([&] {
+        ++notices;
+        keyring.freeze(true);
+        EXPECT_EQ(m_store.find(kService, kOther), std::nullopt);
+        keyring.freeze(false);
+    });
+    keyring.freeze(true);
+    EXPECT_EQ(m_store.find(kService, kAccount), std::nullopt);
+    keyring.freeze(false);
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 5000) {
+        m_queue.runPending();
+        QThread::msleep(10);
+    }
+    EXPECT_EQ(notices, 1);
+    EXPECT_EQ(m_store.find(kService, kOther), QByteArray("gsk-two"));
 }
 
 TEST_F(SecretServiceStoreTest, ABusThatDoesNotAnswerCostsOneSecondOnce)

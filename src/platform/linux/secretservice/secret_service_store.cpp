@@ -35,12 +35,15 @@ SecretServiceThread& SecretServiceStore::thread()
 void SecretServiceStore::tell()
 {
     m_search.reset();
+    m_isTelling = true;
     const Handlers handlers = *m_handlers;
     for (const auto& [id, handler] : handlers) {
         if (m_handlers->count(id) > 0) {
             handler();
         }
     }
+    m_isTelling = false;
+    m_late.reset();
 }
 
 void SecretServiceStore::connect()
@@ -51,6 +54,7 @@ void SecretServiceStore::connect()
 void SecretServiceStore::deleteItems(const QString& service, const QString& account)
 {
     m_search.reset();
+    m_late.reset();
     thread().runWithin(kCallTime,
                        [service, account](SecretServiceClient& client) { client.deleteItems(service, account); });
 }
@@ -58,6 +62,7 @@ void SecretServiceStore::deleteItems(const QString& service, const QString& acco
 bool SecretServiceStore::add(const QString& service, const QString& account, const QByteArray& data)
 {
     m_search.reset();
+    m_late.reset();
     // Shared, since the call may outlast this function.
     const auto added = std::make_shared<bool>(false);
     const bool done = thread().runWithin(kCallTime, [service, account, data, added](SecretServiceClient& client) {
@@ -84,6 +89,10 @@ std::optional<QByteArray> SecretServiceStore::find(const QString& service, const
     if (thread().isOccupied()) {
         return std::nullopt;  // A late answer would be of no use to anybody.
     }
+    if (m_isTelling && m_late && m_late->service == service && m_late->account == account) {
+        m_answeredLastFind = true;
+        return *m_late->found;
+    }
     auto found = std::make_shared<std::optional<QByteArray>>();
     SecretServiceThread::Task task = [service, account, found](SecretServiceClient& client) {
         *found = client.find(service, account);
@@ -95,8 +104,14 @@ std::optional<QByteArray> SecretServiceStore::find(const QString& service, const
         }
         m_search.reset();
     }
-    m_answeredLastFind = thread().runWithin(kCallTime, std::move(task));
-    return m_answeredLastFind ? *found : std::nullopt;
+    // A service that needs longer than that for every search would otherwise be asked by the observers for ever.
+    const auto whenLate = m_isTelling ? SecretServiceThread::WhenLate::KeepQuiet : SecretServiceThread::WhenLate::Tell;
+    m_answeredLastFind = thread().runWithin(kCallTime, std::move(task), whenLate);
+    if (!m_answeredLastFind) {
+        m_late = {service, account, std::chrono::steady_clock::now(), found};
+        return std::nullopt;
+    }
+    return *found;
 }
 
 void SecretServiceStore::requestUnlock()

@@ -16,8 +16,9 @@ class SecretServiceThread;
 // and found in whatever collection they are; new ones go to the default collection, and nowhere when there is none or
 // it is locked. A thread of its own talks to the service, so that a service or a bus that does not answer costs the
 // main thread one second once: until that call has come back, further ones behave as with an empty store, except that
-// deletions and additions are still carried out when the service answers again. Nothing is connected to before the
-// first call, or `connect`; a bus that was away is found again at the next call.
+// deletions and additions are still carried out when the service answers again. An answer that comes too late is there
+// for the observers, who are told of it; what they ask for besides is not told of once more. Nothing is connected to
+// before the first call, or `connect`; a bus that was away is found again at the next call.
 class SecretServiceStore : public SecretStore {
 public:
     // `service` is the one whose locked items requestUnlock unlocks.
@@ -57,6 +58,8 @@ private:
     int m_nextHandler = 0;
     bool m_answeredLastFind = true;
     std::optional<Search> m_search;
+    std::optional<Search> m_late;  // the last one that was not waited for
+    bool m_isTelling = false;
     Lifetime m_lifetime;
     std::unique_ptr<SecretServiceThread> m_thread;
 };

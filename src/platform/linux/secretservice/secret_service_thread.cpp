@@ -109,7 +109,7 @@ void SecretServiceThread::post(Task task)
     g_source_unref(source);
 }
 
-bool SecretServiceThread::runWithin(std::chrono::milliseconds limit, Task task)
+bool SecretServiceThread::runWithin(std::chrono::milliseconds limit, Task task, WhenLate whenLate)
 {
     struct Call {
         bool done = false;
@@ -127,14 +127,14 @@ bool SecretServiceThread::runWithin(std::chrono::milliseconds limit, Task task)
         call->givenUp = occupied;
         ++m_core->outstanding;
     }
-    post([core = m_core.get(), call, task = std::move(task)](SecretServiceClient& client) {
+    post([core = m_core.get(), call, whenLate, task = std::move(task)](SecretServiceClient& client) {
         task(client);
         bool late = false;
         {
             const std::lock_guard guard(core->mutex);
             call->done = true;
             --core->outstanding;
-            late = call->givenUp;
+            late = call->givenUp && whenLate == WhenLate::Tell;
             core->condition.notify_all();
         }
         if (late) {

@@ -23,10 +23,13 @@ public:
 
     // Runs `task` on the thread, after those before it, without waiting.
     void post(Task task);
+    // What happens when a task is done for which nobody waits any more.
+    enum class WhenLate { Tell, KeepQuiet };
+
     // Runs `task` on the thread and waits until it is done, until `limit` has passed, or not at all when an earlier
     // task for which somebody waited is still under way. Returns whether it is done; if not, the task runs on or
     // runs later.
-    bool runWithin(std::chrono::milliseconds limit, Task task);
+    bool runWithin(std::chrono::milliseconds limit, Task task, WhenLate whenLate = WhenLate::Tell);
     // Whether a task for which somebody waited is still under way.
     bool isOccupied() const;
 
