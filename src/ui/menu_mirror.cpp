@@ -1,6 +1,8 @@
 #include "ui/menu_mirror.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QKeyEvent>
 #include <QKeySequence>
 #include <QMenu>
 
@@ -73,9 +75,7 @@ void MenuMirror::show(const MenuDescription& description, QMenu& menu)
 QAction* MenuMirror::makeAction(const MenuItemDescription& item, QMenu& menu)
 {
     if (!item.submenu.empty()) {
-        auto* submenu = new QMenu(&menu);
-        submenu->setAccessibleName(item.title);
-        return submenu->menuAction();
+        return (new QMenu(&menu))->menuAction();
     }
     auto* action = new QAction(&menu);
     action->setSeparator(item.separator);
@@ -94,6 +94,9 @@ void MenuMirror::update(const MenuItemDescription& item, QAction& action)
         return;
     }
     action.setText(escapedTitle(item.title, m_escaping));
+    if (QMenu* const submenu = action.menu()) {
+        submenu->setAccessibleName(item.title);
+    }
     action.setEnabled(item.action != MenuAction::None || !item.submenu.empty());
     action.setCheckable(item.check != MenuCheck::NotCheckable);
     action.setChecked(item.check == MenuCheck::On);
@@ -107,6 +110,21 @@ void MenuMirror::update(const MenuItemDescription& item, QAction& action)
     } else {
         action.setShortcut({});
     }
+}
+
+bool pressKeyEquivalent(const QMenu& menu, const QKeyEvent& key)
+{
+    const QKeySequence pressed(key.keyCombination());
+    for (QAction* const action : menu.actions()) {
+        if (action->isEnabled() && action->shortcut() == pressed) {
+            while (QWidget* const open = QApplication::activePopupWidget()) {
+                open->close();
+            }
+            action->trigger();
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace tavlo

@@ -8,6 +8,7 @@
 #include <functional>
 
 class QAction;
+class QKeyEvent;
 class QMenu;
 
 namespace tavlo {
@@ -38,5 +39,9 @@ private:
     TitleEscaping m_escaping;
     Handler m_handler;
 };
+
+// Chooses the row of `menu` that has this key as its equivalent, and closes all menus, as a menu bar does. An open menu
+// of the toolkit does so for the keys of its titles alone. Returns whether there was such a row.
+bool pressKeyEquivalent(const QMenu& menu, const QKeyEvent& key);
 
 }  // namespace tavlo

@@ -8,6 +8,7 @@
 #include <QCursor>
 #include <QEvent>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QPalette>
 #include <QSystemTrayIcon>
@@ -72,6 +73,19 @@ bool TrayStatusItem::eventFilter(QObject* watched, QEvent* event)
     if (event->type() == QEvent::ApplicationPaletteChange && watched == QCoreApplication::instance()) {
         redraw();
     }
+    return event->type() == QEvent::KeyPress && pressed(*watched, *static_cast<QKeyEvent*>(event));
+}
+
+bool TrayStatusItem::pressed(const QObject& receiver, const QKeyEvent& key)
+{
+    for (const Mirrored* const mirrored : {m_panelMenu.get(), m_popUpMenu.get()}) {
+        // Submenus are the menu's children.
+        for (const QObject* part = &receiver; mirrored != nullptr && part != nullptr; part = part->parent()) {
+            if (part == &mirrored->menu) {
+                return pressKeyEquivalent(mirrored->menu, key);
+            }
+        }
+    }
     return false;
 }
 
@@ -110,6 +124,8 @@ std::unique_ptr<TrayStatusItem::Mirrored> TrayStatusItem::createMenu(TitleEscapi
                      [this, action, representedObject] { m_handler(action, representedObject); });
     });
     created->menu.setAccessibleName(QStringLiteral("Tavlo"));
+    connect(&created->menu, &QMenu::aboutToShow, &created->menu,
+            [menu = &created->menu] { menu->setPalette(greyedRowColours(QApplication::palette("QMenu"))); });
     created->show(m_description);
     return created;
 }
@@ -160,7 +176,6 @@ void TrayStatusItem::popUp()
     if (!m_popUpMenu) {
         m_popUpMenu = createMenu(TitleEscaping::Toolkit);
     }
-    m_popUpMenu->menu.setPalette(greyedRowColours(QApplication::palette("QMenu")));
     m_popUpMenu->menu.popup(QCursor::pos());
 }
 

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 
+class QKeyEvent;
 class QSystemTrayIcon;
 
 namespace tavlo {
@@ -35,6 +36,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    bool pressed(const QObject& receiver, const QKeyEvent& key);
     void hostChanged();
     void settle();
     // A menu that follows the description.

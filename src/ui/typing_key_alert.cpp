@@ -79,7 +79,8 @@ void TypingKeyAlertBox::show(const TypingKeyAlert& alert, std::function<void(Typ
                          box->deleteLater();
                          answered(answer);
                      });
-    box->open();
+    box->setWindowModality(Qt::ApplicationModal);
+    box->show();
     box->raise();
     box->activateWindow();
 }

@@ -281,6 +281,17 @@ class InAnEmbeddingTray(OnDesktop):
                 return int(left) + 11, int(top) + 11
         return None
 
+    def first_row_contrast(self, menu):
+        """Of the strongest strokes in the menu's first row, which is greyed, to its ground."""
+        words = self.desktop.processes.run("xdotool", "getwindowgeometry", "--shell", menu).split()
+        place = dict(word.split("=") for word in words)
+        self.desktop.screenshot(self.desktop.folder / "screen.png")
+        row = f"{int(place['WIDTH']) - 20}x16+{int(place['X']) + 10}+{int(place['Y']) + 4}"
+        dark, light = map(float, self.desktop.processes.run(
+            "convert", self.desktop.folder / "screen.png", "-crop", row, "-colorspace", "LinearGray",
+            "-format", "%[fx:minima] %[fx:maxima]", "info:").split())
+        return (light + 0.05) / (dark + 0.05)
+
     def test_the_icon_comes_opens_its_menu_goes_and_comes_back(self):
         self.start_probe()
         self.probe.wait_told("tray no")
@@ -290,8 +301,10 @@ class InAnEmbeddingTray(OnDesktop):
         for button in (1, 3):
             before = set(self.desktop.hands.windows(self.probe.pid))
             self.desktop.hands.click(*place, button=button)
-            wait_for(lambda there=before: set(self.desktop.hands.windows(self.probe.pid)) - there, what="our menu")
+            menu, = wait_for(lambda there=before: set(self.desktop.hands.windows(self.probe.pid)) - there,
+                             what="our menu")
             self.probe.do(f"status Bij knop {button}")
+            wait_for(lambda window=menu: self.first_row_contrast(window) >= 3.5, what="a status line to read")
             self.desktop.hands.press("Escape")
             wait_for(lambda there=before: set(self.desktop.hands.windows(self.probe.pid)) == there,
                      what="our menu to close")
@@ -301,6 +314,19 @@ class InAnEmbeddingTray(OnDesktop):
         self.start_tray()
         self.probe.wait_told("tray yes")
         wait_for(self.icon_window, what="the icon in the new tray")
+
+    def test_the_key_equivalents_work_while_a_menu_is_open(self):
+        self.start_tray()
+        self.start_probe()
+        self.probe.wait_told("tray yes")
+        place = wait_for(self.icon_window, what="the icon in the tray")
+        there = set(self.desktop.hands.windows(self.probe.pid))
+        for button, key, action in ((1, "ctrl+q", QUIT), (3, "ctrl+comma", OPEN_SETTINGS)):
+            self.desktop.hands.click(*place, button=button)
+            wait_for(lambda: set(self.desktop.hands.windows(self.probe.pid)) - there, what="our menu")
+            self.desktop.hands.press(key)
+            self.probe.wait_told(f"chosen {action}")
+            wait_for(lambda: set(self.desktop.hands.windows(self.probe.pid)) == there, what="our menu to close")
 
     def test_the_ink_follows_the_palette_while_running(self):
         self.start_tray()

@@ -155,5 +155,35 @@ TEST(LocalKeyFilterAlone, RepeatsOfASwallowedKeyAreSwallowedUntilItIsReleased)
     EXPECT_GE(monitor.catchUpCount, 1);
 }
 
+TEST(LocalKeyFilterAlone, KeysLongAfterACaptureReachTheWindowWhereverTheClockStands)
+{
+    FakeKeyboardMonitor monitor;
+    bool capturing = true;
+    KeyWindow window;
+    LocalKeyFilter filter(monitor, [&] { return capturing; });
+    constexpr std::uint32_t kCaptured = 5000;
+    KeyEvent captured;
+    captured.time = kCaptured;
+    monitor.sendKeyDown(captured);
+    capturing = false;
+    const auto arrives = [&](std::uint32_t time) {
+        const qsizetype before = window.presses.size();
+        QKeyEvent event(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, 38, 0, 0, QStringLiteral("a"));
+        event.setTimestamp(time);
+        QCoreApplication::sendEvent(&window, &event);
+        return window.presses.size() > before;
+    };
+    EXPECT_FALSE(arrives(kCaptured)) << "the toolkit comes to it after the capture";
+    EXPECT_TRUE(arrives(kCaptured + 1));
+    // Half of the clock's numbers later, the other half still lies before the capture's.
+    EXPECT_TRUE(arrives(kCaptured + 0x80000001U));
+    EXPECT_TRUE(arrives(kCaptured - 60'001U));
+    // A whole turn of the clock later. Meanwhile the monitor has seen keys.
+    KeyEvent later;
+    later.time = kCaptured + 0x70000000U;
+    monitor.sendKeyDown(later);
+    EXPECT_TRUE(arrives(kCaptured - 1));
+}
+
 }  // namespace
 }  // namespace tavlo

@@ -5,6 +5,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QEvent>
+#include <QKeyEvent>
 #include <QMenu>
 
 #include <gtest/gtest.h>
@@ -97,6 +98,23 @@ TEST_F(MenuMirrorTest, ChangesItemsInPlace)
     EXPECT_EQ(action(4)->text(), QStringLiteral("Stop opname"));
     EXPECT_TRUE(action(5)->isEnabled());
     EXPECT_EQ(action(15)->text(), QStringLiteral("Stop Tavlo"));
+    EXPECT_EQ(submenu->accessibleName(), QStringLiteral("Sneltoets"));
+}
+
+TEST_F(MenuMirrorTest, AKeyEquivalentChoosesItsRow)
+{
+    show();
+    const auto press = [this](Qt::Key key, Qt::KeyboardModifiers modifiers) {
+        return pressKeyEquivalent(menu, QKeyEvent(QEvent::KeyPress, key, modifiers));
+    };
+    EXPECT_TRUE(press(Qt::Key_Comma, Qt::ControlModifier));
+    EXPECT_EQ(chosen, (std::vector<Chosen>{{MenuAction::OpenSettings, QVariant()}}));
+    EXPECT_FALSE(press(Qt::Key_Q, Qt::NoModifier));
+    EXPECT_FALSE(press(Qt::Key_Q, Qt::ControlModifier | Qt::ShiftModifier));
+    EXPECT_FALSE(press(Qt::Key_W, Qt::ControlModifier));
+    EXPECT_EQ(chosen.size(), 1U);
+    EXPECT_TRUE(press(Qt::Key_Q, Qt::ControlModifier));
+    EXPECT_EQ(chosen.back(), (Chosen{MenuAction::Quit, QVariant()}));
 }
 
 TEST_F(MenuMirrorTest, AddsAndRemovesTheCustomHotkey)

@@ -48,7 +48,8 @@ TEST_F(TypingKeyAlertTest, ShowsAModalWarningWithItsTextsAndReturnsAtOnce)
     show();
     EXPECT_TRUE(m_answers.empty());
     EXPECT_TRUE(m_alert.box()->isVisible());
-    EXPECT_TRUE(m_alert.box()->isModal());
+    // Nothing else of this program can be used meanwhile.
+    EXPECT_EQ(m_alert.box()->windowModality(), Qt::ApplicationModal);
     EXPECT_EQ(m_alert.box()->icon(), QMessageBox::Warning);
     EXPECT_EQ(m_alert.box()->text(), QStringLiteral("'Space' is a commonly used typing key"));
     EXPECT_EQ(m_alert.box()->informativeText(), QStringLiteral("Every time you type it."));

@@ -26,9 +26,14 @@ bool isModifier(int key)
     }
 }
 
-bool isNotAfter(std::uint32_t first, std::uint32_t second)
+// How long after the monitor the toolkit may come upon a key. The desktop's clock, of 32 bits, passes each time again
+// after 49 days: without a limit, a capture would keep the keys of half of them.
+constexpr std::uint32_t kLongestDelayMs = 60'000;
+
+// Whether `first` is `second` or lies shortly before it. In milliseconds of a clock that wraps around.
+bool isShortlyBefore(std::uint32_t first, std::uint32_t second)
 {
-    return static_cast<std::int32_t>(first - second) <= 0;  // the desktop's clock wraps around
+    return second - first <= kLongestDelayMs;
 }
 
 }  // namespace
@@ -40,6 +45,8 @@ LocalKeyFilter::LocalKeyFilter(KeyboardMonitor& monitor, std::function<bool()> i
         [this](const KeyEvent& event) {
             if (m_isCapturing()) {
                 m_lastCaptured = event.time;
+            } else if (m_lastCaptured && event.time - *m_lastCaptured > kLongestDelayMs) {
+                m_lastCaptured.reset();
             }
         },
         [](const KeyEvent&) {});
@@ -90,7 +97,7 @@ bool LocalKeyFilter::belongsToCapture(const QKeyEvent& event)
         return true;
     }
     const auto time = static_cast<std::uint32_t>(event.timestamp());
-    return m_lastCaptured && isNotAfter(time, *m_lastCaptured);
+    return m_lastCaptured && isShortlyBefore(time, *m_lastCaptured);
 }
 
 }  // namespace tavlo
