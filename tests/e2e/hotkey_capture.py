@@ -2,7 +2,7 @@
 """A hotkey is chosen by pressing it."""
 from rig import Xterm, main, wait_for
 from rig.local import ENGLISH
-from rig.windows import WindowScenario
+from rig.windows import SETTINGS, WindowScenario
 
 DUTCH = {**ENGLISH, "app_language": "nl"}
 PROMPT = "Now press the key you want… (Esc = cancel)"
@@ -132,6 +132,25 @@ class HotkeyCapture(WindowScenario):
         tavlo.wait_for_status("Key selection cancelled")
         tavlo.wait_for_icon("mic")
         self.check_menu(tavlo, "Key selection cancelled")
+
+    def test_the_alert_holds_back_the_other_windows(self):
+        tavlo = self.start()
+        settings = self.open_settings(tavlo)
+        check = settings.find("check box", "Duck music while recording")
+        before = "checked" in check.states
+        self.capture(tavlo)
+        self.shared.hands.press("space")
+        alert = self.alert(tavlo, "Space")
+        for control in (check, settings.find("push button", "Cancel")):
+            self.assertGreater(control.extents[1], sum(alert.extents[1::2]), "a control that shows below the alert")
+            self.click(control)
+        self.press_button(alert, "Cancel")
+        self.wait_for_titles(tavlo, SETTINGS)
+        self.assertEqual("checked" in check.states, before)
+        self.click(check)
+        wait_for(lambda: ("checked" in check.states) != before, what="the settings to be used again")
+        self.press_button(settings, "Cancel")
+        self.wait_for_titles(tavlo)
 
     def test_a_letter_is_taken_without_a_warning(self):
         tavlo = self.start()
