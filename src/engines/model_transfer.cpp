@@ -15,7 +15,7 @@ namespace {
 // On a fast line the file grows by pieces of this size, so that the reports do not flood the main thread; on a slow
 // one it grows as the data comes.
 constexpr qsizetype kPieceBytes = qsizetype{1024} * 1024;
-constexpr qint64 kLongestHeldBackMs = 20;
+constexpr std::chrono::milliseconds kLongestHeldBack{20};
 constexpr int kMostRedirects = 10;
 
 bool isRedirect(int status)
@@ -41,6 +41,10 @@ void ModelTransfer::start(const QUrl& url)
 {
     m_files.removeLeftovers();
     m_clock = std::make_unique<TransferClock>(m_terms.limits, [this] { fail(timeoutError()); });
+    m_heldBack = std::make_unique<QTimer>();
+    m_heldBack->setSingleShot(true);
+    m_heldBack->setInterval(kLongestHeldBack);
+    QObject::connect(m_heldBack.get(), &QTimer::timeout, m_heldBack.get(), [this] { write(); });
     m_buffer.reserve(kPieceBytes + kPieceBytes / 4);
     request(url);
 }
@@ -108,29 +112,35 @@ void ModelTransfer::openFile()
                      QFileDevice::ReadOwner | QFileDevice::WriteOwner)) {
         fail(fileError(m_file));
     }
-    m_sinceWritten.start();
 }
 
 void ModelTransfer::readBody(QByteArrayView bytes)
 {
     m_buffer += bytes;
-    if (m_buffer.size() >= kPieceBytes || m_sinceWritten.elapsed() >= kLongestHeldBackMs) {
+    if (m_buffer.size() >= kPieceBytes) {
         write();
+    } else if (!m_heldBack->isActive()) {
+        m_heldBack->start();
     }
 }
 
 bool ModelTransfer::write()
 {
+    m_heldBack->stop();
     if (m_buffer.isEmpty()) {
         return true;
     }
-    if (m_file.write(m_buffer) != m_buffer.size()) {
-        fail(fileError(m_file));
-        return false;
+    // A disk that fills takes the first part of a piece, and says what is wrong at the rest of it.
+    for (qsizetype done = 0; done < m_buffer.size();) {
+        const qint64 taken = m_file.write(m_buffer.constData() + done, m_buffer.size() - done);
+        if (taken <= 0) {
+            fail(fileError(m_file));
+            return false;
+        }
+        done += static_cast<qsizetype>(taken);
     }
     m_written += m_buffer.size();
     m_buffer.resize(0);  // Keeps its memory.
-    m_sinceWritten.start();
     m_reports.progress(m_written, m_expected);
     return true;
 }
@@ -171,12 +181,14 @@ void ModelTransfer::fail(const Error& error)
 void ModelTransfer::end(Result<void> result)
 {
     m_clock->stop();
+    m_heldBack->stop();
     std::exchange(m_exchange, nullptr)->drop();
     m_file.close();
     m_files.removeLeftovers();
-    // The clock cannot go from within its own signal.
+    // A timer cannot go from within its own signal.
     m_thread->post([self = shared_from_this(), result = std::move(result)] {
         self->m_clock.reset();
+        self->m_heldBack.reset();
         self->m_reports.done(result);
     });
 }

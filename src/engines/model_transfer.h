@@ -7,8 +7,8 @@
 #include "platform/result.h"
 
 #include <QByteArray>
-#include <QElapsedTimer>
 #include <QFile>
+#include <QTimer>
 #include <QUrl>
 
 #include <functional>
@@ -65,8 +65,8 @@ private:
     QUrl m_url;
     HttpExchange* m_exchange = nullptr;  // none once the transfer has ended; deletes itself
     QFile m_file;
-    QByteArray m_buffer;           // not written yet
-    QElapsedTimer m_sinceWritten;  // since the last write
+    QByteArray m_buffer;                 // not written yet
+    std::unique_ptr<QTimer> m_heldBack;  // runs while the buffer waits for more
     qint64 m_written = 0;
     qint64 m_expected = -1;
     int m_redirects = 0;

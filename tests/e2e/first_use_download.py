@@ -16,8 +16,7 @@ AUTO = {**ENGLISH, "engine": "auto"}
 STARTED = f"Model-download gestart van {model_address()}"
 INSTALLED = "Model-download klaar: 1500000000 bytes"
 PROGRESS = re.compile(r"[0-9.]+ (kB|MB|GB) / 1\.50 GB  \([0-9]{1,3}%\)")
-# The last bytes before a pause are told of with those that follow it.
-ONE_PERCENT, TWO_PERCENT = (re.compile(r"[0-9]{2}\.[0-9] MB / 1\.50 GB  \(" + part + r"%\)") for part in "12")
+ONE_PERCENT, TWO_PERCENT = "20.0 MB / 1.50 GB  (1%)", "40.0 MB / 1.50 GB  (2%)"
 DUTCH_SENTENCE = "goede morgen stuur het verslag vandaag"
 
 

@@ -340,6 +340,8 @@ TEST_F(ModelDownloaderTest, aDiskThatRunsFullIsThePlatformsFailureAndLeavesNothi
     const SmallDisk disk(1'500'000);
     const Error error = download().error();
     EXPECT_EQ(error.domain, kFileErrorDomain);
+    EXPECT_NE(error.code, QFileDevice::NoError);
+    EXPECT_EQ(error.description, systemError(EFBIG).description);
     EXPECT_EQ(m_log.lines().last(), failed(error.description));
     EXPECT_EQ(modelFolder(), QStringList());
 }
@@ -364,6 +366,24 @@ TEST_F(ModelDownloaderTest, leftoversOfADownloadThatWasKilledGoAtTheNextStart)
         QJsonObject{{QStringLiteral("kind"), QStringLiteral("status")}, {QStringLiteral("status"), 500}});
     EXPECT_FALSE(download());
     EXPECT_EQ(modelFolder(), QStringList());
+}
+
+TEST_F(ModelDownloaderTest, whatCameBeforeAPauseIsOnTheDiskAndReported)
+{
+    constexpr qint64 kBeforeThePause = 2'345'678;
+    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), kBeforeThePause}}));
+    downloader().start();
+    EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty() && m_progress.back().written == kBeforeThePause; }));
+    EXPECT_EQ(QFileInfo(ModelFiles(m_locations).temporaryPath()).size(), kBeforeThePause);
+    downloader().cancel();
+    EXPECT_TRUE(m_queue.runUntil([&] { return !m_ends.empty(); }));
+}
+
+TEST(DownloadTerms, aDownloadMayTakeAMinuteWithoutAByteAndAnHourInAll)
+{
+    const DownloadTerms terms;
+    EXPECT_EQ(terms.limits.idle, std::chrono::seconds(60));
+    EXPECT_EQ(terms.limits.whole, std::chrono::seconds(3600));
 }
 
 TEST_F(ModelDownloaderTest, aCancelledDownloadReportsTheCancellationLaterAndLeavesNothing)
