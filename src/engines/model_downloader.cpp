@@ -31,7 +31,7 @@ void ModelDownloader::start()
     m_running = true;
     const std::uint64_t number = ++m_number;
     if (!m_thread) {
-        m_thread = std::make_unique<NetworkThread>(QStringLiteral("tavlo-model"));
+        m_thread = std::make_unique<NetworkThread>(QStringLiteral("tavlo-model"), NetworkThread::Share::Small);
     }
     const auto owner = m_lifetime.reference();
     const auto thread = m_thread->link();

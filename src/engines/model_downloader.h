@@ -12,7 +12,7 @@ namespace tavlo {
 class AppLog;
 
 // Fetches the offline model over HTTPS and installs it; redirects are followed, to HTTPS only. The transfer runs on a
-// thread of its own, which exists only as long as a download. Main thread.
+// thread of its own, which exists only as long as a download and leaves the processor to others. Main thread.
 //
 // A download that was cancelled ends with the cancellation as its failure. When another one was started before that
 // came, the older one's end is only logged.

@@ -3,6 +3,8 @@
 #include <QDeadlineTimer>
 #include <QThread>
 
+#include <sys/resource.h>
+#include <unistd.h>
 #include <chrono>
 #include <utility>
 #include <vector>
@@ -12,6 +14,8 @@ namespace tavlo {
 namespace {
 
 constexpr std::chrono::seconds kLongestWait(2);
+// About a tenth of what the others get.
+constexpr int kNicerForSmallShare = 10;
 
 // Kept for ever: such a thread may go on at any moment.
 struct LeftBehind {
@@ -27,7 +31,16 @@ LeftBehind& leftBehind()
 
 }  // namespace
 
-NetworkThread::NetworkThread(const QString& name) : m_link(std::make_shared<Link>(name)) {}
+NetworkThread::NetworkThread(const QString& name, Share share) : m_link(std::make_shared<Link>(name))
+{
+    if (share == Share::Small) {
+        // On Linux a nice value is the thread's own. Where it cannot be set, the share stays equal.
+        post([] {
+            const auto self = static_cast<id_t>(gettid());
+            setpriority(PRIO_PROCESS, self, getpriority(PRIO_PROCESS, self) + kNicerForSmallShare);
+        });
+    }
+}
 
 NetworkThread::~NetworkThread()
 {

@@ -16,7 +16,10 @@ public:
     // What the thread's own tasks use of it. They share it, since a thread that was left behind outlasts its object.
     class Link;
 
-    explicit NetworkThread(const QString& name);
+    // How much of the processor the thread gets while others want it, too.
+    enum class Share { Equal, Small };
+
+    explicit NetworkThread(const QString& name, Share share = Share::Equal);
     NetworkThread(const NetworkThread&) = delete;
     NetworkThread& operator=(const NetworkThread&) = delete;
     // Runs what was posted before, then ends the thread. Waits for that two seconds at most: a thread that is held up

@@ -57,7 +57,6 @@ public:
         }
     }
 
-private:
     // The thread of that name, once it waits for something.
     static pid_t taskOf(const QByteArray& name)
     {
@@ -73,6 +72,7 @@ private:
         }
     }
 
+private:
     static inline std::atomic<bool> m_isHeld = false;
     static inline int m_gateOfHandler = -1;
 

@@ -379,6 +379,16 @@ TEST_F(ModelDownloaderTest, whatCameBeforeAPauseIsOnTheDiskAndReported)
     EXPECT_TRUE(m_queue.runUntil([&] { return !m_ends.empty(); }));
 }
 
+TEST_F(ModelDownloaderTest, aDownloadLeavesTheProcessorToTheInterface)
+{
+    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    const int before = getpriority(PRIO_PROCESS, 0);
+    downloader().start();
+    EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty(); }));
+    EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(HeldThread::taskOf("tavlo-model"))), before + 10);
+    EXPECT_EQ(getpriority(PRIO_PROCESS, 0), before) << "the thread's own share alone";
+}
+
 TEST(DownloadTerms, aDownloadMayTakeAMinuteWithoutAByteAndAnHourInAll)
 {
     const DownloadTerms terms;
