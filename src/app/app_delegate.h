@@ -72,6 +72,7 @@ public:
     void perform(MenuAction action, const QVariant& representedObject);
     void menuToggle() { m_session.menuToggle(); }
     void pasteAgain() { m_delivery.pasteAgain(); }
+    void openConfig() { m_actions.openConfig(); }
     void openWebsite() { m_actions.openWebsite(); }
     void openFeedback() { m_actions.openFeedback(); }
     // Ends a running recording without a result; does nothing when none runs.

@@ -83,6 +83,7 @@ class FirstUseDownload(WindowScenario):
         self.wait_for_label(window, PROGRESS)
         self.assertEqual(self.buttons(window), ["Annuleren"])
         bar = window.find("progress bar")
+        self.assertEqual(bar.name, "Voortgang")
         wait_for(lambda: bar.value > 0, what="the progress bar to move")
         tavlo.wait_for_status("Transcriberen…", timeout=180)
         self.wait_for_titles(tavlo)
@@ -104,6 +105,9 @@ class FirstUseDownload(WindowScenario):
         self.press_button(window, "Download")
         self.wait_for_label(window, "Download failed: Download gaf status 404.")
         self.assertEqual(sorted(self.buttons(window)), ["Cancel", "Retry"])
+        self.assertIn("default", window.find("push button", "Retry").states)
+        bar, = [node for node in window.descendants() if node.role == "progress bar"]
+        self.assertNotIn("showing", bar.states)
         log.append(STARTED)
         tavlo.wait_for_log(log)
 
@@ -131,6 +135,7 @@ class FirstUseDownload(WindowScenario):
         self.press_button(window, "Retry")
         self.wait_for_label(window, ONE_PERCENT)
         self.assertEqual(self.buttons(window), ["Cancel"])
+        self.assertEqual(window.find("progress bar").name, "Progress")
         self.press_button(window, "Cancel")
         self.wait_for_titles(tavlo)
         log += [STARTED, re.compile("Model-download mislukt: .+")]

@@ -221,6 +221,7 @@ class StatusItemOnThePanel(OnDesktop):
             wait_for(lambda expected=state: self.icon_states() == {expected}, what=f"the icon of {state}",
                      show=self.icon_states)
         self.assertEqual({picture[0] for picture in self.item.pixmaps()}, {16, 22, 24, 32, 44})
+        # A text beside an icon is known to some panels only. Nothing sets it, and nothing may begin to.
         # pylint: disable=protected-access
         self.assertFalse(self.item._property("XAyatanaLabel"))
 

@@ -144,14 +144,36 @@ class Photographer:
             self.messages(tavlo)
             install_ready_model(tavlo.support)
             self.transcription(tavlo, engine)
+            self.saved_hotkey(tavlo)
 
     def capture(self, tavlo):
         tavlo.click(*ROWS[self.language]["capture"])
         self.icon(tavlo, "keyboard")
         self.shot(tavlo, "message-capture")
+        for _press in range(2):  # the second one takes the lock away
+            self.desktop.hands.press("Caps_Lock")
+        self.shot(tavlo, "message-caps-lock")
         self.desktop.hands.press("space")
         self.window(tavlo, "alert", "Tavlo")
         self.close(tavlo)
+        tavlo.click(*ROWS[self.language]["capture"])
+        tavlo.wait_for_icon("keyboard")
+        self.desktop.hands.press("Escape")
+        tavlo.wait_for_icon("mic")
+        self.passing(tavlo, "message-cancelled")
+
+    def passing(self, tavlo, name):
+        """A message that goes by itself."""
+        x, y, width, height = self.only_window(tavlo.process.pid)
+        self.picture(name, x, y, width, height)
+        wait_for(lambda: not tavlo.windows(), what="the message to go")
+
+    def saved_hotkey(self, tavlo):
+        tavlo.click(*ROWS[self.language]["capture"])
+        tavlo.wait_for_icon("keyboard")
+        self.desktop.hands.press("F5")
+        tavlo.wait_for_icon("mic")
+        self.passing(tavlo, "message-saved")
 
     def speak(self, tavlo):
         """A dictation; the overlay is taken while the voice is heard."""

@@ -135,10 +135,12 @@ TEST_F(AppDelegateTest, TheMenuOpensPagesAndWindows)
     launch();
     desk.app->perform(MenuAction::OpenFeedback, {});
     desk.app->openWebsite();
+    desk.app->openConfig();
     desk.app->perform(MenuAction::OpenSettings, {});
     desk.app->perform(MenuAction::OpenAbout, {});
     EXPECT_EQ(desk.events, (QStringList{QStringLiteral("open https://pelloquintar.nl/tavlo/support"),
                                         QStringLiteral("open https://pelloquintar.nl/tavlo"),
+                                        QStringLiteral("open ") + QUrl::fromLocalFile(desk.file->path()).toString(),
                                         QStringLiteral("settings window"), QStringLiteral("about window")}));
 }
 

@@ -14,6 +14,7 @@ TEST(ByteCountText, hasNoDigitInKilobytesOneInMegabytesTwoInGigabytes)
 {
     EXPECT_EQ(byteCountText(312'500'000, kDutch), QStringLiteral("312,5 MB"));
     EXPECT_EQ(byteCountText(312'500'000, kEnglish), QStringLiteral("312.5 MB"));
+    EXPECT_EQ(byteCountText(312'000'000, kDutch), QStringLiteral("312,0 MB"));
     EXPECT_EQ(byteCountText(1'620'000'000, kDutch), QStringLiteral("1,62 GB"));
     EXPECT_EQ(byteCountText(64'000, kDutch), QStringLiteral("64 kB"));
     EXPECT_EQ(byteCountText(0, kDutch), QStringLiteral("0 kB"));
@@ -23,7 +24,8 @@ TEST(ByteCountText, roundsIntoTheNextUnit)
 {
     EXPECT_EQ(byteCountText(999'499, kEnglish), QStringLiteral("999 kB"));
     EXPECT_EQ(byteCountText(999'500, kEnglish), QStringLiteral("1.0 MB"));
-    EXPECT_EQ(byteCountText(999'960'000, kEnglish), QStringLiteral("1.00 GB"));
+    EXPECT_EQ(byteCountText(999'949'999, kEnglish), QStringLiteral("999.9 MB"));
+    EXPECT_EQ(byteCountText(999'950'000, kEnglish), QStringLiteral("1.00 GB"));
 }
 
 TEST(DownloadProgressText, tellsAmountsAndPercentage)

@@ -30,30 +30,43 @@ TEST_F(AboutWindowTest, TheLayoutIsTheAgreedTable)
     const WindowDescription layout = aboutWindowLayout(QStringLiteral("1.0"));
     EXPECT_EQ(layout.title, QStringLiteral("Over Tavlo"));
     EXPECT_EQ(layout.size, QSize(460, 470));
-    struct Row {
-        QString name;
-        QRect frame;
-        int pixelSize;
-        ColourRole colour;
+    const std::vector<WindowElement> elements{
+        {.name = QStringLiteral("icon"), .kind = ElementKind::Icon, .frame = {198, 386, 64, 64}},
+        {.name = QStringLiteral("title"),
+         .kind = ElementKind::Label,
+         .frame = {20, 356, 420, 24},
+         .pixelSize = 18,
+         .weight = FontWeight::Semibold,
+         .alignment = TextAlignment::Centre},
+        {.name = QStringLiteral("tagline"),
+         .kind = ElementKind::Label,
+         .frame = {20, 332, 420, 18},
+         .colour = ColourRole::SecondaryLabel,
+         .alignment = TextAlignment::Centre},
+        {.name = QStringLiteral("features"),
+         .kind = ElementKind::WrappingLabel,
+         .frame = {30, 150, 400, 170},
+         .pixelSize = 12},
+        {.name = QStringLiteral("disclaimer"),
+         .kind = ElementKind::WrappingLabel,
+         .frame = {30, 106, 400, 34},
+         .pixelSize = 10,
+         .colour = ColourRole::TertiaryLabel},
+        {.name = QStringLiteral("support"),
+         .kind = ElementKind::WrappingLabel,
+         .frame = {30, 60, 400, 40},
+         .pixelSize = 11,
+         .colour = ColourRole::SecondaryLabel},
+        {.name = QStringLiteral("websiteButton"), .kind = ElementKind::Button, .frame = {30, 20, 130, 32}},
+        {.name = QStringLiteral("feedbackButton"), .kind = ElementKind::Button, .frame = {165, 20, 130, 32}},
+        {.name = QStringLiteral("maker"),
+         .kind = ElementKind::Label,
+         .frame = {300, 27, 130, 16},
+         .pixelSize = 11,
+         .colour = ColourRole::TertiaryLabel,
+         .alignment = TextAlignment::Right},
     };
-    const std::vector<Row> rows{
-        {QStringLiteral("icon"), {198, 386, 64, 64}, 13, ColourRole::Label},
-        {QStringLiteral("title"), {20, 356, 420, 24}, 18, ColourRole::Label},
-        {QStringLiteral("tagline"), {20, 332, 420, 18}, 13, ColourRole::SecondaryLabel},
-        {QStringLiteral("features"), {30, 150, 400, 170}, 12, ColourRole::Label},
-        {QStringLiteral("disclaimer"), {30, 106, 400, 34}, 10, ColourRole::TertiaryLabel},
-        {QStringLiteral("support"), {30, 60, 400, 40}, 11, ColourRole::SecondaryLabel},
-        {QStringLiteral("websiteButton"), {30, 20, 130, 32}, 13, ColourRole::Label},
-        {QStringLiteral("feedbackButton"), {165, 20, 130, 32}, 13, ColourRole::Label},
-        {QStringLiteral("maker"), {300, 27, 130, 16}, 11, ColourRole::TertiaryLabel},
-    };
-    ASSERT_EQ(layout.elements.size(), rows.size());
-    for (std::size_t index = 0; index < rows.size(); ++index) {
-        EXPECT_EQ(layout.elements[index].name, rows[index].name);
-        EXPECT_EQ(layout.elements[index].frame, rows[index].frame) << rows[index].name.toStdString();
-        EXPECT_EQ(layout.elements[index].pixelSize, rows[index].pixelSize) << rows[index].name.toStdString();
-        EXPECT_EQ(layout.elements[index].colour, rows[index].colour) << rows[index].name.toStdString();
-    }
+    expectElements(layout, elements);
 }
 
 TEST_F(AboutWindowTest, WithoutAVersionItShowsTavlo10)

@@ -6,8 +6,6 @@
 #include "support/fakes/manual_main_queue.h"
 
 #include <QApplication>
-#include <QFontDatabase>
-#include <QFontInfo>
 #include <QImage>
 #include <QPainter>
 
@@ -56,6 +54,16 @@ TEST_F(MessageHUDTest, StandsInTheMiddleOfTheVisibleFrame)
     const int margin = panel()->shadowMargin();
     EXPECT_EQ(panel()->geometry().marginsRemoved({margin, margin, margin, margin}),
               QRect(640 - 230, 30 + 385 - 32, 460, 64));
+}
+
+TEST_F(MessageHUDTest, WithoutAMainScreenAtTheFirstShowItIsShownAtTheInitialOrigin)
+{
+    screens.frame.reset();
+    hud->show(QStringLiteral("Hallo"), std::nullopt);
+    EXPECT_TRUE(visible());
+    EXPECT_EQ(panel()->pos(), QPoint(0, 0));
+    const int margins = 2 * panel()->shadowMargin();
+    EXPECT_EQ(panel()->size(), QSize(460 + margins, 64 + margins));
 }
 
 TEST_F(MessageHUDTest, WithoutAMainScreenItIsShownWhereItWas)
@@ -199,49 +207,6 @@ TEST(MessageView, SurvivesAWordThatIsWiderThanItsFrame)
 {
     EXPECT_TRUE(QRect(18, 12, 424, 40).contains(inked(picture(QString(500, QLatin1Char('W'))))));
 }
-
-// The longest texts that are ever shown.
-std::vector<QString> longMessages()
-{
-    return {
-        QStringLiteral("Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de microfoon? Beëindig het "
-                       "gesprek of geef Tavlo even de microfoon."),
-        QStringLiteral("No microphone signal received. Is FaceTime, Zoom or Teams using the mic? End the call or let "
-                       "Tavlo use the microphone."),
-        QStringLiteral("Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk op "
-                       "de sneltoets om opnieuw te beginnen."),
-        QStringLiteral("Your microphone or audio device changed during recording. Recording stopped - press the "
-                       "hotkey to start again."),
-        QStringLiteral("⌨️  Druk nu op de toets die je als sneltoets wilt gebruiken - Esc om te annuleren"),
-        QStringLiteral("⌨️  Now press the key you want to use as the hotkey - Esc to cancel")};
-}
-
-class MessageFont : public testing::TestWithParam<const char*> {};
-
-TEST_P(MessageFont, FitsEveryMessageOnTwoLines)
-{
-    const QString family = QLatin1String(GetParam());
-    ASSERT_TRUE(QFontDatabase::families().contains(family)) << GetParam() << " is not installed";
-    const QFont before = QApplication::font();
-    QApplication::setFont(QFont(family));
-    for (const QString& text : longMessages()) {
-        const TextStyle style = messageStyle(text);
-        EXPECT_EQ(QFontInfo(style.font).family(), family);
-        EXPECT_GE(style.font.pixelSize(), 12) << text.toStdString();
-        const QSizeF needed = TextBlock(text, style, Wrapping::BetweenWords, 424).size();
-        EXPECT_LE(needed.width(), 424) << text.toStdString();
-        EXPECT_LE(needed.height(), std::min(40.0, 2 * QFontMetricsF(style.font).height())) << text.toStdString();
-    }
-    QApplication::setFont(before);
-}
-
-INSTANTIATE_TEST_SUITE_P(Families, MessageFont,
-                         testing::Values("DejaVu Sans", "Noto Sans", "Cantarell", "Inter", "Liberation Sans"),
-                         [](const auto& family) {
-                             std::string name = family.param;
-                             std::erase(name, ' ');
-                             return name;
-                         });
 
 }  // namespace
 }  // namespace tavlo

@@ -47,16 +47,31 @@ TEST_F(OfferWindowTest, TheLayoutIsTheAgreedTable)
     const WindowDescription layout = offerWindowLayout();
     EXPECT_EQ(layout.title, QStringLiteral("Offline model"));
     EXPECT_EQ(layout.size, QSize(460, 250));
-    const std::vector<std::pair<QString, QRect>> frames{
-        {QStringLiteral("icon"), {24, 160, 56, 56}},           {QStringLiteral("title"), {96, 194, 340, 22}},
-        {QStringLiteral("body"), {96, 122, 342, 64}},          {QStringLiteral("progress"), {24, 86, 412, 16}},
-        {QStringLiteral("status"), {24, 62, 412, 16}},         {QStringLiteral("declineButton"), {202, 18, 112, 30}},
-        {QStringLiteral("downloadButton"), {322, 18, 116, 30}}};
-    ASSERT_EQ(layout.elements.size(), frames.size());
-    for (std::size_t index = 0; index < frames.size(); ++index) {
-        EXPECT_EQ(layout.elements[index].name, frames[index].first);
-        EXPECT_EQ(layout.elements[index].frame, frames[index].second) << frames[index].first.toStdString();
-    }
+    const std::vector<WindowElement> elements{
+        {.name = QStringLiteral("icon"), .kind = ElementKind::Icon, .frame = {24, 160, 56, 56}},
+        {.name = QStringLiteral("title"),
+         .kind = ElementKind::Label,
+         .frame = {96, 194, 340, 22},
+         .pixelSize = 15,
+         .weight = FontWeight::Bold},
+        {.name = QStringLiteral("body"),
+         .kind = ElementKind::WrappingLabel,
+         .frame = {96, 122, 342, 64},
+         .pixelSize = 12,
+         .colour = ColourRole::SecondaryLabel},
+        {.name = QStringLiteral("progress"),
+         .kind = ElementKind::ProgressBar,
+         .frame = {24, 86, 412, 16},
+         .visibility = Visibility::Hidden},
+        {.name = QStringLiteral("status"),
+         .kind = ElementKind::Label,
+         .frame = {24, 62, 412, 16},
+         .pixelSize = 11,
+         .colour = ColourRole::SecondaryLabel},
+        {.name = QStringLiteral("declineButton"), .kind = ElementKind::Button, .frame = {202, 18, 112, 30}},
+        {.name = QStringLiteral("downloadButton"), .kind = ElementKind::DefaultButton, .frame = {322, 18, 116, 30}},
+    };
+    expectElements(layout, elements);
 }
 
 TEST_F(OfferWindowTest, TheTextsFollowTheInterfaceLanguage)
@@ -332,4 +347,16 @@ TEST_F(OfferWindowTest, EveryControlHasItsNameAndRole)
     EXPECT_EQ(accessibleName(downloadButton()), QStringLiteral("Download"));
     EXPECT_EQ(accessibleName(*window().widget(QStringLiteral("status"))), QStringLiteral("Downloaden…"));
     EXPECT_EQ(accessibleRole(*window().widget(QStringLiteral("icon"))), QAccessible::Graphic);
+
+    const InLanguage english(QStringLiteral("en"));
+    openOffer();
+    EXPECT_EQ(accessibleName(bar()), QStringLiteral("Progress"));
+}
+
+TEST_F(OfferWindowTest, TheTabKeyGoesFromLeftToRight)
+{
+    openOffer();
+    EXPECT_EQ(declineButton().nextInFocusChain(), &downloadButton());
+    EXPECT_NE(declineButton().focusPolicy() & Qt::TabFocus, 0);
+    EXPECT_NE(downloadButton().focusPolicy() & Qt::TabFocus, 0);
 }

@@ -110,6 +110,14 @@ TEST_F(RecordingHUDTest, IsCutToAPillWithoutACompositor)
     EXPECT_TRUE(panel()->mask().isEmpty());
 }
 
+TEST_F(RecordingHUDTest, WithoutAMainScreenAtTheFirstShowItIsShownAtTheInitialOrigin)
+{
+    screens.frame.reset();
+    hud.show();
+    EXPECT_TRUE(panel()->isVisible());
+    EXPECT_EQ(panel()->pos(), QPoint(0, 0));
+}
+
 TEST_F(RecordingHUDTest, WithoutAMainScreenItIsShownWhereItWas)
 {
     hud.show();

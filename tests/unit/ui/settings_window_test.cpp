@@ -78,22 +78,36 @@ TEST_F(SettingsWindowTest, TheLayoutIsTheAgreedTable)
     const WindowDescription layout = settingsWindowLayout();
     EXPECT_EQ(layout.title, QStringLiteral("Tavlo-instellingen"));
     EXPECT_EQ(layout.size, QSize(480, 506));
-    const std::vector<std::pair<QString, QRect>> frames{
-        {QStringLiteral("langLabel"), {20, 472, 150, 17}},     {QStringLiteral("langPopup"), {180, 466, 280, 26}},
-        {QStringLiteral("providerLabel"), {20, 438, 150, 17}}, {QStringLiteral("providerPopup"), {180, 432, 280, 26}},
-        {QStringLiteral("apiLabel"), {20, 400, 300, 17}},      {QStringLiteral("keyPageButton"), {330, 396, 130, 24}},
-        {QStringLiteral("apiField"), {20, 368, 440, 24}},      {QStringLiteral("modelLabel"), {20, 334, 150, 17}},
-        {QStringLiteral("modelPopup"), {180, 328, 280, 26}},   {QStringLiteral("costLabel"), {20, 294, 448, 28}},
-        {QStringLiteral("engineLabel"), {20, 276, 150, 17}},   {QStringLiteral("enginePopup"), {180, 270, 280, 26}},
-        {QStringLiteral("vocabLabel"), {20, 242, 440, 17}},    {QStringLiteral("vocabView"), {20, 154, 440, 84}},
-        {QStringLiteral("duckCheck"), {20, 120, 440, 18}},     {QStringLiteral("duckLabel"), {20, 88, 150, 17}},
-        {QStringLiteral("duckSlider"), {180, 86, 230, 20}},    {QStringLiteral("duckPct"), {420, 88, 45, 17}},
-        {QStringLiteral("cancelButton"), {250, 20, 100, 32}},  {QStringLiteral("saveButton"), {360, 20, 100, 32}}};
-    ASSERT_EQ(layout.elements.size(), frames.size());
-    for (std::size_t index = 0; index < frames.size(); ++index) {
-        EXPECT_EQ(layout.elements[index].name, frames[index].first);
-        EXPECT_EQ(layout.elements[index].frame, frames[index].second) << frames[index].first.toStdString();
-    }
+    const std::vector<WindowElement> elements{
+        {.name = QStringLiteral("langLabel"), .kind = ElementKind::Label, .frame = {20, 472, 150, 17}},
+        {.name = QStringLiteral("langPopup"), .kind = ElementKind::PopUp, .frame = {180, 466, 280, 26}},
+        {.name = QStringLiteral("providerLabel"), .kind = ElementKind::Label, .frame = {20, 438, 150, 17}},
+        {.name = QStringLiteral("providerPopup"), .kind = ElementKind::PopUp, .frame = {180, 432, 280, 26}},
+        {.name = QStringLiteral("apiLabel"), .kind = ElementKind::Label, .frame = {20, 400, 300, 17}},
+        {.name = QStringLiteral("keyPageButton"),
+         .kind = ElementKind::SmallButton,
+         .frame = {330, 396, 130, 24},
+         .pixelSize = 11},
+        {.name = QStringLiteral("apiField"), .kind = ElementKind::TextField, .frame = {20, 368, 440, 24}},
+        {.name = QStringLiteral("modelLabel"), .kind = ElementKind::Label, .frame = {20, 334, 150, 17}},
+        {.name = QStringLiteral("modelPopup"), .kind = ElementKind::PopUp, .frame = {180, 328, 280, 26}},
+        {.name = QStringLiteral("costLabel"),
+         .kind = ElementKind::WrappingLabel,
+         .frame = {20, 294, 448, 28},
+         .pixelSize = 11,
+         .colour = ColourRole::SecondaryLabel},
+        {.name = QStringLiteral("engineLabel"), .kind = ElementKind::Label, .frame = {20, 276, 150, 17}},
+        {.name = QStringLiteral("enginePopup"), .kind = ElementKind::PopUp, .frame = {180, 270, 280, 26}},
+        {.name = QStringLiteral("vocabLabel"), .kind = ElementKind::Label, .frame = {20, 242, 440, 17}},
+        {.name = QStringLiteral("vocabView"), .kind = ElementKind::TextView, .frame = {20, 154, 440, 84}},
+        {.name = QStringLiteral("duckCheck"), .kind = ElementKind::CheckBox, .frame = {20, 120, 440, 18}},
+        {.name = QStringLiteral("duckLabel"), .kind = ElementKind::Label, .frame = {20, 88, 150, 17}},
+        {.name = QStringLiteral("duckSlider"), .kind = ElementKind::Slider, .frame = {180, 86, 230, 20}},
+        {.name = QStringLiteral("duckPct"), .kind = ElementKind::Label, .frame = {420, 88, 45, 17}},
+        {.name = QStringLiteral("cancelButton"), .kind = ElementKind::Button, .frame = {250, 20, 100, 32}},
+        {.name = QStringLiteral("saveButton"), .kind = ElementKind::DefaultButton, .frame = {360, 20, 100, 32}},
+    };
+    expectElements(layout, elements);
 }
 
 TEST_F(SettingsWindowTest, TheControlsStandWhereTheLayoutPutsThem)

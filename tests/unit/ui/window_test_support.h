@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <vector>
 
 // How GoogleTest shows a text.
 inline void PrintTo(const QString& text, std::ostream* stream)
@@ -63,6 +64,21 @@ inline int visibleWindows()
         count += window->isVisible() && dynamic_cast<const WindowFrame*>(window) ? 1 : 0;
     }
     return count;
+}
+
+// What a window's description says of each element, texts and accessible names apart.
+inline void expectElements(const WindowDescription& layout, const std::vector<WindowElement>& expected)
+{
+    ASSERT_EQ(layout.elements.size(), expected.size());
+    for (std::size_t index = 0; index < expected.size(); ++index) {
+        WindowElement element = layout.elements[index];
+        element.text.clear();
+        element.accessibleName.clear();
+        element.labelled.clear();
+        EXPECT_EQ(element.name, expected[index].name);
+        EXPECT_EQ(element.frame, expected[index].frame) << element.name.toStdString();
+        EXPECT_TRUE(element == expected[index]) << "the style of " << element.name.toStdString();
+    }
 }
 
 inline void destroyWhatWaits()
