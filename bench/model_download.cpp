@@ -116,7 +116,7 @@ int main(int argc, char** argv)
     }
     terms.authorities = authority.readAll();
     ModelDownloader downloader(locations, log, queue, QString::fromLocal8Bit(argv[1]), terms);
-    OfferWindow offer(downloader, screens);
+    OfferWindow offer(downloader, screens, queue);
 
     bool isInstalled = false;
     double started = 0;

@@ -81,7 +81,7 @@ int run(QApplication& application)
 
     CloudClient cloud;
     ModelDownloader downloader(locations, log, queue, kModelRemoteURL);
-    OfferWindow offer(downloader, desktop.screens);
+    OfferWindow offer(downloader, desktop.screens, queue);
     RecordingHUD hud(desktop.screens);
     MessageHUD msgHud(queue, desktop.screens);
 

@@ -12,6 +12,7 @@
 #include <QPushButton>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <utility>
 
@@ -20,6 +21,7 @@ namespace tavlo {
 namespace {
 
 constexpr int kProgressSteps = 1000;
+constexpr std::chrono::milliseconds kProgressPause{100};
 
 const QString kProgress = QStringLiteral("progress");
 const QString kStatus = QStringLiteral("status");
@@ -58,7 +60,10 @@ void OfferWindow::DestroyLater::operator()(WindowFrame* window) const
     window->deleteLater();
 }
 
-OfferWindow::OfferWindow(ModelDownload& download, Screens& screens) : m_download(download), m_screens(screens) {}
+OfferWindow::OfferWindow(ModelDownload& download, Screens& screens, MainQueue& queue)
+    : m_download(download), m_screens(screens), m_queue(queue)
+{
+}
 
 OfferWindow::~OfferWindow() = default;
 
@@ -67,7 +72,7 @@ void OfferWindow::offerModelDownload(std::function<void(ModelOutcome)> completio
     // The offer before this one is dropped with its buttons; nobody hears of its end.
     m_modelWindow.reset();
     m_modelTargets.clear();
-    m_progressShown = ProgressShown::No;
+    forgetProgress();
     m_completion = std::move(completion);
 
     m_modelWindow.reset(new WindowFrame(offerWindowLayout()));
@@ -91,10 +96,11 @@ void OfferWindow::startDownload()
     m_modelWindow->control<QProgressBar>(kProgress).setVisible(true);
     m_modelWindow->redescribe(statusElement());
     showStatus(*m_modelWindow, t(QStringLiteral("Downloaden…"), QStringLiteral("Downloading…")));
+    forgetProgress();
     m_progressShown = ProgressShown::Yes;
     m_download.onProgress = [this, owner = m_lifetime.reference()](double fraction, qint64 written, qint64 expected) {
         if (!owner.expired()) {
-            showProgress(fraction, written, expected);
+            reported({fraction, written, expected});
         }
     };
     m_download.onDone = [this, owner = m_lifetime.reference()](const Result<void>& result) {
@@ -114,13 +120,35 @@ void OfferWindow::decline()
     end(ModelOutcome::Declined);
 }
 
-void OfferWindow::showProgress(double fraction, qint64 written, qint64 expected)
+void OfferWindow::reported(const Progress& progress)
 {
     if (m_progressShown == ProgressShown::No) {
         return;
     }
-    m_modelWindow->control<QProgressBar>(kProgress).setValue(static_cast<int>(std::lround(fraction * kProgressSteps)));
-    showStatus(*m_modelWindow, downloadProgressText(fraction, written, expected, QLocale::system()));
+    m_latest = progress;
+    if (!m_isPausing) {
+        showLatestProgress();
+    }
+}
+
+void OfferWindow::showLatestProgress()
+{
+    m_isPausing = m_latest.has_value();
+    if (const auto latest = std::exchange(m_latest, std::nullopt)) {
+        m_modelWindow->control<QProgressBar>(kProgress).setValue(
+            static_cast<int>(std::lround(latest->fraction * kProgressSteps)));
+        showStatus(*m_modelWindow,
+                   downloadProgressText(latest->fraction, latest->written, latest->expected, QLocale::system()));
+        m_queue.postAfter(kProgressPause, m_pause.reference(), [this] { showLatestProgress(); });
+    }
+}
+
+void OfferWindow::forgetProgress()
+{
+    m_progressShown = ProgressShown::No;
+    m_latest.reset();
+    m_isPausing = false;
+    m_pause.renew();
 }
 
 void OfferWindow::downloadEnded(const Result<void>& result)
@@ -137,7 +165,7 @@ void OfferWindow::downloadEnded(const Result<void>& result)
     if (m_progressShown == ProgressShown::No) {
         return;  // of a download that an earlier window started
     }
-    m_progressShown = ProgressShown::No;
+    forgetProgress();
     m_modelWindow->control<QProgressBar>(kProgress).hide();
     showFailure(*m_modelWindow, downloadFailureText(result.error().description));
     m_modelWindow->retitle(kDownloadButton, t(QStringLiteral("Opnieuw"), QStringLiteral("Retry")));
@@ -151,7 +179,7 @@ void OfferWindow::end(ModelOutcome outcome)
     }
     m_modelWindow.reset();
     m_modelTargets.clear();
-    m_progressShown = ProgressShown::No;
+    forgetProgress();
     const auto completion = std::exchange(m_completion, nullptr);
     if (completion) {
         completion(outcome);

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace tavlo {
@@ -19,8 +20,8 @@ class Screens;
 // takes the place of the one before it. Main thread.
 class OfferWindow : public ModelOffer {
 public:
-    // Both outlive this object.
-    OfferWindow(ModelDownload& download, Screens& screens);
+    // All outlive this object.
+    OfferWindow(ModelDownload& download, Screens& screens, MainQueue& queue);
     ~OfferWindow() override;
 
     void offerModelDownload(std::function<void(ModelOutcome)> completion) override;
@@ -31,6 +32,11 @@ public:
 private:
     // Whether the download reports to the offer that is open: from the press of its button to a failure.
     enum class ProgressShown { No, Yes };
+    struct Progress {
+        double fraction;
+        qint64 written;
+        qint64 expected;
+    };
     // A window may end from within a click on one of its own buttons, so it goes after the click has been handled.
     struct DestroyLater {
         void operator()(WindowFrame* window) const;
@@ -38,17 +44,24 @@ private:
 
     void startDownload();
     void decline();
-    void showProgress(double fraction, qint64 written, qint64 expected);
+    // Shows the first report at once, and then the latest one ten times a second: a fast line tells of hundreds.
+    void reported(const Progress& progress);
+    void showLatestProgress();
+    void forgetProgress();
     void downloadEnded(const Result<void>& result);
     void end(ModelOutcome outcome);
     void bind(const QString& button, void (OfferWindow::*action)());
 
     ModelDownload& m_download;
     Screens& m_screens;
+    MainQueue& m_queue;
     std::unique_ptr<WindowFrame, DestroyLater> m_modelWindow;
     std::vector<std::unique_ptr<ClosureTarget>> m_modelTargets;
     std::function<void(ModelOutcome)> m_completion;  // of the offer that is open
     ProgressShown m_progressShown = ProgressShown::No;
+    std::optional<Progress> m_latest;  // not shown yet
+    bool m_isPausing = false;          // a report was shown just now
+    Lifetime m_pause;
     Lifetime m_lifetime;
 };
 

@@ -96,7 +96,7 @@ int main(int argc, char** argv)
     StandingDownload download;
     SettingsWindow settings({file, keychain, secrets, log, workspace, screens, [] {}});
     AboutWindow about(QStringLiteral("1.0"), screens, {[] {}, [] {}});
-    OfferWindow offer(download, screens);
+    OfferWindow offer(download, screens, queue);
     TypingKeyAlertBox alert;
 
     QLineEdit field;

@@ -2,6 +2,7 @@
 
 #include "support/fakes/fake_model_download.h"
 #include "support/fakes/fake_screens.h"
+#include "support/fakes/manual_main_queue.h"
 #include "ui/offer_window_layout.h"
 #include "window_test_support.h"
 
@@ -33,7 +34,8 @@ protected:
 
     FakeModelDownload m_download;
     FakeScreens m_screens;
-    OfferWindow m_offer{m_download, m_screens};
+    ManualMainQueue m_queue;
+    OfferWindow m_offer{m_download, m_screens, m_queue};
     std::vector<ModelOutcome> m_outcomes;
 };
 
@@ -149,6 +151,43 @@ TEST_F(OfferWindowTest, EscapeDeclines)
     press(window(), Qt::Key_Escape);
     EXPECT_EQ(m_outcomes, kDeclined);
     EXPECT_EQ(visibleWindows(), 0);
+}
+
+TEST_F(OfferWindowTest, AFastLinesReportsAreShownTenTimesASecondAndTheLastOneAlways)
+{
+    openOffer();
+    downloadButton().click();
+    const auto shown = [this] { return bar().value(); };
+    m_download.progress(0.1, 1, 10);
+    EXPECT_EQ(shown(), 100);
+    m_download.progress(0.2, 2, 10);
+    m_download.progress(0.3, 3, 10);
+    EXPECT_EQ(shown(), 100);
+    m_queue.advance(std::chrono::milliseconds(99));
+    EXPECT_EQ(shown(), 100);
+    m_queue.advance(std::chrono::milliseconds(1));
+    EXPECT_EQ(shown(), 300);
+    EXPECT_TRUE(status().endsWith(QStringLiteral("(30%)")));
+    // After a pause the next report is shown at once.
+    m_queue.advance(std::chrono::milliseconds(100));
+    m_download.progress(0.4, 4, 10);
+    EXPECT_EQ(shown(), 400);
+}
+
+TEST_F(OfferWindowTest, AReportThatWaitsIsForgottenWhenTheDownloadFails)
+{
+    openOffer();
+    downloadButton().click();
+    m_download.progress(0.1, 1, 10);
+    m_download.progress(0.2, 2, 10);
+    m_download.finish(tl::unexpected<Error>(Error{QStringLiteral("test"), 1, QStringLiteral("kapot")}));
+    m_queue.advance(std::chrono::seconds(1));
+    EXPECT_EQ(status(), QStringLiteral("Download mislukt: kapot"));
+    downloadButton().click();
+    m_queue.advance(std::chrono::seconds(1));
+    EXPECT_EQ(status(), QStringLiteral("Downloaden…"));
+    m_download.progress(0.5, 5, 10);
+    EXPECT_EQ(bar().value(), 500);
 }
 
 TEST_F(OfferWindowTest, ProgressMovesTheBarAndNamesTheAmounts)
@@ -327,7 +366,7 @@ TEST_F(OfferWindowTest, TheCompletionMayOpenTheNextOffer)
 
 TEST_F(OfferWindowTest, CallbacksAfterTheOffersOwnerIsGoneDoNothing)
 {
-    auto offer = std::make_unique<OfferWindow>(m_download, m_screens);
+    auto offer = std::make_unique<OfferWindow>(m_download, m_screens, m_queue);
     offer->offerModelDownload([](ModelOutcome) { FAIL() << "Nobody is there to hear it."; });
     offer->modelWindow()->control<QPushButton>(QStringLiteral("downloadButton")).click();
     offer.reset();

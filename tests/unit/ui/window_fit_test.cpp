@@ -152,7 +152,8 @@ TEST_P(WindowFit, TheAboutWindow)
 TEST_P(WindowFit, TheOfferWindowInEveryState)
 {
     FakeModelDownload download;
-    OfferWindow offer(download, m_screens);
+    ManualMainQueue queue;
+    OfferWindow offer(download, m_screens, queue);
     offer.offerModelDownload([](ModelOutcome) {});
     expectEverythingFits(*offer.modelWindow());
     auto& downloadButton = offer.modelWindow()->control<QPushButton>(QStringLiteral("downloadButton"));
@@ -169,6 +170,8 @@ TEST_P(WindowFit, TheOfferWindowInEveryState)
         download.progress(0, 12'000, -1);
         expectEverythingFits(*offer.modelWindow());
         download.progress(1, 999'900'000, 88'888'000'000);
+        queue.advance(std::chrono::milliseconds(100));
+        EXPECT_TRUE(labelText(*offer.modelWindow(), "status").endsWith(QStringLiteral("(100%)")));
         expectEverythingFits(*offer.modelWindow());
         expectNothingOverlaps(*offer.modelWindow());
         download.finish(failure(1, description));
