@@ -15,6 +15,23 @@ def _first_line(*command):
     return lines[0] if lines else "unknown"
 
 
+class Stolen:
+    """The share of the processors' time that the host of a virtual machine has given to others since it was made."""
+
+    def __init__(self):
+        self._before = self._read()
+
+    @staticmethod
+    def _read():
+        # user, nice, system, idle, iowait, irq, softirq, steal (man 5 proc)
+        values = [int(word) for word in pathlib.Path("/proc/stat").read_text().split("\n", 1)[0].split()[1:9]]
+        return values[7], sum(values)
+
+    def percentage(self):
+        stolen, whole = (now - then for now, then in zip(self._read(), self._before))
+        return 100 * stolen / whole if whole else 0.0
+
+
 def describe(build_folder):
     """Names and values, in the order in which they are shown."""
     processor = next((line.partition(":")[2].strip() for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines()
