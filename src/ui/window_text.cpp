@@ -67,7 +67,7 @@ Result remembered(const std::vector<TextRequest>& requests, Find find)
     if (const Result* const found = known.object(fit)) {
         return *found;
     }
-    const Result result = find(requests);
+    Result result = find(requests);
     known.insert(fit, new Result(result));
     return result;
 }
