@@ -52,6 +52,21 @@ QString keyName(const KeyEvent& event)
 
 }  // namespace
 
+TypingKeyAlert typingKeyAlert(const QString& keyName)
+{
+    return {
+        QLatin1Char('\'') + keyName +
+            t(QStringLiteral("' is een veelgebruikte typtoets"), QStringLiteral("' is a commonly used typing key")),
+        t(QStringLiteral("Als je deze toets als sneltoets instelt, start of stopt de opname élke keer dat je hem "
+                         "ergens typt. Een F-toets (of §) is meestal een betere keuze."),
+          QStringLiteral("If you set this key as the hotkey, recording will start or stop every time you type it "
+                         "anywhere. An F-key (or §) is usually a better choice.")),
+        t(QStringLiteral("Andere toets kiezen"), QStringLiteral("Choose another key")),
+        t(QStringLiteral("Toch gebruiken"), QStringLiteral("Use anyway")),
+        t(QStringLiteral("Annuleer"), QStringLiteral("Cancel")),
+    };
+}
+
 HotkeyCapture::HotkeyCapture(MainQueue& queue, ConfigFile& file, AppLog& log, HotkeyDisplay& display)
     : m_queue(queue), m_file(file), m_log(log), m_display(display)
 {
@@ -124,17 +139,7 @@ void HotkeyCapture::warnAboutTypingKey(std::uint16_t keyCode, const QString& nam
     m_display.setCapturing(false);
     m_display.hideMessage();
     m_display.setIcon(QStringLiteral("mic"));
-    const TypingKeyAlert alert = {
-        QLatin1Char('\'') + name +
-            t(QStringLiteral("' is een veelgebruikte typtoets"), QStringLiteral("' is a commonly used typing key")),
-        t(QStringLiteral("Als je deze toets als sneltoets instelt, start of stopt de opname élke keer dat je hem "
-                         "ergens typt. Een F-toets (of §) is meestal een betere keuze."),
-          QStringLiteral("If you set this key as the hotkey, recording will start or stop every time you type it "
-                         "anywhere. An F-key (or §) is usually a better choice.")),
-        t(QStringLiteral("Andere toets kiezen"), QStringLiteral("Choose another key")),
-        t(QStringLiteral("Toch gebruiken"), QStringLiteral("Use anyway")),
-        t(QStringLiteral("Annuleer"), QStringLiteral("Cancel")),
-    };
+    const TypingKeyAlert alert = typingKeyAlert(name);
     m_display.showTypingKeyAlert(alert, [this, alive = m_lifetime.reference(), keyCode, name](TypingKeyAnswer answer) {
         if (alive.expired()) {
             return;

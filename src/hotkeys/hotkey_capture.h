@@ -13,6 +13,10 @@ namespace tavlo {
 class AppLog;
 class ConfigFile;
 class HotkeyDisplay;
+struct TypingKeyAlert;
+
+// The warning about a key that is often typed, in the interface language.
+TypingKeyAlert typingKeyAlert(const QString& keyName);
 
 // Choosing the hotkey: a row of the catalogue, or any key by pressing it. Main thread.
 class HotkeyCapture {

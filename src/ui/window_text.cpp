@@ -33,6 +33,11 @@ QFont::Weight fontWeight(FontWeight weight)
     return QFont::Normal;
 }
 
+bool fits(const TextBlock& block, const QSizeF& room)
+{
+    return block.size().width() <= room.width() && block.size().height() <= room.height();
+}
+
 // What a style was chosen for.
 struct Fit {
     std::vector<TextRequest> requests;
@@ -146,8 +151,7 @@ void TextBlock::draw(QPainter& painter, const QRectF& frame, TextAlignment align
 
 bool fits(const TextRequest& request, const TextStyle& style)
 {
-    const QSizeF needed = TextBlock(request.text, style, request.wrapping, request.room.width()).size();
-    return needed.width() <= request.room.width() && needed.height() <= request.room.height();
+    return fits(TextBlock(request.text, style, request.wrapping, request.room.width()), request.room);
 }
 
 namespace {
@@ -191,7 +195,8 @@ FittedText laidOut(const TextRequest& request)
     if (request.wrapping == Wrapping::SingleLine) {
         shown = QFontMetricsF(style.font).elidedText(shown, Qt::ElideRight, request.room.width() + 0.5);
     }
-    return {style, TextBlock(shown, style, request.wrapping, request.room.width()), fits(request, style)};
+    const TextBlock block(shown, style, request.wrapping, request.room.width());
+    return {style, block, shown == request.text && fits(block, request.room)};
 }
 
 }  // namespace

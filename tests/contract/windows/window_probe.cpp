@@ -4,6 +4,7 @@
 // it saves the window's content there and ends; else it runs until it is ended.
 
 #include "engines/model_download.h"
+#include "hotkeys/hotkey_capture.h"
 #include "platform/screens.h"
 #include "platform/workspace.h"
 #include "settings/config_file.h"
@@ -115,18 +116,7 @@ int main(int argc, char** argv)
             field.showFullScreen();
             shown = &field;
         } else if (window == QLatin1String("alert")) {
-            const QString name = t(QStringLiteral("Spatie"), QStringLiteral("Space"));
-            alert.show({t(QStringLiteral("'%1' is een veelgebruikte typtoets"),
-                          QStringLiteral("'%1' is a commonly used typing key"))
-                            .arg(name),
-                        t(QStringLiteral("Als je deze toets als sneltoets instelt, start of stopt de opname élke keer "
-                                         "dat je hem ergens typt. Een F-toets (of §) is meestal een betere keuze."),
-                          QStringLiteral("If you set this key as the hotkey, recording will start or stop every time "
-                                         "you type it anywhere. An F-key (or §) is usually a better choice.")),
-                        t(QStringLiteral("Andere toets kiezen"), QStringLiteral("Choose another key")),
-                        t(QStringLiteral("Toch gebruiken"), QStringLiteral("Use anyway")),
-                        t(QStringLiteral("Annuleer"), QStringLiteral("Cancel"))},
-                       [](TypingKeyAnswer) {});
+            alert.show(typingKeyAlert(t(QStringLiteral("Spatie"), QStringLiteral("Space"))), [](TypingKeyAnswer) {});
             shown = alert.box();
         } else {
             offer.offerModelDownload([](ModelOutcome) {});

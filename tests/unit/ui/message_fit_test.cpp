@@ -1,5 +1,6 @@
 // The texts of the message overlay and of the warning about a typing key, in the fonts that desktops come with.
 
+#include "hotkeys/hotkey_capture.h"
 #include "ui/message_view.h"
 #include "ui/typing_key_alert.h"
 #include "window_test_support.h"
@@ -67,16 +68,7 @@ TEST_P(MessageFont, TheTypingKeyAlertHasRoomForItsTexts)
     for (const char* const language : {"nl", "en"}) {
         const InLanguage inLanguage(QString::fromLatin1(language));
         TypingKeyAlertBox alert;
-        alert.show({t(QStringLiteral("'Spatie' is een veelgebruikte typtoets"),
-                      QStringLiteral("'Space' is a commonly used typing key")),
-                    t(QStringLiteral("Als je deze toets als sneltoets instelt, start of stopt de opname élke keer dat "
-                                     "je hem ergens typt. Een F-toets (of §) is meestal een betere keuze."),
-                      QStringLiteral("If you set this key as the hotkey, recording will start or stop every time you "
-                                     "type it anywhere. An F-key (or §) is usually a better choice.")),
-                    t(QStringLiteral("Kies andere toets"), QStringLiteral("Choose another key")),
-                    t(QStringLiteral("Toch gebruiken"), QStringLiteral("Use anyway")),
-                    t(QStringLiteral("Annuleer"), QStringLiteral("Cancel"))},
-                   [](TypingKeyAnswer) {});
+        alert.show(typingKeyAlert(t(QStringLiteral("Spatie"), QStringLiteral("Space"))), [](TypingKeyAnswer) {});
         QApplication::processEvents();
         int measured = 0;
         for (const QLabel* const label : alert.box()->findChildren<QLabel*>()) {
