@@ -5,6 +5,7 @@
 #include "hotkeys/hotkey_catalogue.h"
 #include "hotkeys/hotkey_detection.h"
 #include "platform/secret_store.h"
+#include "platform/text_literals.h"
 #include "settings/app_log.h"
 #include "settings/config_file.h"
 #include "settings/keychain.h"
@@ -93,7 +94,7 @@ int main(int argc, char** argv)
     hotkey.modifierFlags = kCommandFlag;
     KeyEvent letter;
     letter.keyCode = 0;
-    letter.charactersIgnoringModifiers = QStringLiteral("a");
+    letter.charactersIgnoringModifiers = u"a"_s;
 
     qsizetype keys = 0;
     QJsonArray events;
@@ -114,10 +115,8 @@ int main(int argc, char** argv)
         std::fputs("bench_key_event: the settings could not be read, or the hotkey was not recognised\n", stderr);
         return 1;
     }
-    const QJsonObject result{{QStringLiteral("letter"), events},
-                             {QStringLiteral("hotkey"), modifiers},
-                             {QStringLiteral("read"), reads},
-                             {QStringLiteral("keyring_calls"), store.calls}};
+    const QJsonObject result{
+        {u"letter"_s, events}, {u"hotkey"_s, modifiers}, {u"read"_s, reads}, {u"keyring_calls"_s, store.calls}};
     std::puts(QJsonDocument(result).toJson(QJsonDocument::Compact).constData());
     return 0;
 }

@@ -3,13 +3,14 @@
 // Prints one JSON object: seconds from the click to the installed file, how far the memory grew meanwhile (bytes), and
 // for how long the main thread was held by one event at most (milliseconds; on the clock, and of processor time).
 
-#include "engines/model_downloader.h"
-#include "platform/linux/qt/qt_main_queue.h"
-#include "platform/linux/x11/x11_display.h"
-#include "platform/linux/x11/x11_screens.h"
+#include "engines/model/model_downloader.h"
+#include "linux/qt/qt_queues.h"
+#include "linux/x11/x11_display.h"
+#include "linux/x11/x11_screens.h"
+#include "platform/text_literals.h"
 #include "settings/file_log.h"
 #include "settings/locations.h"
-#include "ui/offer_window.h"
+#include "ui/windows/offer_window.h"
 
 #include <QApplication>
 #include <QDir>
@@ -72,7 +73,7 @@ private:
 // A value of this process's status, in bytes: "VmRSS", "VmHWM".
 qint64 memory(const QByteArray& name)
 {
-    QFile status(QStringLiteral("/proc/self/status"));
+    QFile status(u"/proc/self/status"_s);
     if (status.open(QIODevice::ReadOnly)) {
         for (const QByteArray& line : status.readAll().split('\n')) {
             if (line.startsWith(name + ':')) {
@@ -85,7 +86,7 @@ qint64 memory(const QByteArray& name)
 
 void forgetMemoryPeak()
 {
-    QFile control(QStringLiteral("/proc/self/clear_refs"));
+    QFile control(u"/proc/self/clear_refs"_s);
     if (control.open(QIODevice::WriteOnly)) {
         control.write("5");
     }
@@ -133,7 +134,7 @@ int main(int argc, char** argv)
         forgetMemoryPeak();
         before = memory("VmRSS");
         started = seconds(CLOCK_MONOTONIC);
-        offer.modelWindow()->control<QPushButton>(QStringLiteral("downloadButton")).click();
+        offer.modelWindow()->control<QPushButton>(u"downloadButton"_s).click();
     });
     QTimer::singleShot(std::chrono::minutes(2), &application, &QCoreApplication::quit);
     QApplication::exec();
@@ -141,11 +142,11 @@ int main(int argc, char** argv)
         std::fputs("bench_model_download: the download did not succeed\n", stderr);
         return 1;
     }
-    const QJsonObject result{{QStringLiteral("seconds"), ended - started},
-                             {QStringLiteral("growth"), memory("VmHWM") - before},
-                             {QStringLiteral("held"), application.longestClock * 1e3},
-                             {QStringLiteral("held_processor"), application.longestProcessor * 1e3},
-                             {QStringLiteral("held_by_event"), application.longestEvent}};
+    const QJsonObject result{{u"seconds"_s, ended - started},
+                             {u"growth"_s, memory("VmHWM") - before},
+                             {u"held"_s, application.longestClock * 1e3},
+                             {u"held_processor"_s, application.longestProcessor * 1e3},
+                             {u"held_by_event"_s, application.longestEvent}};
     std::puts(QJsonDocument(result).toJson(QJsonDocument::Compact).constData());
     return 0;
 }

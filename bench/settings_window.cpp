@@ -3,12 +3,13 @@
 // An opening lasts from the call until the window has been drawn for the first time. Prints one JSON object with the
 // milliseconds of each: "settings" and "empty".
 
-#include "ui/settings_window.h"
-#include "platform/linux/qt/qt_main_queue.h"
-#include "platform/linux/qt/qt_workspace.h"
-#include "platform/linux/secretservice/secret_service_store.h"
-#include "platform/linux/x11/x11_display.h"
-#include "platform/linux/x11/x11_screens.h"
+#include "ui/windows/settings_window.h"
+#include "linux/qt/qt_queues.h"
+#include "linux/qt/qt_workspace.h"
+#include "linux/secretservice/secret_service_store.h"
+#include "linux/x11/x11_display.h"
+#include "linux/x11/x11_screens.h"
+#include "platform/text_literals.h"
 #include "settings/config_file.h"
 #include "settings/file_log.h"
 #include "settings/keychain.h"
@@ -121,7 +122,7 @@ int main(int argc, char** argv)
         plain.close();
         settle();
     }
-    const QJsonObject result{{QStringLiteral("settings"), ours}, {QStringLiteral("empty"), empty}};
+    const QJsonObject result{{u"settings"_s, ours}, {u"empty"_s, empty}};
     std::puts(QJsonDocument(result).toJson(QJsonDocument::Compact).constData());
     return 0;
 }

@@ -6,7 +6,7 @@
 
 #include "icons/svg_canvas.h"
 #include "ui/application_icon.h"
-#include "ui/tavlo_icon.h"
+#include "ui/tray/tavlo_icon.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -4,11 +4,12 @@
 #include "platform/desktop_notification.h"
 #include "platform/remote_control.h"
 #include "platform/secret_store.h"
+#include "platform/text_literals.h"
 #include "settings/app_log.h"
 #include "settings/config_file.h"
 #include "settings/language.h"
-#include "ui/overlays.h"
-#include "ui/status_item.h"
+#include "ui/overlays/overlays.h"
+#include "ui/tray/status_item.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -61,7 +62,7 @@ void AppDelegate::applicationDidFinishLaunching()
     m_parts.file.migrateToKeychain();
     gLang = m_parts.file.loadWithoutKey().appLanguage;
     m_state.statusLine = readyText();
-    m_board.setIcon(QStringLiteral("mic"));
+    m_board.setIcon(u"mic"_s);
     m_board.buildMenu();
     m_duckRepair.start();
     m_recorder.levelHandler = [this](float level) { m_parts.hud.push(level); };
@@ -75,7 +76,7 @@ void AppDelegate::applicationDidFinishLaunching()
     m_parts.secrets.requestUnlock();
     if (const QString reason = m_parts.keyboard.unavailableReason(); !reason.isEmpty()) {
         m_parts.log.appLog(reason);
-        m_board.setStatusLine(QStringLiteral("⚠️ ") + reason);
+        m_board.setStatusLine(u"⚠️ "_s + reason);
     }
 }
 
@@ -141,18 +142,17 @@ void AppDelegate::trayChanged(bool isThere)
     m_missingTrayTold = true;
     const QString label = currentHotkey(m_parts.file).label();
     m_parts.notification.show(
-        QStringLiteral("Tavlo"),
-        t(QStringLiteral("Dit bureaublad heeft geen systeemvak voor het pictogram. Tavlo werkt wel: dicteer met de "
-                         "sneltoets (") +
-              label + QStringLiteral("). Start Tavlo nog een keer om de instellingen te openen."),
-          QStringLiteral("This desktop has no system tray for the icon. Tavlo works all the same: dictate with the "
-                         "hotkey (") +
-              label + QStringLiteral("). Start Tavlo once more to open its settings.")));
+        u"Tavlo"_s, t(u"Dit bureaublad heeft geen systeemvak voor het pictogram. Tavlo werkt wel: dicteer met de "
+                      "sneltoets ("_s +
+                          label + u"). Start Tavlo nog een keer om de instellingen te openen."_s,
+                      u"This desktop has no system tray for the icon. Tavlo works all the same: dictate with the "
+                      "hotkey ("_s +
+                          label + u"). Start Tavlo once more to open its settings."_s));
 }
 
 void AppDelegate::settingsSaved()
 {
-    m_board.setStatusLine(t(QStringLiteral("Instellingen bewaard"), QStringLiteral("Settings saved")));
+    m_board.setStatusLine(t(u"Instellingen bewaard"_s, u"Settings saved"_s));
 }
 
 void AppDelegate::audioConfigurationChanged()
@@ -160,23 +160,23 @@ void AppDelegate::audioConfigurationChanged()
     if (!m_recorder.isRecording()) {
         return;
     }
-    m_parts.log.appLog(QStringLiteral("Audio-apparaat gewisseld tijdens opname - opname gestopt"));
+    m_parts.log.appLog(u"Audio-apparaat gewisseld tijdens opname - opname gestopt"_s);
     m_session.cancelRecording();
-    m_parts.msgHud.show(t(QStringLiteral("Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is "
-                                         "gestopt - druk op de sneltoets om opnieuw te beginnen."),
-                          QStringLiteral("Your microphone or audio device changed during recording. Recording "
-                                         "stopped - press the hotkey to start again.")),
+    m_parts.msgHud.show(t(u"Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is "
+                          "gestopt - druk op de sneltoets om opnieuw te beginnen."_s,
+                          u"Your microphone or audio device changed during recording. Recording "
+                          "stopped - press the hotkey to start again."_s),
                         5.0);
-    m_board.setStatusLine(t(QStringLiteral("Audio-apparaat gewisseld - opname gestopt"),
-                            QStringLiteral("Audio device changed - recording stopped")));
+    m_board.setStatusLine(
+        t(u"Audio-apparaat gewisseld - opname gestopt"_s, u"Audio device changed - recording stopped"_s));
 }
 
 void AppDelegate::publishState()
 {
-    const QString state = m_recorder.isRecording() ? QStringLiteral("recording")
-                          : m_state.busy           ? QStringLiteral("transcribing")
-                          : m_state.capturing      ? QStringLiteral("capturing")
-                                                   : QStringLiteral("ready");
+    const QString state = m_recorder.isRecording() ? u"recording"_s
+                          : m_state.busy           ? u"transcribing"_s
+                          : m_state.capturing      ? u"capturing"_s
+                                                   : u"ready"_s;
     m_parts.control.publish(state, m_state.statusLine);
 }
 

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "app/dictation_session.h"
-#include "app/duck_journal_file.h"
 #include "app/menu_actions.h"
-#include "app/session_state.h"
 #include "app/status_board.h"
 #include "app/text_delivery.h"
 #include "app/transcription_routing.h"
+#include "audio/duck_journal.h"
 #include "audio/recorder.h"
 #include "audio/volume_ducker.h"
 #include "hotkeys/hotkey_capture.h"
@@ -14,7 +13,7 @@
 #include "hotkeys/hotkey_display.h"
 #include "platform/registration.h"
 #include "settings/locations.h"
-#include "ui/status_menu.h"
+#include "ui/tray/status_menu.h"
 
 #include <QString>
 #include <QVariant>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "app/app_windows.h"
-#include "ui/about_window.h"
-#include "ui/settings_window.h"
-#include "ui/typing_key_alert.h"
+#include "ui/windows/about_window.h"
+#include "ui/windows/settings_window.h"
+#include "ui/windows/typing_key_alert.h"
 
 #include <QString>
 

@@ -1,7 +1,5 @@
 #include "app/dictation_session.h"
 
-#include "app/last_recording.h"
-#include "app/session_state.h"
 #include "app/status_board.h"
 #include "app/text_rules.h"
 #include "audio/recorder.h"
@@ -9,15 +7,28 @@
 #include "audio/wav.h"
 #include "hotkeys/hotkey_catalogue.h"
 #include "platform/sound_player.h"
+#include "platform/text_literals.h"
+#include "posix/file_access.h"
 #include "settings/app_log.h"
 #include "settings/config_file.h"
 #include "settings/language.h"
-#include "ui/overlays.h"
+#include "ui/overlays/overlays.h"
+
+#include <QFile>
 
 #include <limits>
 #include <utility>
 
 namespace tavlo {
+
+Result<void> writeLastRecording(const QByteArray& wav, const QString& path)
+{
+    Result<void> written = replaceFile(path, wav);
+    if (!written && !QFile::remove(path) && QFile::exists(path)) {
+        QFile::resize(path, 0);
+    }
+    return written;
+}
 
 namespace {
 
@@ -27,7 +38,7 @@ constexpr float kSpeechPeak = 0.18F;    // recorder's scale, -41 dBFS
 constexpr float kNoSignalPeak = 0.01F;  // below it not even a microphone's own noise came
 constexpr std::chrono::seconds kWatchdogDelay{120};
 
-const QString kWarning = QStringLiteral("⚠️ ");
+const QString kWarning = u"⚠️ "_s;
 
 }  // namespace
 
@@ -51,20 +62,20 @@ void DictationSession::menuToggle()
 void DictationSession::startRecording()
 {
     if (const auto started = m_parts.recorder.start(); !started) {
-        flashError(t(QStringLiteral("Microfoon: "), QStringLiteral("Microphone: ")) + started.error().description);
+        flashError(t(u"Microfoon: "_s, u"Microphone: "_s) + started.error().description);
         return;
     }
-    m_parts.sounds.playSound(QStringLiteral("Pop"), 0.15F);
+    m_parts.sounds.playSound(u"Pop"_s, 0.15F);
     // The key plays no part in a recording's start, so a slow keyring must not delay it.
     const Config config = m_parts.file.loadWithoutKey();
     if (config.duckEnabled) {
         m_parts.ducker.duckTo(static_cast<float>(config.duckVolume));
     }
     m_parts.hud.show();
-    m_parts.board.setIcon(QStringLiteral("waveform"));
+    m_parts.board.setIcon(u"waveform"_s);
     const QString label = hotkeyFrom(config, m_parts.file.path()).label();
-    m_parts.board.setStatusLine(t(QStringLiteral("Opnemen… ") + label + QStringLiteral(" = stop, Esc = annuleren"),
-                                  QStringLiteral("Recording… ") + label + QStringLiteral(" = stop, Esc = cancel")));
+    m_parts.board.setStatusLine(t(u"Opnemen… "_s + label + u" = stop, Esc = annuleren"_s,
+                                  u"Recording… "_s + label + u" = stop, Esc = cancel"_s));
     m_prepare();
 }
 
@@ -74,12 +85,12 @@ void DictationSession::finishRecording()
     QByteArray pcm = m_parts.recorder.stop();
     m_parts.hud.hide();
     m_parts.ducker.restore();
-    m_parts.sounds.playSound(QStringLiteral("Tink"), 0.12F);
+    m_parts.sounds.playSound(u"Tink"_s, 0.12F);
 
     const double duration = static_cast<double>(pcm.size()) / kBytesPerSecond;
     if (duration < kShortestRecordingSeconds) {
-        m_parts.board.setIcon(QStringLiteral("mic"));
-        m_parts.board.setStatusLine(t(QStringLiteral("Opname te kort"), QStringLiteral("Recording too short")));
+        m_parts.board.setIcon(u"mic"_s);
+        m_parts.board.setStatusLine(t(u"Opname te kort"_s, u"Recording too short"_s));
         return;
     }
     if (m_parts.recorder.peakLevel() < kSpeechPeak) {
@@ -91,23 +102,21 @@ void DictationSession::finishRecording()
 
 void DictationSession::rejectSilence()
 {
-    m_parts.board.setIcon(QStringLiteral("mic"));
+    m_parts.board.setIcon(u"mic"_s);
     const float peak = m_parts.recorder.peakLevel();
     QString statusLine;
     if (peak < kNoSignalPeak) {
-        statusLine = t(QStringLiteral("Geen microfoonsignaal - gebruikt een andere app de microfoon?"),
-                       QStringLiteral("No microphone signal - is another app using the mic?"));
-        m_parts.msgHud.show(t(QStringLiteral("Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de "
-                                             "microfoon? Beëindig het gesprek of geef Tavlo even de microfoon."),
-                              QStringLiteral("No microphone signal received. Is FaceTime, Zoom or Teams using the "
-                                             "mic? End the call or let Tavlo use the microphone.")),
+        statusLine = t(u"Geen microfoonsignaal - gebruikt een andere app de microfoon?"_s,
+                       u"No microphone signal - is another app using the mic?"_s);
+        m_parts.msgHud.show(t(u"Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de "
+                              "microfoon? Beëindig het gesprek of geef Tavlo even de microfoon."_s,
+                              u"No microphone signal received. Is FaceTime, Zoom or Teams using the "
+                              "mic? End the call or let Tavlo use the microphone."_s),
                             6.0);
     } else {
-        statusLine = t(QStringLiteral("Geen spraak gehoord - niets verstuurd"),
-                       QStringLiteral("No speech detected - nothing sent"));
+        statusLine = t(u"Geen spraak gehoord - niets verstuurd"_s, u"No speech detected - nothing sent"_s);
     }
-    m_parts.log.appLog(QStringLiteral("Stilte gedetecteerd (piek ") + shortestDecimal(peak) +
-                       QStringLiteral("), overgeslagen"));
+    m_parts.log.appLog(u"Stilte gedetecteerd (piek "_s + shortestDecimal(peak) + u"), overgeslagen"_s);
     m_parts.board.setStatusLine(statusLine);
 }
 
@@ -119,18 +128,18 @@ void DictationSession::transcribe(QByteArray pcm, double durationSeconds)
         qFatal("busyToken overflows");
     }
     const std::int64_t token = ++state.busyToken;
-    m_parts.board.setIcon(QStringLiteral("hourglass"));
+    m_parts.board.setIcon(u"hourglass"_s);
     const QString seconds = QString::number(static_cast<qint64>(durationSeconds));
     const Config config = m_parts.file.load();
-    m_parts.board.setStatusLine(t(QStringLiteral("Transcriberen… (") + seconds + QStringLiteral(" sec audio)"),
-                                  QStringLiteral("Transcribing… (") + seconds + QStringLiteral("s of audio)")),
-                                config);
-    m_parts.log.appLog(QStringLiteral("Opname gestopt: ") + seconds + QStringLiteral("s audio, start transcriptie"));
+    m_parts.board.setStatusLine(
+        t(u"Transcriberen… ("_s + seconds + u" sec audio)"_s, u"Transcribing… ("_s + seconds + u"s of audio)"_s),
+        config);
+    m_parts.log.appLog(u"Opname gestopt: "_s + seconds + u"s audio, start transcriptie"_s);
     m_parts.queue.postAfter(kWatchdogDelay, m_lifetime.reference(), [this, token] { watchdogFired(token); });
 
     const QByteArray wav = makeWav(std::move(pcm));
     if (const auto written = writeLastRecording(wav, m_parts.lastWavPath); !written) {
-        m_parts.log.appLog(QStringLiteral("Laatste opname niet bewaard: ") + written.error().description);
+        m_parts.log.appLog(u"Laatste opname niet bewaard: "_s + written.error().description);
     }
     m_handOver(wav, config, durationSeconds);
 }
@@ -141,14 +150,13 @@ void DictationSession::watchdogFired(std::int64_t token)
         return;
     }
     m_parts.state.busy = false;
-    m_parts.board.setIcon(QStringLiteral("mic"));
-    m_parts.log.appLog(QStringLiteral("WAAKHOND: transcriptie hing, app vrijgegeven"));
-    m_parts.sounds.playSound(QStringLiteral("Basso"), 0.5F);
-    m_parts.board.setStatusLine(
-        kWarning + t(QStringLiteral("Transcriptie duurde te lang en is afgebroken - opname is bewaard als "
-                                    "laatste-opname.wav"),
-                     QStringLiteral("Transcription took too long and was aborted - the recording is saved as "
-                                    "laatste-opname.wav")));
+    m_parts.board.setIcon(u"mic"_s);
+    m_parts.log.appLog(u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
+    m_parts.sounds.playSound(u"Basso"_s, 0.5F);
+    m_parts.board.setStatusLine(kWarning + t(u"Transcriptie duurde te lang en is afgebroken - opname is bewaard als "
+                                             "laatste-opname.wav"_s,
+                                             u"Transcription took too long and was aborted - the recording is saved as "
+                                             "laatste-opname.wav"_s));
 }
 
 void DictationSession::cancelRecording()
@@ -157,14 +165,14 @@ void DictationSession::cancelRecording()
     m_parts.recorder.stop();
     m_parts.hud.hide();
     m_parts.ducker.restore();
-    m_parts.sounds.playSound(QStringLiteral("Basso"), 0.2F);
-    m_parts.board.setIcon(QStringLiteral("mic"));
-    m_parts.board.setStatusLine(t(QStringLiteral("Opname geannuleerd"), QStringLiteral("Recording cancelled")));
+    m_parts.sounds.playSound(u"Basso"_s, 0.2F);
+    m_parts.board.setIcon(u"mic"_s);
+    m_parts.board.setStatusLine(t(u"Opname geannuleerd"_s, u"Recording cancelled"_s));
 }
 
 void DictationSession::flashError(const QString& message)
 {
-    m_parts.sounds.playSound(QStringLiteral("Basso"), 0.5F);
+    m_parts.sounds.playSound(u"Basso"_s, 0.5F);
     m_parts.board.setStatusLine(kWarning + message);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/main_queue.h"
+#include "platform/queues.h"
+#include "platform/result.h"
 #include "settings/config.h"
 
 #include <QByteArray>
@@ -10,6 +11,11 @@
 #include <functional>
 
 namespace tavlo {
+
+// Writes `wav` under `path`, readable by its owner only: beside it first, then renamed, so that the old file is whole
+// until the new one is. When that fails the old file is removed as well, so that no engine transcribes an earlier
+// recording's words, and the failure is returned.
+Result<void> writeLastRecording(const QByteArray& wav, const QString& path);
 
 class AppLog;
 class ConfigFile;

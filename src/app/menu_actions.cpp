@@ -2,6 +2,7 @@
 
 #include "app/status_board.h"
 #include "platform/login_item.h"
+#include "platform/text_literals.h"
 #include "platform/workspace.h"
 #include "settings/app_log.h"
 #include "settings/config_file.h"
@@ -30,15 +31,15 @@ void MenuActions::pickLanguage(const QVariant& representedObject)
         return;
     }
     const QString code = representedObject.toString();
-    m_file.update(QStringLiteral("app_language"), code);
+    m_file.update(u"app_language"_s, code);
     gLang = code;
-    m_log.appLog(QStringLiteral("Taal gewijzigd naar ") + code);
+    m_log.appLog(u"Taal gewijzigd naar "_s + code);
     m_board.setStatusLine(readyText());
 }
 
 void MenuActions::toggleDuck()
 {
-    m_file.update(QStringLiteral("duck_enabled"), !m_file.loadWithoutKey().duckEnabled);
+    m_file.update(u"duck_enabled"_s, !m_file.loadWithoutKey().duckEnabled);
     m_board.buildMenu();
 }
 
@@ -48,7 +49,7 @@ void MenuActions::toggleLogin()
     if (done) {
         m_board.buildMenu();
     } else {
-        m_flashError(t(QStringLiteral("Login-item: "), QStringLiteral("Login item: ")) + done.error().description);
+        m_flashError(t(u"Login-item: "_s, u"Login item: "_s) + done.error().description);
     }
 }
 
@@ -69,8 +70,7 @@ void MenuActions::openFeedback()
 
 QString readyText()
 {
-    return t(QStringLiteral("Klaar - druk op de sneltoets om te dicteren"),
-             QStringLiteral("Ready - press the hotkey to dictate"));
+    return t(u"Klaar - druk op de sneltoets om te dicteren"_s, u"Ready - press the hotkey to dictate"_s);
 }
 
 }  // namespace tavlo

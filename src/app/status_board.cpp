@@ -1,12 +1,11 @@
 #include "app/status_board.h"
 
-#include "app/session_state.h"
 #include "audio/recorder.h"
 #include "hotkeys/hotkey_catalogue.h"
 #include "platform/login_item.h"
 #include "settings/config_file.h"
-#include "ui/status_item.h"
-#include "ui/status_menu.h"
+#include "ui/tray/status_item.h"
+#include "ui/tray/status_menu.h"
 
 namespace tavlo {
 

@@ -1,10 +1,9 @@
 #include "app/text_delivery.h"
 
-#include "app/session_state.h"
 #include "app/status_board.h"
-#include "platform/paste_keystroke.h"
-#include "platform/pasteboard.h"
+#include "platform/paste.h"
 #include "platform/sound_player.h"
+#include "platform/text_literals.h"
 #include "settings/language.h"
 
 namespace tavlo {
@@ -30,10 +29,9 @@ void TextDelivery::paste(const QString& text)
         return;
     }
     m_board.setStatusLine(
-        t(QStringLiteral(
-              "⚠️ Tekst staat op klembord (⌘V) - zet Toegankelijkheid weer aan voor automatisch plakken"),
-          QStringLiteral("⚠️ Text is on the clipboard (⌘V) - re-enable Accessibility for automatic pasting")));
-    m_sounds.playSound(QStringLiteral("Basso"), 0.4F);
+        t(u"⚠️ Tekst staat op klembord (⌘V) - zet Toegankelijkheid weer aan voor automatisch plakken"_s,
+          u"⚠️ Text is on the clipboard (⌘V) - re-enable Accessibility for automatic pasting"_s));
+    m_sounds.playSound(u"Basso"_s, 0.4F);
     m_keystroke.openTrustSettings();
 }
 

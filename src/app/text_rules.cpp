@@ -1,5 +1,7 @@
 #include "app/text_rules.h"
 
+#include "platform/text_literals.h"
+
 #include <QTextBoundaryFinder>
 
 #include <array>
@@ -97,7 +99,7 @@ QString shortestDecimal(float value)
     const auto length = error == std::errc() ? end - buffer.data() : 0;
     QString text = QString::fromLatin1(buffer.data(), static_cast<qsizetype>(length));
     if (!text.contains(QLatin1Char('.'))) {
-        text += QStringLiteral(".0");
+        text += u".0"_s;
     }
     return text;
 }

@@ -1,11 +1,11 @@
 #include "app/transcription_routing.h"
 
-#include "app/session_state.h"
 #include "app/status_board.h"
 #include "app/text_delivery.h"
 #include "app/text_rules.h"
-#include "platform/background_queue.h"
+#include "platform/queues.h"
 #include "platform/sound_player.h"
+#include "platform/text_literals.h"
 #include "settings/app_log.h"
 #include "settings/config_file.h"
 #include "settings/language.h"
@@ -21,8 +21,7 @@ QString cloudLabel(const Config& config)
 
 bool goesToCloud(const Config& config)
 {
-    return config.engine == QLatin1String("openai") ||
-           (config.engine == QLatin1String("auto") && !config.apiKey.isEmpty());
+    return config.engine == "openai"_L1 || (config.engine == "auto"_L1 && !config.apiKey.isEmpty());
 }
 
 }  // namespace
@@ -60,10 +59,9 @@ void TranscriptionRouting::handleCloud(const TranscriptionResult& result, const 
 {
     const QString provider = config.providerName();
     if (!result) {
-        m_parts.log.appLog(provider + QStringLiteral(" mislukt: ") + result.error().description +
-                           QStringLiteral(" - fallback naar lokaal"));
-        m_parts.board.setStatusLine(provider + t(QStringLiteral(" niet bereikbaar - lokale Whisper als reserve…"),
-                                                 QStringLiteral(" unreachable - falling back to local Whisper…")));
+        m_parts.log.appLog(provider + u" mislukt: "_s + result.error().description + u" - fallback naar lokaal"_s);
+        m_parts.board.setStatusLine(provider + t(u" niet bereikbaar - lokale Whisper als reserve…"_s,
+                                                 u" unreachable - falling back to local Whisper…"_s));
         // Whether the model is installed is left to the local engine, whose failure the user then reads.
         runLocal(config, [this](const TranscriptionResult& local) { handleLocal(local); });
         return;
@@ -78,11 +76,10 @@ void TranscriptionRouting::handleCloud(const TranscriptionResult& result, const 
 void TranscriptionRouting::crossCheck(const QString& cloudText, const Config& config, double durationSeconds)
 {
     const int cloudCount = characterCount(cloudText);
-    m_parts.log.appLog(QStringLiteral("Verdacht kort cloud-resultaat (") + QString::number(cloudCount) +
-                       QStringLiteral(" tekens / ") + QString::number(static_cast<qint64>(durationSeconds)) +
-                       QStringLiteral("s) - lokale kruischeck"));
-    m_parts.board.setStatusLine(t(QStringLiteral("Cloud gaf weinig terug - lokale controle…"),
-                                  QStringLiteral("Cloud returned little - local cross-check…")));
+    m_parts.log.appLog(u"Verdacht kort cloud-resultaat ("_s + QString::number(cloudCount) + u" tekens / "_s +
+                       QString::number(static_cast<qint64>(durationSeconds)) + u"s) - lokale kruischeck"_s);
+    m_parts.board.setStatusLine(
+        t(u"Cloud gaf weinig terug - lokale controle…"_s, u"Cloud returned little - local cross-check…"_s));
     runLocal(config, [this, cloudText, cloudCount, label = cloudLabel(config)](const TranscriptionResult& local) {
         const int localCount = local ? characterCount(*local) : 0;
         // A local failure is not told: the cloud's text is there.
@@ -90,10 +87,9 @@ void TranscriptionRouting::crossCheck(const QString& cloudText, const Config& co
             deliver(cloudText, label);
             return;
         }
-        m_parts.log.appLog(QStringLiteral("Lokale kruischeck won: ") + QString::number(localCount) +
-                           QStringLiteral(" vs ") + QString::number(cloudCount) + QStringLiteral(" tekens"));
-        deliver(*local, t(QStringLiteral("lokale Whisper (cloud miste tekst)"),
-                          QStringLiteral("local Whisper (cloud dropped text)")));
+        m_parts.log.appLog(u"Lokale kruischeck won: "_s + QString::number(localCount) + u" vs "_s +
+                           QString::number(cloudCount) + u" tekens"_s);
+        deliver(*local, t(u"lokale Whisper (cloud miste tekst)"_s, u"local Whisper (cloud dropped text)"_s));
     });
 }
 
@@ -104,16 +100,15 @@ void TranscriptionRouting::routeToLocal(const Config& config)
         return;
     }
     setReady();
-    m_parts.board.setStatusLine(
-        t(QStringLiteral("Offline model nog niet geïnstalleerd"), QStringLiteral("Offline model not installed yet")));
+    m_parts.board.setStatusLine(t(u"Offline model nog niet geïnstalleerd"_s, u"Offline model not installed yet"_s));
     m_parts.offer.offerModelDownload([this, owner = m_lifetime.reference(), config](ModelOutcome outcome) {
         if (outcome != ModelOutcome::Installed || owner.expired()) {
             return;
         }
         // The token stays: the watchdog of this recording still guards it.
         m_parts.state.busy = true;
-        m_parts.board.setIcon(QStringLiteral("hourglass"));
-        m_parts.board.setStatusLine(t(QStringLiteral("Transcriberen…"), QStringLiteral("Transcribing…")));
+        m_parts.board.setIcon(u"hourglass"_s);
+        m_parts.board.setStatusLine(t(u"Transcriberen…"_s, u"Transcribing…"_s));
         runLocal(config, [this](const TranscriptionResult& local) { handleLocal(local); });
     });
 }
@@ -130,42 +125,39 @@ void TranscriptionRouting::runLocal(const Config& config, std::function<void(con
 void TranscriptionRouting::handleLocal(const TranscriptionResult& result)
 {
     if (result) {
-        deliver(*result, t(QStringLiteral("lokale Whisper"), QStringLiteral("local Whisper")));
+        deliver(*result, t(u"lokale Whisper"_s, u"local Whisper"_s));
         return;
     }
     const QString& description = result.error().description;
     setReady();
-    m_parts.log.appLog(QStringLiteral("Lokale transcriptie mislukt: ") + description);
-    m_parts.sounds.playSound(QStringLiteral("Basso"), 0.5F);
-    m_parts.board.setStatusLine(QStringLiteral("⚠️ ") + t(QStringLiteral("Mislukt: "), QStringLiteral("Failed: ")) +
-                                description);
+    m_parts.log.appLog(u"Lokale transcriptie mislukt: "_s + description);
+    m_parts.sounds.playSound(u"Basso"_s, 0.5F);
+    m_parts.board.setStatusLine(u"⚠️ "_s + t(u"Mislukt: "_s, u"Failed: "_s) + description);
 }
 
 void TranscriptionRouting::deliver(const QString& text, const QString& engine)
 {
     setReady();
-    m_parts.log.appLog(QStringLiteral("Klaar via ") + engine + QStringLiteral(": ") +
-                       QString::number(characterCount(text)) + QStringLiteral(" tekens"));
+    m_parts.log.appLog(u"Klaar via "_s + engine + u": "_s + QString::number(characterCount(text)) + u" tekens"_s);
     if (text.isEmpty()) {
-        m_parts.board.setStatusLine(
-            t(QStringLiteral("Geen spraak gedetecteerd"), QStringLiteral("No speech detected")));
+        m_parts.board.setStatusLine(t(u"Geen spraak gedetecteerd"_s, u"No speech detected"_s));
         return;
     }
     if (isVocabularyEcho(text, m_parts.file.loadWithoutKey().vocabulary)) {
-        m_parts.log.appLog(QStringLiteral("Woordenlijst-echo onderdrukt"));
-        m_parts.board.setStatusLine(t(QStringLiteral("Geen spraak gedetecteerd (woordenlijst-echo onderdrukt)"),
-                                      QStringLiteral("No speech detected (vocabulary echo suppressed)")));
+        m_parts.log.appLog(u"Woordenlijst-echo onderdrukt"_s);
+        m_parts.board.setStatusLine(t(u"Geen spraak gedetecteerd (woordenlijst-echo onderdrukt)"_s,
+                                      u"No speech detected (vocabulary echo suppressed)"_s));
         return;
     }
     m_parts.state.lastText = text;
-    m_parts.board.setStatusLine(t(QStringLiteral("Geplakt via ") + engine, QStringLiteral("Pasted via ") + engine));
+    m_parts.board.setStatusLine(t(u"Geplakt via "_s + engine, u"Pasted via "_s + engine));
     m_parts.delivery.paste(text);
 }
 
 void TranscriptionRouting::setReady()
 {
     m_parts.state.busy = false;
-    m_parts.board.setIcon(QStringLiteral("mic"));
+    m_parts.board.setIcon(u"mic"_s);
 }
 
 }  // namespace tavlo

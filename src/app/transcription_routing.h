@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engines/engines.h"
-#include "platform/main_queue.h"
+#include "platform/queues.h"
 
 #include <QByteArray>
 #include <QString>

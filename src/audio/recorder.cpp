@@ -1,14 +1,40 @@
 #include "audio/recorder.h"
 
-#include "audio/level.h"
 #include "audio/speech_converter.h"
+#include "platform/text_literals.h"
 
 #include <QByteArrayList>
 
 #include <algorithm>
+#include <cmath>
 #include <mutex>
 
 namespace tavlo {
+
+namespace {
+
+constexpr double kQuietestRms = 0.00001;  // -100 dBFS, keeps the logarithm of silence finite
+constexpr double kRangeDecibels = 50;
+
+}  // namespace
+
+float blockLevel(const AudioBlock& block)
+{
+    if (block.samples == nullptr || block.frameCount == 0 || block.format.channelCount < 1) {
+        return 0;
+    }
+    const auto stride = static_cast<std::size_t>(block.format.channelCount);
+    double sumOfSquares = 0;
+    for (std::size_t frame = 0; frame < block.frameCount; ++frame) {
+        const double sample = block.samples[frame * stride];
+        sumOfSquares += sample * sample;
+    }
+    const double rms = std::sqrt(sumOfSquares / static_cast<double>(block.frameCount));
+    // A sample that is no number makes the sum no number; such a block counts as silence.
+    const double audible = std::isfinite(rms) ? std::max(rms, kQuietestRms) : kQuietestRms;
+    const double level = (20 * std::log10(audible) + kRangeDecibels) / kRangeDecibels;
+    return static_cast<float>(std::clamp(level, 0.0, 1.0));
+}
 
 namespace {
 
@@ -86,11 +112,11 @@ Result<void> Recorder::start()
     }
     const AudioFormat format = m_input.inputFormat();
     if (!(format.sampleRate > 0) || format.channelCount <= 0) {
-        return failure(kNoInputCode, QStringLiteral("Geen microfoon beschikbaar (of geen toestemming)."));
+        return failure(kNoInputCode, u"Geen microfoon beschikbaar (of geen toestemming)."_s);
     }
     std::shared_ptr<SpeechConverter> converter = SpeechConverter::create(format);
     if (!converter) {
-        return failure(kNoConverterCode, QStringLiteral("Audioconversie niet mogelijk."));
+        return failure(kNoConverterCode, u"Audioconversie niet mogelijk."_s);
     }
     m_collected->reset();
     m_converter = converter;

@@ -1,5 +1,7 @@
 #include "audio/sound_cues.h"
 
+#include "platform/text_literals.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -82,13 +84,13 @@ std::vector<float> compute(const Cue& cue, int sampleRate)
 
 std::vector<float> soundCue(const QString& name, int sampleRate)
 {
-    if (name == QLatin1String("Pop")) {
+    if (name == "Pop"_L1) {
         return compute(pop(), sampleRate);
     }
-    if (name == QLatin1String("Tink")) {
+    if (name == "Tink"_L1) {
         return compute(tink(), sampleRate);
     }
-    if (name == QLatin1String("Basso")) {
+    if (name == "Basso"_L1) {
         return compute(basso(), sampleRate);
     }
     return {};

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "audio/duck_journal.h"
-#include "platform/main_queue.h"
 #include "platform/output_volume.h"
+#include "platform/queues.h"
 
 #include <optional>
 

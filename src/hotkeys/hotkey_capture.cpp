@@ -2,6 +2,7 @@
 
 #include "hotkeys/hotkey_catalogue.h"
 #include "hotkeys/hotkey_display.h"
+#include "platform/text_literals.h"
 #include "settings/app_log.h"
 #include "settings/config_file.h"
 #include "settings/language.h"
@@ -25,7 +26,7 @@ constexpr std::chrono::milliseconds kPromptDelay{300};
 
 QString selectionCancelled()
 {
-    return t(QStringLiteral("Toetskeuze geannuleerd"), QStringLiteral("Key selection cancelled"));
+    return t(u"Toetskeuze geannuleerd"_s, u"Key selection cancelled"_s);
 }
 
 bool canNameAKey(char32_t character)
@@ -37,7 +38,7 @@ bool canNameAKey(char32_t character)
 QString keyName(const KeyEvent& event)
 {
     if (event.keyCode == kSpaceKeyCode) {
-        return t(QStringLiteral("Spatie"), QStringLiteral("Space"));
+        return t(u"Spatie"_s, u"Space"_s);
     }
     if (const auto known = kKeyNames.constFind(event.keyCode); known != kKeyNames.constEnd()) {
         return *known;
@@ -55,15 +56,14 @@ QString keyName(const KeyEvent& event)
 TypingKeyAlert typingKeyAlert(const QString& keyName)
 {
     return {
-        QLatin1Char('\'') + keyName +
-            t(QStringLiteral("' is een veelgebruikte typtoets"), QStringLiteral("' is a commonly used typing key")),
-        t(QStringLiteral("Als je deze toets als sneltoets instelt, start of stopt de opname élke keer dat je hem "
-                         "ergens typt. Een F-toets (of §) is meestal een betere keuze."),
-          QStringLiteral("If you set this key as the hotkey, recording will start or stop every time you type it "
-                         "anywhere. An F-key (or §) is usually a better choice.")),
-        t(QStringLiteral("Andere toets kiezen"), QStringLiteral("Choose another key")),
-        t(QStringLiteral("Toch gebruiken"), QStringLiteral("Use anyway")),
-        t(QStringLiteral("Annuleer"), QStringLiteral("Cancel")),
+        QLatin1Char('\'') + keyName + t(u"' is een veelgebruikte typtoets"_s, u"' is a commonly used typing key"_s),
+        t(u"Als je deze toets als sneltoets instelt, start of stopt de opname élke keer dat je hem "
+          "ergens typt. Een F-toets (of §) is meestal een betere keuze."_s,
+          u"If you set this key as the hotkey, recording will start or stop every time you type it "
+          "anywhere. An F-key (or §) is usually a better choice."_s),
+        t(u"Andere toets kiezen"_s, u"Choose another key"_s),
+        t(u"Toch gebruiken"_s, u"Use anyway"_s),
+        t(u"Annuleer"_s, u"Cancel"_s),
     };
 }
 
@@ -78,18 +78,17 @@ void HotkeyCapture::startCapture()
         return;
     }
     m_display.setCapturing(true);
-    m_display.setIcon(QStringLiteral("keyboard"));
+    m_display.setIcon(u"keyboard"_s);
     m_queue.postAfter(kPromptDelay, m_lifetime.reference(), [this] {
         if (m_display.isCapturing()) {
             m_display.showMessage(
-                t(QStringLiteral(
-                      "⌨️  Druk nu op de toets die je als sneltoets wilt gebruiken - Esc om te annuleren"),
-                  QStringLiteral("⌨️  Now press the key you want to use as the hotkey - Esc to cancel")),
+                t(u"⌨️  Druk nu op de toets die je als sneltoets wilt gebruiken - Esc om te annuleren"_s,
+                  u"⌨️  Now press the key you want to use as the hotkey - Esc to cancel"_s),
                 std::nullopt);
         }
     });
-    m_display.setStatusLine(t(QStringLiteral("Druk nu op de gewenste toets… (Esc = annuleren)"),
-                              QStringLiteral("Now press the key you want… (Esc = cancel)")));
+    m_display.setStatusLine(
+        t(u"Druk nu op de gewenste toets… (Esc = annuleren)"_s, u"Now press the key you want… (Esc = cancel)"_s));
 }
 
 void HotkeyCapture::captureModifier(const KeyEvent& event)
@@ -98,12 +97,11 @@ void HotkeyCapture::captureModifier(const KeyEvent& event)
         return;
     }
     if (event.keyCode == kCapsLockKeyCode) {
-        m_display.showMessage(
-            t(QStringLiteral("Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"),
-              QStringLiteral("Caps Lock is not suitable - press another key (Esc = cancel)")),
-            std::nullopt);
-        m_display.setStatusLine(t(QStringLiteral("Caps Lock is niet geschikt - kies een andere toets"),
-                                  QStringLiteral("Caps Lock is not suitable - choose another key")));
+        m_display.showMessage(t(u"Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"_s,
+                                u"Caps Lock is not suitable - press another key (Esc = cancel)"_s),
+                              std::nullopt);
+        m_display.setStatusLine(t(u"Caps Lock is niet geschikt - kies een andere toets"_s,
+                                  u"Caps Lock is not suitable - choose another key"_s));
         return;
     }
     const std::uint64_t flag = modifierFlag(event.keyCode);
@@ -121,7 +119,7 @@ void HotkeyCapture::finishCapture(const KeyEvent& event)
     }
     if (event.keyCode == kEscapeKeyCode) {
         m_display.setCapturing(false);
-        m_display.setIcon(QStringLiteral("mic"));
+        m_display.setIcon(u"mic"_s);
         m_display.showMessage(selectionCancelled(), 1.5);
         m_display.setStatusLine(selectionCancelled());
         return;
@@ -138,7 +136,7 @@ void HotkeyCapture::warnAboutTypingKey(std::uint16_t keyCode, const QString& nam
 {
     m_display.setCapturing(false);
     m_display.hideMessage();
-    m_display.setIcon(QStringLiteral("mic"));
+    m_display.setIcon(u"mic"_s);
     const TypingKeyAlert alert = typingKeyAlert(name);
     m_display.showTypingKeyAlert(alert, [this, alive = m_lifetime.reference(), keyCode, name](TypingKeyAnswer answer) {
         if (alive.expired()) {
@@ -161,15 +159,15 @@ void HotkeyCapture::warnAboutTypingKey(std::uint16_t keyCode, const QString& nam
 void HotkeyCapture::saveCustomHotkey(std::uint16_t keyCode, const QString& label, bool isModifier)
 {
     m_display.setCapturing(false);
-    m_file.update(QStringLiteral("hotkey"), QStringLiteral("custom"));
-    m_file.update(QStringLiteral("custom_keycode"), keyCode);
-    m_file.update(QStringLiteral("custom_label"), label);
-    m_file.update(QStringLiteral("custom_is_modifier"), isModifier);
-    m_display.setIcon(QStringLiteral("mic"));
-    m_display.showMessage(t(QStringLiteral("✓ Sneltoets is nu: "), QStringLiteral("✓ Hotkey is now: ")) + label, 2.5);
-    m_log.appLog(QStringLiteral("Sneltoets gewijzigd naar ") + label + QStringLiteral(" (keycode ") +
-                 QString::number(keyCode) + QLatin1Char(')'));
-    m_display.setStatusLine(t(QStringLiteral("Sneltoets is nu: "), QStringLiteral("Hotkey is now: ")) + label);
+    m_file.update(u"hotkey"_s, u"custom"_s);
+    m_file.update(u"custom_keycode"_s, keyCode);
+    m_file.update(u"custom_label"_s, label);
+    m_file.update(u"custom_is_modifier"_s, isModifier);
+    m_display.setIcon(u"mic"_s);
+    m_display.showMessage(t(u"✓ Sneltoets is nu: "_s, u"✓ Hotkey is now: "_s) + label, 2.5);
+    m_log.appLog(u"Sneltoets gewijzigd naar "_s + label + u" (keycode "_s + QString::number(keyCode) +
+                 QLatin1Char(')'));
+    m_display.setStatusLine(t(u"Sneltoets is nu: "_s, u"Hotkey is now: "_s) + label);
 }
 
 void HotkeyCapture::pickHotkey(const QVariant& representedObject)
@@ -178,12 +176,11 @@ void HotkeyCapture::pickHotkey(const QVariant& representedObject)
         return;
     }
     const QString id = representedObject.toString();
-    m_file.update(QStringLiteral("hotkey"), id);
-    QString text =
-        t(QStringLiteral("Sneltoets is nu: "), QStringLiteral("Hotkey is now: ")) + currentHotkey(m_file).label();
-    if (id == QLatin1String("fn")) {
-        text += t(QStringLiteral(" - zet evt. Systeeminstellingen ▸ Toetsenbord ▸ 'Druk op 🌐' op 'Doe niets'"),
-                  QStringLiteral(" - you may want to set System Settings ▸ Keyboard ▸ 'Press 🌐' to 'Do Nothing'"));
+    m_file.update(u"hotkey"_s, id);
+    QString text = t(u"Sneltoets is nu: "_s, u"Hotkey is now: "_s) + currentHotkey(m_file).label();
+    if (id == "fn"_L1) {
+        text += t(u" - zet evt. Systeeminstellingen ▸ Toetsenbord ▸ 'Druk op 🌐' op 'Doe niets'"_s,
+                  u" - you may want to set System Settings ▸ Keyboard ▸ 'Press 🌐' to 'Do Nothing'"_s);
     }
     m_display.setStatusLine(text);
 }

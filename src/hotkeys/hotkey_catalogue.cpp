@@ -1,5 +1,6 @@
 #include "hotkeys/hotkey_catalogue.h"
 
+#include "platform/text_literals.h"
 #include "settings/config_file.h"
 #include "settings/language.h"
 
@@ -9,30 +10,20 @@
 namespace tavlo {
 
 const std::array<HotkeyOption, 5> kHotkeyOptions = {{
-    {QStringLiteral("rechter-command"), QStringLiteral("Rechter ⌘ Command"), QStringLiteral("Right ⌘ Command"), 54,
-     kCommandFlag},
-    {QStringLiteral("rechter-option"), QStringLiteral("Rechter ⌥ Option"), QStringLiteral("Right ⌥ Option"), 61,
-     kOptionFlag},
-    {QStringLiteral("rechter-control"), QStringLiteral("Rechter ⌃ Control"), QStringLiteral("Right ⌃ Control"), 62,
-     kControlFlag},
-    {QStringLiteral("rechter-shift"), QStringLiteral("Rechter ⇧ Shift"), QStringLiteral("Right ⇧ Shift"), 60,
-     kShiftFlag},
-    {QStringLiteral("fn"), QStringLiteral("Fn 🌐 (wereldbol)"), QStringLiteral("Fn 🌐 (globe)"), 63, kFunctionFlag},
+    {u"rechter-command"_s, u"Rechter ⌘ Command"_s, u"Right ⌘ Command"_s, 54, kCommandFlag},
+    {u"rechter-option"_s, u"Rechter ⌥ Option"_s, u"Right ⌥ Option"_s, 61, kOptionFlag},
+    {u"rechter-control"_s, u"Rechter ⌃ Control"_s, u"Right ⌃ Control"_s, 62, kControlFlag},
+    {u"rechter-shift"_s, u"Rechter ⇧ Shift"_s, u"Right ⇧ Shift"_s, 60, kShiftFlag},
+    {u"fn"_s, u"Fn 🌐 (wereldbol)"_s, u"Fn 🌐 (globe)"_s, 63, kFunctionFlag},
 }};
 
 const QHash<std::uint16_t, QString> kKeyNames = {
-    {122, QStringLiteral("F1")},      {120, QStringLiteral("F2")},        {99, QStringLiteral("F3")},
-    {118, QStringLiteral("F4")},      {96, QStringLiteral("F5")},         {97, QStringLiteral("F6")},
-    {98, QStringLiteral("F7")},       {100, QStringLiteral("F8")},        {101, QStringLiteral("F9")},
-    {109, QStringLiteral("F10")},     {103, QStringLiteral("F11")},       {111, QStringLiteral("F12")},
-    {105, QStringLiteral("F13")},     {107, QStringLiteral("F14")},       {113, QStringLiteral("F15")},
-    {106, QStringLiteral("F16")},     {64, QStringLiteral("F17")},        {79, QStringLiteral("F18")},
-    {80, QStringLiteral("F19")},      {90, QStringLiteral("F20")},        {49, QStringLiteral("Spatie")},
-    {36, QStringLiteral("Return")},   {48, QStringLiteral("Tab")},        {51, QStringLiteral("⌫")},
-    {117, QStringLiteral("⌦")},       {115, QStringLiteral("Home")},      {119, QStringLiteral("End")},
-    {116, QStringLiteral("Page Up")}, {121, QStringLiteral("Page Down")}, {123, QStringLiteral("←")},
-    {124, QStringLiteral("→")},       {125, QStringLiteral("↓")},         {126, QStringLiteral("↑")},
-    {10, QStringLiteral("§")},
+    {122, u"F1"_s},  {120, u"F2"_s},   {99, u"F3"_s},     {118, u"F4"_s},      {96, u"F5"_s},         {97, u"F6"_s},
+    {98, u"F7"_s},   {100, u"F8"_s},   {101, u"F9"_s},    {109, u"F10"_s},     {103, u"F11"_s},       {111, u"F12"_s},
+    {105, u"F13"_s}, {107, u"F14"_s},  {113, u"F15"_s},   {106, u"F16"_s},     {64, u"F17"_s},        {79, u"F18"_s},
+    {80, u"F19"_s},  {90, u"F20"_s},   {49, u"Spatie"_s}, {36, u"Return"_s},   {48, u"Tab"_s},        {51, u"⌫"_s},
+    {117, u"⌦"_s},   {115, u"Home"_s}, {119, u"End"_s},   {116, u"Page Up"_s}, {121, u"Page Down"_s}, {123, u"←"_s},
+    {124, u"→"_s},   {125, u"↓"_s},    {126, u"↑"_s},     {10, u"§"_s},
 };
 
 QString HotkeyOption::label() const
@@ -66,23 +57,23 @@ std::optional<QString> modifierLabel(std::uint16_t keyCode)
 {
     switch (keyCode) {
         case 54:
-            return t(QStringLiteral("Rechter ⌘"), QStringLiteral("Right ⌘"));
+            return t(u"Rechter ⌘"_s, u"Right ⌘"_s);
         case 55:
-            return t(QStringLiteral("Linker ⌘"), QStringLiteral("Left ⌘"));
+            return t(u"Linker ⌘"_s, u"Left ⌘"_s);
         case 56:
-            return t(QStringLiteral("Linker ⇧"), QStringLiteral("Left ⇧"));
+            return t(u"Linker ⇧"_s, u"Left ⇧"_s);
         case 60:
-            return t(QStringLiteral("Rechter ⇧"), QStringLiteral("Right ⇧"));
+            return t(u"Rechter ⇧"_s, u"Right ⇧"_s);
         case 58:
-            return t(QStringLiteral("Linker ⌥"), QStringLiteral("Left ⌥"));
+            return t(u"Linker ⌥"_s, u"Left ⌥"_s);
         case 61:
-            return t(QStringLiteral("Rechter ⌥"), QStringLiteral("Right ⌥"));
+            return t(u"Rechter ⌥"_s, u"Right ⌥"_s);
         case 59:
-            return t(QStringLiteral("Linker ⌃"), QStringLiteral("Left ⌃"));
+            return t(u"Linker ⌃"_s, u"Left ⌃"_s);
         case 62:
-            return t(QStringLiteral("Rechter ⌃"), QStringLiteral("Right ⌃"));
+            return t(u"Rechter ⌃"_s, u"Right ⌃"_s);
         case 63:
-            return QStringLiteral("Fn 🌐");
+            return u"Fn 🌐"_s;
         default:
             return std::nullopt;
     }
@@ -90,12 +81,12 @@ std::optional<QString> modifierLabel(std::uint16_t keyCode)
 
 QString numberedKeyLabel(std::int64_t keyCode)
 {
-    return t(QStringLiteral("Toets "), QStringLiteral("Key ")) + QString::number(keyCode);
+    return t(u"Toets "_s, u"Key "_s) + QString::number(keyCode);
 }
 
 HotkeyOption hotkeyFrom(const Config& config, const QString& settingsPath)
 {
-    if (config.hotkey == QLatin1String("custom") && config.customKeycode >= 0) {
+    if (config.hotkey == "custom"_L1 && config.customKeycode >= 0) {
         if (config.customKeycode > std::numeric_limits<std::uint16_t>::max()) {
             qFatal("The settings file %s holds no key code under \"custom_keycode\": %lld is above 65535.",
                    qUtf8Printable(settingsPath), static_cast<long long>(config.customKeycode));

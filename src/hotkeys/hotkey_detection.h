@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/keyboard_monitor.h"
-#include "platform/main_queue.h"
+#include "platform/queues.h"
 
 namespace tavlo {
 

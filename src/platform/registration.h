@@ -1,7 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
+#include <memory>
 #include <utility>
+#include <vector>
 
 namespace tavlo {
 
@@ -33,6 +36,45 @@ private:
     }
 
     std::function<void()> m_unregister;
+};
+
+// Handlers of one kind of event. A handler may add or remove handlers, itself too, while it is being called; a removed
+// one is not called any more, a new one gets the next event. A registration may outlive the list.
+template <class... Arguments>
+class HandlerList {
+public:
+    using Handler = std::function<void(Arguments...)>;
+
+    [[nodiscard]] Registration add(Handler handler)
+    {
+        const auto entry = std::make_shared<Entry>(Entry{std::move(handler)});
+        m_entries->push_back(entry);
+        return Registration([entries = std::weak_ptr(m_entries), entry] {
+            entry->active = false;
+            if (const auto list = entries.lock()) {
+                list->erase(std::find(list->begin(), list->end(), entry));
+            }
+        });
+    }
+
+    void call(Arguments... arguments) const
+    {
+        const auto entries = *m_entries;
+        for (const auto& entry : entries) {
+            if (entry->active) {
+                entry->handler(arguments...);
+            }
+        }
+    }
+
+private:
+    struct Entry {
+        Handler handler;
+        bool active = true;
+    };
+
+    std::shared_ptr<std::vector<std::shared_ptr<Entry>>> m_entries =
+        std::make_shared<std::vector<std::shared_ptr<Entry>>>();
 };
 
 }  // namespace tavlo

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text_literals.h"
+
 #include <QString>
 
 #include <tl/expected.hpp>
@@ -16,7 +18,7 @@ struct Error {
     bool operator==(const Error&) const = default;
 };
 
-inline const QString kTavloErrorDomain = QStringLiteral("Tavlo");
+inline const QString kTavloErrorDomain = u"Tavlo"_s;
 
 template <class T>
 using Result = tl::expected<T, Error>;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text_literals.h"
+
 #include <QString>
 #include <QVariant>
 
@@ -7,15 +9,15 @@ namespace tavlo {
 
 // The user's settings, a plain value with the defaults of a missing key.
 struct Config {
-    QString engine = QStringLiteral("auto");
+    QString engine = u"auto"_s;
     QString apiKey;  // of the selected provider; never in the file
-    QString model = QStringLiteral("gpt-4o-transcribe");
-    QString language = QStringLiteral("nl");  // spoken, passed to the engines
+    QString model = u"gpt-4o-transcribe"_s;
+    QString language = u"nl"_s;  // spoken, passed to the engines
     QString vocabulary;
-    QString appLanguage = QStringLiteral("nl");  // of the interface
-    QString provider = QStringLiteral("openai");
-    QString groqModel = QStringLiteral("whisper-large-v3-turbo");
-    QString hotkey = QStringLiteral("rechter-command");
+    QString appLanguage = u"nl"_s;  // of the interface
+    QString provider = u"openai"_s;
+    QString groqModel = u"whisper-large-v3-turbo"_s;
+    QString hotkey = u"rechter-command"_s;
     qint64 customKeycode = -1;
     QString customLabel;
     bool customIsModifier = false;
@@ -26,9 +28,9 @@ struct Config {
     QVariant openaiBaseUrl;
     QVariant groqBaseUrl;
 
-    bool isGroq() const { return provider == QLatin1String("groq"); }
+    bool isGroq() const { return provider == "groq"_L1; }
     QString cloudModel() const { return isGroq() ? groqModel : model; }
-    QString providerName() const { return isGroq() ? QStringLiteral("Groq") : QStringLiteral("OpenAI"); }
+    QString providerName() const { return isGroq() ? u"Groq"_s : u"OpenAI"_s; }
 
     bool operator==(const Config&) const = default;
 };

@@ -1,7 +1,8 @@
 #include "settings/config_file.h"
 
+#include "platform/text_literals.h"
+#include "posix/file_access.h"
 #include "settings/app_log.h"
-#include "settings/file_access.h"
 #include "settings/keychain.h"
 
 #include <QFileInfo>
@@ -16,7 +17,7 @@ namespace {
 // No settings file comes near this size; what is larger is something else.
 constexpr qint64 kLargestFile = qint64{16} * 1024 * 1024;
 
-const QString kLegacyKey = QStringLiteral("openai_api_key");
+const QString kLegacyKey = u"openai_api_key"_s;
 
 // Each takes the key's value into the field when it is of the field's type.
 void take(const QJsonObject& object, QLatin1String key, QString& field)
@@ -54,21 +55,21 @@ void takeAnything(const QJsonObject& object, QLatin1String key, QVariant& field)
 Config configFrom(const QJsonObject& object)
 {
     Config config;
-    take(object, QLatin1String("engine"), config.engine);
-    take(object, QLatin1String("provider"), config.provider);
-    take(object, QLatin1String("groq_model"), config.groqModel);
-    take(object, QLatin1String("openai_model"), config.model);
-    take(object, QLatin1String("language"), config.language);
-    take(object, QLatin1String("vocabulary"), config.vocabulary);
-    take(object, QLatin1String("app_language"), config.appLanguage);
-    take(object, QLatin1String("hotkey"), config.hotkey);
-    take(object, QLatin1String("custom_keycode"), config.customKeycode);
-    take(object, QLatin1String("custom_label"), config.customLabel);
-    take(object, QLatin1String("custom_is_modifier"), config.customIsModifier);
-    take(object, QLatin1String("duck_enabled"), config.duckEnabled);
-    take(object, QLatin1String("duck_volume"), config.duckVolume);
-    takeAnything(object, QLatin1String("openai_base_url"), config.openaiBaseUrl);
-    takeAnything(object, QLatin1String("groq_base_url"), config.groqBaseUrl);
+    take(object, "engine"_L1, config.engine);
+    take(object, "provider"_L1, config.provider);
+    take(object, "groq_model"_L1, config.groqModel);
+    take(object, "openai_model"_L1, config.model);
+    take(object, "language"_L1, config.language);
+    take(object, "vocabulary"_L1, config.vocabulary);
+    take(object, "app_language"_L1, config.appLanguage);
+    take(object, "hotkey"_L1, config.hotkey);
+    take(object, "custom_keycode"_L1, config.customKeycode);
+    take(object, "custom_label"_L1, config.customLabel);
+    take(object, "custom_is_modifier"_L1, config.customIsModifier);
+    take(object, "duck_enabled"_L1, config.duckEnabled);
+    take(object, "duck_volume"_L1, config.duckVolume);
+    takeAnything(object, "openai_base_url"_L1, config.openaiBaseUrl);
+    takeAnything(object, "groq_base_url"_L1, config.groqBaseUrl);
     return config;
 }
 
@@ -81,18 +82,17 @@ QString legacyKeyFrom(const QJsonObject& object)
 QJsonObject settingsTemplate()
 {
     return {
-        {QStringLiteral("app_language"), QStringLiteral("nl")},
-        {QStringLiteral("provider"), QStringLiteral("openai")},
-        {QStringLiteral("groq_model"), QStringLiteral("whisper-large-v3-turbo")},
-        {QStringLiteral("engine"), QStringLiteral("auto")},
+        {u"app_language"_s, u"nl"_s},
+        {u"provider"_s, u"openai"_s},
+        {u"groq_model"_s, u"whisper-large-v3-turbo"_s},
+        {u"engine"_s, u"auto"_s},
         {kLegacyKey, QString()},
-        {QStringLiteral("openai_model"), QStringLiteral("gpt-4o-transcribe")},
-        {QStringLiteral("language"), QStringLiteral("nl")},
-        {QStringLiteral("vocabulary"),
-         QStringLiteral("Claude Code, git, commit, branch, deploy, terminal, PHP, WordPress, SEO, API")},
-        {QStringLiteral("hotkey"), QStringLiteral("rechter-command")},
-        {QStringLiteral("duck_enabled"), true},
-        {QStringLiteral("duck_volume"), 0.08},
+        {u"openai_model"_s, u"gpt-4o-transcribe"_s},
+        {u"language"_s, u"nl"_s},
+        {u"vocabulary"_s, u"Claude Code, git, commit, branch, deploy, terminal, PHP, WordPress, SEO, API"_s},
+        {u"hotkey"_s, u"rechter-command"_s},
+        {u"duck_enabled"_s, true},
+        {u"duck_volume"_s, 0.08},
     };
 }
 
@@ -112,7 +112,7 @@ Config ConfigFile::load() const
     Config config = configFrom(*object);
     if (const auto stored = m_keychain.get(keyAccount(config.provider))) {
         config.apiKey = *stored;
-    } else if (config.provider == QLatin1String("openai")) {
+    } else if (config.provider == "openai"_L1) {
         config.apiKey = legacyKeyFrom(*object);
     }
     return config;
@@ -159,7 +159,7 @@ void ConfigFile::migrateToKeychain()
     // The file gives its key up only when the keychain is seen to hold the same one.
     if (m_keychain.get(kLegacyKey) == key) {
         update(kLegacyKey, QString());
-        m_log.appLog(QStringLiteral("API-sleutel verplaatst naar de Sleutelhanger"));
+        m_log.appLog(u"API-sleutel verplaatst naar de Sleutelhanger"_s);
     }
 }
 

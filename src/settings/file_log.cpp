@@ -1,5 +1,7 @@
 #include "settings/file_log.h"
 
+#include "platform/text_literals.h"
+
 #include <QByteArray>
 #include <QDateTime>
 #include <QFile>
@@ -94,7 +96,7 @@ FileLog::~FileLog()
 
 void FileLog::appLog(const QString& message)
 {
-    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    const QString stamp = QDateTime::currentDateTime().toString(u"yyyy-MM-dd HH:mm:ss"_s);
     QByteArray line = (stamp + QLatin1Char(' ') + message + QLatin1Char('\n')).toUtf8();
     const std::lock_guard guard(m_queue->mutex);
     if (!m_queue->running) {

@@ -1,16 +1,17 @@
 #include "settings/keychain.h"
 
 #include "platform/secret_store.h"
+#include "platform/text_literals.h"
 
 #include <QStringDecoder>
 
 namespace tavlo {
 
-const QString Keychain::service = QStringLiteral("nl.pelloquintar.tavlo");
+const QString Keychain::service = u"nl.pelloquintar.tavlo"_s;
 
 QString keyAccount(const QString& provider)
 {
-    return provider + QStringLiteral("_api_key");
+    return provider + u"_api_key"_s;
 }
 
 void Keychain::set(const QString& value, const QString& account)

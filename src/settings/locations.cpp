@@ -1,5 +1,7 @@
 #include "settings/locations.h"
 
+#include "platform/text_literals.h"
+
 #include <QCoreApplication>
 #include <QDir>
 
@@ -22,14 +24,14 @@ Locations Locations::inFolders(const QString& dataFolder, const QString& executa
         return QDir::cleanPath(folder + QLatin1Char('/') + name);
     };
     Locations locations;
-    locations.kAppSupportDir = inside(dataFolder, QStringLiteral("Tavlo"));
-    locations.kConfigURL = inside(locations.kAppSupportDir, QStringLiteral("config.json"));
-    locations.kLastWavURL = inside(locations.kAppSupportDir, QStringLiteral("laatste-opname.wav"));
-    locations.kLogURL = inside(locations.kAppSupportDir, QStringLiteral("app.log"));
-    locations.kDuckJournalURL = inside(locations.kAppSupportDir, QStringLiteral("gedempt-volume.json"));
-    locations.kModelsDir = inside(locations.kAppSupportDir, QStringLiteral("models"));
-    locations.kModelURL = inside(locations.kModelsDir, QStringLiteral("ggml-large-v3-turbo.bin"));
-    locations.kBundleResourceDir = inside(executableFolder, QStringLiteral("../libexec/tavlo"));
+    locations.kAppSupportDir = inside(dataFolder, u"Tavlo"_s);
+    locations.kConfigURL = inside(locations.kAppSupportDir, u"config.json"_s);
+    locations.kLastWavURL = inside(locations.kAppSupportDir, u"laatste-opname.wav"_s);
+    locations.kLogURL = inside(locations.kAppSupportDir, u"app.log"_s);
+    locations.kDuckJournalURL = inside(locations.kAppSupportDir, u"gedempt-volume.json"_s);
+    locations.kModelsDir = inside(locations.kAppSupportDir, u"models"_s);
+    locations.kModelURL = inside(locations.kModelsDir, u"ggml-large-v3-turbo.bin"_s);
+    locations.kBundleResourceDir = inside(executableFolder, u"../libexec/tavlo"_s);
     return locations;
 }
 
@@ -41,7 +43,7 @@ Locations Locations::forThisProcess()
         if (home.isEmpty()) {
             qFatal("Tavlo has no folder for its data: neither XDG_DATA_HOME nor HOME holds an absolute path.");
         }
-        dataFolder = home + QStringLiteral("/.local/share");
+        dataFolder = home + u"/.local/share"_s;
     }
     return inFolders(dataFolder, QCoreApplication::applicationDirPath());
 }

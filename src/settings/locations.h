@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text_literals.h"
+
 #include <QString>
 
 namespace tavlo {
@@ -8,13 +10,13 @@ namespace tavlo {
 inline constexpr qint64 kModelMinBytes = 1'500'000'000;
 
 inline const QString kModelRemoteURL =
-    QStringLiteral("https://huggingface.co/ggerganov/whisper.cpp/resolve/main/ggml-large-v3-turbo.bin");
-inline const QString kWebsiteURL = QStringLiteral("https://pelloquintar.nl/tavlo");
-inline const QString kFeedbackURL = QStringLiteral("https://pelloquintar.nl/tavlo/support");
+    u"https://huggingface.co/ggerganov/whisper.cpp/resolve/main/ggml-large-v3-turbo.bin"_s;
+inline const QString kWebsiteURL = u"https://pelloquintar.nl/tavlo"_s;
+inline const QString kFeedbackURL = u"https://pelloquintar.nl/tavlo/support"_s;
 // Where the user reads how to let Tavlo type into other programs again.
-inline const QString kPasteHelpURL = QStringLiteral("https://pelloquintar.nl/tavlo/support#plakken");
-inline const QString kOpenAIKeyPageURL = QStringLiteral("https://platform.openai.com/api-keys");
-inline const QString kGroqKeyPageURL = QStringLiteral("https://console.groq.com/keys");
+inline const QString kPasteHelpURL = u"https://pelloquintar.nl/tavlo/support#plakken"_s;
+inline const QString kOpenAIKeyPageURL = u"https://platform.openai.com/api-keys"_s;
+inline const QString kGroqKeyPageURL = u"https://console.groq.com/keys"_s;
 
 // The program's files, absolute paths, fixed for the life of the process. They are names only: nothing exists before
 // somebody creates it.

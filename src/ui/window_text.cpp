@@ -1,5 +1,7 @@
 #include "ui/window_text.h"
 
+#include "platform/text_literals.h"
+
 #include <QCache>
 #include <QFontMetricsF>
 #include <QGuiApplication>
@@ -92,7 +94,7 @@ QFont windowFont(int pixelSize, FontWeight weight, int stretch)
 TextBlock::TextBlock(const QString& text, const TextStyle& style, Wrapping wrapping, double width) : m_font(style.font)
 {
     const QFontMetricsF metrics(style.font);
-    const QString bullet = QStringLiteral("•  ");
+    const QString bullet = u"•  "_s;
     QTextOption option;
     option.setWrapMode(QTextOption::WordWrap);
     double top = 0;

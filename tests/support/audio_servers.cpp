@@ -1,4 +1,5 @@
 #include "support/audio_servers.h"
+#include "platform/text_literals.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -60,8 +61,8 @@ AudioServer::AudioServer(AudioServerKind kind) : m_kind(kind)
         {"PULSE_SERVER", {}},
         {"DISPLAY", {}},
     };
-    QDir(m_folder.path()).mkpath(QStringLiteral("config"));
-    QFile::link(QStringLiteral(TAVLO_WIREPLUMBER), m_folder.filePath(QStringLiteral("config/wireplumber")));
+    QDir(m_folder.path()).mkpath(u"config"_s);
+    QFile::link(QStringLiteral(TAVLO_WIREPLUMBER), m_folder.filePath(u"config/wireplumber"_s));
     for (const auto& [name, value] : environment) {
         m_environmentBefore.emplace_back(name, qgetenv(name.constData()));
         value.isEmpty() ? qunsetenv(name.constData()) : qputenv(name.constData(), value);
@@ -80,27 +81,23 @@ bool AudioServer::start()
 {
     bool isStarted = true;
     if (m_kind == AudioServerKind::PulseAudio) {
-        const auto module = [](const char* text) {
-            return QStringList{QStringLiteral("-L"), QString::fromLatin1(text)};
-        };
-        isStarted = run(QStringLiteral("pulseaudio"),
-                        QStringList{QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
-                                    QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--use-pid-file=no"),
-                                    QStringLiteral("--realtime=no"), QStringLiteral("--high-priority=no")} +
-                            module("module-native-protocol-unix") + module("module-rescue-streams"));
+        const auto module = [](const char* text) { return QStringList{u"-L"_s, QString::fromLatin1(text)}; };
+        isStarted =
+            run(u"pulseaudio"_s, QStringList{u"-n"_s, u"--daemonize=no"_s, u"--exit-idle-time=-1"_s,
+                                             u"--use-pid-file=no"_s, u"--realtime=no"_s, u"--high-priority=no"_s} +
+                                     module("module-native-protocol-unix") + module("module-rescue-streams"));
     } else {
-        isStarted = run(QStringLiteral("dbus-daemon"),
-                        {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-                         QStringLiteral("--address=") + qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS")}) &&
-                    comesTrue([this] { return QFile::exists(m_folder.filePath(QStringLiteral("bus"))); }) &&
-                    run(QStringLiteral("pipewire"), {}) &&
-                    comesTrue([this] { return QFile::exists(m_folder.filePath(QStringLiteral("pipewire-0"))); }) &&
-                    run(QStringLiteral("wireplumber"), {}) && run(QStringLiteral("pipewire-pulse"), {});
+        isStarted = run(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s,
+                                           u"--address="_s + qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS")}) &&
+                    comesTrue([this] { return QFile::exists(m_folder.filePath(u"bus"_s)); }) &&
+                    run(u"pipewire"_s, {}) &&
+                    comesTrue([this] { return QFile::exists(m_folder.filePath(u"pipewire-0"_s)); }) &&
+                    run(u"wireplumber"_s, {}) && run(u"pipewire-pulse"_s, {});
     }
-    if (!isStarted || !comesTrue([this] { return !control({QStringLiteral("info")}).isEmpty(); }) || !makeDevices()) {
-        qWarning("the sound server did not come up: %s\n%s\n%s", qPrintable(control({QStringLiteral("info")})),
-                 qPrintable(list(QStringLiteral("modules")).join(QLatin1Char('\n'))),
-                 qPrintable(list(QStringLiteral("sources")).join(QLatin1Char('\n'))));
+    if (!isStarted || !comesTrue([this] { return !control({u"info"_s}).isEmpty(); }) || !makeDevices()) {
+        qWarning("the sound server did not come up: %s\n%s\n%s", qPrintable(control({u"info"_s})),
+                 qPrintable(list(u"modules"_s).join(QLatin1Char('\n'))),
+                 qPrintable(list(u"sources"_s).join(QLatin1Char('\n'))));
         return false;
     }
     return true;
@@ -113,7 +110,7 @@ bool AudioServer::makeDevices()
     loadModule(words("module-null-sink sink_name=voice format=float32le rate=48000 channels=1 channel_map=mono"));
     const auto source = [&](const char* name) {
         return loadModule(words("module-remap-source master=voice.monitor channels=1 channel_map=mono") +
-                          QStringList{QStringLiteral("source_name=") + QString::fromLatin1(name)});
+                          QStringList{u"source_name="_s + QString::fromLatin1(name)});
     };
     m_microphoneModule = source("microphone");
     m_headsetModule = source("headset");
@@ -121,8 +118,7 @@ bool AudioServer::makeDevices()
         control(words("set-default-sink speakers"));
         control(words("set-default-source microphone"));
         const QString info = control(words("info"));
-        return info.contains(QStringLiteral("Default Sink: speakers\n")) &&
-               info.contains(QStringLiteral("Default Source: microphone\n"));
+        return info.contains(u"Default Sink: speakers\n"_s) && info.contains(u"Default Source: microphone\n"_s);
     });
 }
 
@@ -137,9 +133,9 @@ void AudioServer::kill()
         m_servers.pop_back();
     }
     // What a killed server leaves behind is in nobody's way but its successor's.
-    QDir(m_folder.filePath(QStringLiteral("pulse"))).removeRecursively();
-    QFile::remove(m_folder.filePath(QStringLiteral("bus")));
-    QFile::remove(m_folder.filePath(QStringLiteral("pipewire-0")));
+    QDir(m_folder.filePath(u"pulse"_s)).removeRecursively();
+    QFile::remove(m_folder.filePath(u"bus"_s));
+    QFile::remove(m_folder.filePath(u"pipewire-0"_s));
 }
 
 void AudioServer::freeze()
@@ -163,18 +159,16 @@ void AudioServer::listenTo(const QString& sink)
     tieToThisProcess(*listener);
     listener->setStandardOutputFile(QProcess::nullDevice());
     listener->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    listener->start(QStringLiteral("parec"), {QStringLiteral("--raw"), QStringLiteral("--latency-msec=10"),
-                                              QStringLiteral("-d"), sink + QStringLiteral(".monitor")});
+    listener->start(u"parec"_s, {u"--raw"_s, u"--latency-msec=10"_s, u"-d"_s, sink + u".monitor"_s});
     m_listeners.push_back(std::move(listener));
     comesTrue([&] {
-        const QString streams = control({QStringLiteral("list"), QStringLiteral("source-outputs")});
-        return streams.count(QStringLiteral("application.name = \"parec\"")) ==
-               static_cast<qsizetype>(m_listeners.size());
+        const QString streams = control({u"list"_s, u"source-outputs"_s});
+        return streams.count(u"application.name = \"parec\""_s) == static_cast<qsizetype>(m_listeners.size());
     });
     if (m_kind == AudioServerKind::PulseAudio) {
         // The sink has already gone to sleep for its two seconds: wake it.
-        control({QStringLiteral("suspend-sink"), sink, QStringLiteral("1")});
-        control({QStringLiteral("suspend-sink"), sink, QStringLiteral("0")});
+        control({u"suspend-sink"_s, sink, u"1"_s});
+        control({u"suspend-sink"_s, sink, u"0"_s});
     }
 }
 
@@ -182,23 +176,22 @@ QString AudioServer::control(const QStringList& arguments) const
 {
     QProcess pactl;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
+    environment.insert(u"LC_ALL"_s, u"C"_s);
     pactl.setProcessEnvironment(environment);
-    pactl.start(QStringLiteral("pactl"), arguments);
+    pactl.start(u"pactl"_s, arguments);
     pactl.waitForFinished(kStartMilliseconds);
     return QString::fromUtf8(pactl.readAllStandardOutput());
 }
 
 QStringList AudioServer::list(const QString& what) const
 {
-    return control({QStringLiteral("list"), QStringLiteral("short"), what})
-        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return control({u"list"_s, u"short"_s, what}).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 void AudioServer::unplug(const QString& source)
 {
-    QString& module = source == QLatin1String("microphone") ? m_microphoneModule : m_headsetModule;
-    control({QStringLiteral("unload-module"), std::exchange(module, {}).trimmed()});
+    QString& module = source == "microphone"_L1 ? m_microphoneModule : m_headsetModule;
+    control({u"unload-module"_s, std::exchange(module, {}).trimmed()});
 }
 
 bool AudioServer::run(const QString& program, const QStringList& arguments)
@@ -206,7 +199,7 @@ bool AudioServer::run(const QString& program, const QStringList& arguments)
     auto process = std::make_unique<QProcess>();
     tieToThisProcess(*process);
     process->setStandardOutputFile(QProcess::nullDevice());
-    process->setStandardErrorFile(m_folder.filePath(program + QStringLiteral(".log")));
+    process->setStandardErrorFile(m_folder.filePath(program + u".log"_s));
     process->start(program, arguments);
     const bool isStarted = process->waitForStarted();
     if (!isStarted) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text_literals.h"
+
 #include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -44,7 +46,7 @@ public:
     // Loads a module and gives its number.
     QString loadModule(const QStringList& arguments) const
     {
-        return control(QStringList{QStringLiteral("load-module")} + arguments);
+        return control(QStringList{u"load-module"_s} + arguments);
     }
     // The lines of "pactl list short <what>".
     QStringList list(const QString& what) const;

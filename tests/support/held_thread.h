@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text_literals.h"
+
 #include <gtest/gtest.h>
 
 #include <QByteArray>
@@ -52,7 +54,7 @@ public:
     void letGo()
     {
         EXPECT_EQ(::write(m_gate[1], "x", 1), 1);
-        while (QFileInfo::exists(QStringLiteral("/proc/self/task/%1").arg(m_task))) {
+        while (QFileInfo::exists(u"/proc/self/task/%1"_s.arg(m_task))) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
@@ -60,10 +62,10 @@ public:
     // The thread of that name, once it waits for something.
     static pid_t taskOf(const QByteArray& name)
     {
-        const QDir tasks(QStringLiteral("/proc/self/task"));
+        const QDir tasks(u"/proc/self/task"_s);
         while (true) {
             for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-                QFile status(tasks.filePath(task + QStringLiteral("/stat")));
+                QFile status(tasks.filePath(task + u"/stat"_s));
                 if (status.open(QIODevice::ReadOnly) && status.readAll().contains('(' + name + ") S ")) {
                     return task.toInt();
                 }

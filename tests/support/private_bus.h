@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text_literals.h"
+
 #include <QByteArray>
 #include <QDir>
 #include <QElapsedTimer>
@@ -85,7 +87,7 @@ public:
     explicit PrivateBus(const QByteArray& rules = {})
     {
         emptyHome();
-        QFile config(m_folder.filePath(QStringLiteral("bus.conf")));
+        QFile config(m_folder.filePath(u"bus.conf"_s));
         if (!config.open(QIODevice::WriteOnly)) {
             qFatal("The bus has no place for its configuration.");
         }
@@ -118,11 +120,9 @@ public:
     // The same address each time.
     void start()
     {
-        m_daemon =
-            std::make_unique<TestProgram>(QStringLiteral("dbus-daemon"),
-                                          QStringList{QStringLiteral("--nofork"), QStringLiteral("--config-file"),
-                                                      m_folder.filePath(QStringLiteral("bus.conf"))},
-                                          environment());
+        m_daemon = std::make_unique<TestProgram>(
+            u"dbus-daemon"_s, QStringList{u"--nofork"_s, u"--config-file"_s, m_folder.filePath(u"bus.conf"_s)},
+            environment());
         // The socket is there before anybody listens to it.
         if (!comesTrue([this] { return listens(); })) {
             qFatal("The bus does not come up.");
@@ -138,17 +138,17 @@ public:
     void freeze(bool frozen) const { m_daemon->freeze(frozen); }
 
     QByteArray address() const { return "unix:path=" + QFile::encodeName(socket()); }
-    QString home() const { return m_folder.filePath(QStringLiteral("home")); }
-    QString runtimeFolder() const { return m_folder.filePath(QStringLiteral("run")); }
+    QString home() const { return m_folder.filePath(u"home"_s); }
+    QString runtimeFolder() const { return m_folder.filePath(u"run"_s); }
 
     // For programs that live on this bus.
     QProcessEnvironment environment() const
     {
         QProcessEnvironment environment;
-        environment.insert(QStringLiteral("PATH"), qEnvironmentVariable("PATH"));
-        environment.insert(QStringLiteral("HOME"), home());
-        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtimeFolder());
-        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QString::fromLocal8Bit(address()));
+        environment.insert(u"PATH"_s, qEnvironmentVariable("PATH"));
+        environment.insert(u"HOME"_s, home());
+        environment.insert(u"XDG_RUNTIME_DIR"_s, runtimeFolder());
+        environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromLocal8Bit(address()));
         return environment;
     }
 
@@ -165,7 +165,7 @@ private:
         return connected;
     }
 
-    QString socket() const { return m_folder.filePath(QStringLiteral("bus")); }
+    QString socket() const { return m_folder.filePath(u"bus"_s); }
 
     QTemporaryDir m_folder;
     QByteArray m_before;

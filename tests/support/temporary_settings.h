@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/text_literals.h"
 #include "settings/config_file.h"
 #include "settings/keychain.h"
 #include "support/fakes/fake_secret_store.h"
@@ -20,7 +21,7 @@ struct TemporarySettings {
     FakeSecretStore store{queue};
     Keychain keychain{store};
     MemoryLog log;
-    ConfigFile file{folder.filePath(QStringLiteral("config.json")), keychain, log};
+    ConfigFile file{folder.filePath(u"config.json"_s), keychain, log};
 
     void put(const QByteArray& text)
     {

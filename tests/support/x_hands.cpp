@@ -1,6 +1,6 @@
 #include "support/x_hands.h"
 
-#include "platform/linux/x11/xcb_xkb.h"
+#include "linux/x11/xcb.h"
 
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text_literals.h"
+
 #include <QByteArray>
 #include <QStringList>
 
@@ -11,8 +13,7 @@ namespace tavlo {
 // object, and with the test process should that crash. A server that does not start leaves an empty display name.
 class XServer {
 public:
-    explicit XServer(const QStringList& arguments = {QStringLiteral("-screen"), QStringLiteral("0"),
-                                                     QStringLiteral("1280x800x24")});
+    explicit XServer(const QStringList& arguments = {u"-screen"_s, u"0"_s, u"1280x800x24"_s});
     ~XServer();
     XServer(const XServer&) = delete;
     XServer& operator=(const XServer&) = delete;

@@ -1,4 +1,5 @@
 #include "contract/audio/audio_rig.h"
+#include "platform/text_literals.h"
 #include "support/known_signal.h"
 
 #include <gtest/gtest.h>
@@ -195,7 +196,7 @@ TEST_P(AudioInputContract, AnotherDefaultMicrophoneIsNoticedWhileRecording)
     ASSERT_TRUE(startRecording());
     rig->pass(100ms);
     EXPECT_EQ(notices, 0) << "opening the microphone is no change";
-    rig->chooseMicrophone(QStringLiteral("headset"));
+    rig->chooseMicrophone(u"headset"_s);
     EXPECT_TRUE(rig->waitUntil([&] { return notices > 0; }));
     input().stop();
     EXPECT_FALSE(recording.samples().empty());
@@ -203,7 +204,7 @@ TEST_P(AudioInputContract, AnotherDefaultMicrophoneIsNoticedWhileRecording)
 
 TEST_P(AudioInputContract, AnotherDefaultMicrophoneIsNoticedWhileIdle)
 {
-    rig->chooseMicrophone(QStringLiteral("headset"));
+    rig->chooseMicrophone(u"headset"_s);
     EXPECT_TRUE(rig->waitUntil([&] { return notices > 0; }));
     EXPECT_TRUE(startRecording());
     input().stop();
@@ -212,7 +213,7 @@ TEST_P(AudioInputContract, AnotherDefaultMicrophoneIsNoticedWhileIdle)
 TEST_P(AudioInputContract, ARecordingStartedAfterTheChangeIsNotDisturbedByIt)
 {
     rig->speak();
-    rig->chooseMicrophone(QStringLiteral("headset"));
+    rig->chooseMicrophone(u"headset"_s);
     ASSERT_TRUE(rig->waitUntil([&] { return notices > 0; }));
     notices = 0;
     ASSERT_TRUE(startRecording());
@@ -225,7 +226,7 @@ TEST_P(AudioInputContract, UnpluggingTheMicrophoneInUseIsNoticed)
 {
     ASSERT_TRUE(startRecording());
     ASSERT_TRUE(rig->waitUntil([&] { return recording.blockCount() >= 1; }));
-    rig->unplug(QStringLiteral("microphone"));
+    rig->unplug(u"microphone"_s);
     EXPECT_TRUE(rig->waitUntil([&] { return notices > 0; }));
     const auto before = Clock::now();
     input().stop();
@@ -235,8 +236,8 @@ TEST_P(AudioInputContract, UnpluggingTheMicrophoneInUseIsNoticed)
 
 TEST_P(AudioInputContract, UnpluggingBothLeavesNoMicrophone)
 {
-    rig->unplug(QStringLiteral("headset"));
-    rig->unplug(QStringLiteral("microphone"));
+    rig->unplug(u"headset"_s);
+    rig->unplug(u"microphone"_s);
     EXPECT_TRUE(rig->waitUntil([&] { return input().inputFormat() == AudioFormat{}; }))
         << "a monitor of an output is not a microphone";
     const Result<void> started = input().start(recording.handler());
@@ -251,7 +252,7 @@ TEST_P(AudioInputContract, ACallbackThatWasUnregisteredIsNotCalled)
     {
         const Registration registration = input().onConfigurationChange([&calls] { ++calls; });
     }
-    rig->chooseMicrophone(QStringLiteral("headset"));
+    rig->chooseMicrophone(u"headset"_s);
     EXPECT_TRUE(rig->waitUntil([&] { return notices > 0; }));
     EXPECT_EQ(calls, 0);
 }

@@ -1,5 +1,6 @@
 #include "contract/audio/audio_rig.h"
 
+#include "platform/text_literals.h"
 #include "support/fakes/fake_audio_input.h"
 #include "support/fakes/fake_output_volume.h"
 #include "support/known_signal.h"
@@ -12,8 +13,8 @@ class FakeRig : public AudioRig {
 public:
     FakeRig()
     {
-        m_input.plug(QStringLiteral("headset"), {48000, 1});
-        m_volume.devices[QStringLiteral("voice")] = {{1.0F}, true};
+        m_input.plug(u"headset"_s, {48000, 1});
+        m_volume.devices[u"voice"_s] = {{1.0F}, true};
     }
 
     bool isUp() const override { return true; }
@@ -49,12 +50,12 @@ public:
     void unplug(const QString& microphone) override { m_input.unplug(microphone); }
     void setChannels(float left, float right) override
     {
-        m_volume.devices[QStringLiteral("speakers")].channels = {left, right};
+        m_volume.devices[u"speakers"_s].channels = {left, right};
         if (m_volume.changed) {
             m_volume.changed();
         }
     }
-    std::vector<float> channels() override { return m_volume.devices[QStringLiteral("speakers")].channels; }
+    std::vector<float> channels() override { return m_volume.devices[u"speakers"_s].channels; }
     int openStreamCount() override { return m_input.isRunning() ? 1 : 0; }
 
 private:

@@ -1,4 +1,5 @@
 #include "contract/audio/audio_rig.h"
+#include "platform/text_literals.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +8,7 @@
 namespace tavlo {
 namespace {
 
-const QString kSpeakers = QStringLiteral("speakers");
+const QString kSpeakers = u"speakers"_s;
 constexpr float kStep = 3.0F / 65536;
 
 class OutputVolumeContract : public testing::TestWithParam<RigKind> {
@@ -114,7 +115,7 @@ TEST_P(OutputVolumeContract, WhoListensHearsOfAnotherProgramsChangeUntilUnregist
 
 TEST_P(OutputVolumeContract, OtherOutputsHaveVolumesOfTheirOwn)
 {
-    const QString voice = QStringLiteral("voice");
+    const QString voice = u"voice"_s;
     EXPECT_TRUE(volume().hasVolume(voice));
     EXPECT_TRUE(volume().setVolume(voice, 0.5F));
     EXPECT_NEAR(*volume().volume(voice), 0.5F, kStep);
@@ -123,7 +124,7 @@ TEST_P(OutputVolumeContract, OtherOutputsHaveVolumesOfTheirOwn)
 
 TEST_P(OutputVolumeContract, AnUnknownDeviceHasNothing)
 {
-    const QString unknown = QStringLiteral("gone");
+    const QString unknown = u"gone"_s;
     EXPECT_FALSE(volume().hasVolume(unknown));
     EXPECT_EQ(volume().volume(unknown), std::nullopt);
     EXPECT_FALSE(volume().setVolume(unknown, 0.5F));

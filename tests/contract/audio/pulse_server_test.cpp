@@ -1,7 +1,8 @@
 #include "audio/recorder.h"
-#include "platform/linux/pulse/pulse_audio_input.h"
-#include "platform/linux/pulse/pulse_connection.h"
-#include "platform/linux/pulse/pulse_output_volume.h"
+#include "linux/pulse/pulse_audio_input.h"
+#include "linux/pulse/pulse_connection.h"
+#include "linux/pulse/pulse_output_volume.h"
+#include "platform/text_literals.h"
 #include "support/audio_servers.h"
 #include "support/graph_watch.h"
 #include "support/known_signal.h"
@@ -42,7 +43,7 @@ protected:
     void startEverything()
     {
         ASSERT_TRUE(server.start());
-        server.listenTo(QStringLiteral("voice"));
+        server.listenTo(u"voice"_s);
         connect();
         ASSERT_TRUE(hasMicrophone());
         if (GetParam() == AudioServerKind::PipeWire) {
@@ -195,19 +196,19 @@ TEST_P(PulseServer, WithoutAServerAtLaunchEverythingWorksWhenItComes)
     EXPECT_EQ(input->inputFormat(), AudioFormat{});
     EXPECT_LT(Clock::now() - before, 350ms);
     EXPECT_EQ(volume->defaultDevice(), std::nullopt);
-    EXPECT_FALSE(volume->setVolume(QStringLiteral("speakers"), 0.5F));
+    EXPECT_FALSE(volume->setVolume(u"speakers"_s, 0.5F));
     volume->flush();
     const Result<void> started = input->start(keep());
     ASSERT_FALSE(started);
     EXPECT_FALSE(started.error().description.isEmpty());
 
     ASSERT_TRUE(server.start());
-    server.listenTo(QStringLiteral("voice"));
+    server.listenTo(u"voice"_s);
     ASSERT_TRUE(hasMicrophone());
     ASSERT_TRUE(input->start(keep()));
     EXPECT_TRUE(queue.runUntil([this] { return !samples().empty(); }));
     input->stop();
-    EXPECT_TRUE(queue.runUntil([this] { return volume->setVolume(QStringLiteral("speakers"), 0.5F); }));
+    EXPECT_TRUE(queue.runUntil([this] { return volume->setVolume(u"speakers"_s, 0.5F); }));
 }
 
 TEST_P(PulseServer, KilledWhileRecordingAndStartedAgain)
@@ -226,7 +227,7 @@ TEST_P(PulseServer, KilledWhileRecordingAndStartedAgain)
     EXPECT_EQ(input->inputFormat(), AudioFormat{});
 
     ASSERT_TRUE(server.start());
-    server.listenTo(QStringLiteral("voice"));
+    server.listenTo(u"voice"_s);
     const SignalPlayer player;
     ASSERT_TRUE(hasMicrophone());
     const SignalListener listener("microphone");
@@ -247,7 +248,7 @@ TEST_P(PulseServer, KilledWhileRecordingAndStartedAgain)
         }
     }
     EXPECT_EQ(breaks, "");
-    EXPECT_TRUE(queue.runUntil([this] { return volume->volume(QStringLiteral("speakers")).has_value(); }));
+    EXPECT_TRUE(queue.runUntil([this] { return volume->volume(u"speakers"_s).has_value(); }));
 }
 
 // Some servers keep devices from a program for as long as its connection lasts.
@@ -255,9 +256,9 @@ TEST_P(PulseServer, WithoutAMicrophoneAPressConnectsAnewAndTheOutputsStayKnown)
 {
     startEverything();
     const auto ownClient = [this] {
-        for (const QString& block : server.control({QStringLiteral("list"), QStringLiteral("clients")})
-                                        .split(QStringLiteral("Client #"), Qt::SkipEmptyParts)) {
-            if (block.contains(QStringLiteral("application.id = \"nl.pelloquintar.tavlo\""))) {
+        for (const QString& block :
+             server.control({u"list"_s, u"clients"_s}).split(u"Client #"_s, Qt::SkipEmptyParts)) {
+            if (block.contains(u"application.id = \"nl.pelloquintar.tavlo\""_s)) {
                 return block.section(QLatin1Char('\n'), 0, 0);
             }
         }
@@ -268,8 +269,8 @@ TEST_P(PulseServer, WithoutAMicrophoneAPressConnectsAnewAndTheOutputsStayKnown)
     EXPECT_GT(input->inputFormat().sampleRate, 0);
     EXPECT_EQ(ownClient(), client) << "with a microphone the connection is kept";
 
-    server.unplug(QStringLiteral("microphone"));
-    server.unplug(QStringLiteral("headset"));
+    server.unplug(u"microphone"_s);
+    server.unplug(u"headset"_s);
     ASSERT_TRUE(queue.runUntil([this] {
         const std::lock_guard guard(*connection);
         return !connection->devices().microphone();
@@ -278,7 +279,7 @@ TEST_P(PulseServer, WithoutAMicrophoneAPressConnectsAnewAndTheOutputsStayKnown)
     EXPECT_EQ(input->inputFormat(), AudioFormat{});
     EXPECT_LT(Clock::now() - before, 350ms);
     EXPECT_TRUE(queue.runUntil([&] { return !ownClient().isEmpty() && ownClient() != client; }));
-    EXPECT_TRUE(queue.runUntil([this] { return volume->volume(QStringLiteral("speakers")).has_value(); }));
+    EXPECT_TRUE(queue.runUntil([this] { return volume->volume(u"speakers"_s).has_value(); }));
 }
 
 TEST_P(PulseServer, AServerThatAnswersNoMoreIsAFailureInTime)
@@ -291,7 +292,7 @@ TEST_P(PulseServer, AServerThatAnswersNoMoreIsAFailureInTime)
     server.thaw();
     EXPECT_LT(took, 350ms);
     ASSERT_FALSE(started);
-    EXPECT_EQ(started.error().description, QStringLiteral("De geluidsserver antwoordt niet."));
+    EXPECT_EQ(started.error().description, u"De geluidsserver antwoordt niet."_s);
     EXPECT_TRUE(queue.runUntil([this] { return static_cast<bool>(input->start(keep())); }));
     input->stop();
 }
@@ -299,7 +300,7 @@ TEST_P(PulseServer, AServerThatAnswersNoMoreIsAFailureInTime)
 TEST_P(PulseServer, AServerThatAcceptsTheConnectionAndNeverAnswersIsWaitedForOnce)
 {
     ASSERT_TRUE(server.start());
-    server.listenTo(QStringLiteral("voice"));
+    server.listenTo(u"voice"_s);
     server.freeze();
     connect();
     auto before = Clock::now();
@@ -326,8 +327,7 @@ TEST_P(PulseServer, AMicrophoneThatOpensTooLateIsClosedAgain)
     server.thaw();
     ASSERT_FALSE(started);
     const auto openStreamCount = [this] {
-        return server.control({QStringLiteral("list"), QStringLiteral("source-outputs")})
-            .count(QStringLiteral("media.name = \"Dictation\""));
+        return server.control({u"list"_s, u"source-outputs"_s}).count(u"media.name = \"Dictation\""_s);
     };
     // When this one runs, the server has made the one before too.
     ASSERT_TRUE(queue.runUntil([this] { return static_cast<bool>(input->start(keep())); }));
@@ -341,14 +341,14 @@ TEST_P(PulseServer, AServerThatAnswersNoMoreHoldsNeitherTheStopNorTheVolume)
     startEverything();
     ASSERT_TRUE(input->start(keep()));
     ASSERT_TRUE(queue.runUntil([this] { return !samples().empty(); }));
-    ASSERT_TRUE(queue.runUntil([this] { return volume->hasVolume(QStringLiteral("speakers")); }));
+    ASSERT_TRUE(queue.runUntil([this] { return volume->hasVolume(u"speakers"_s); }));
     server.freeze();
     auto before = Clock::now();
     input->stop();
     EXPECT_LT(Clock::now() - before, 300ms);
     before = Clock::now();
-    EXPECT_TRUE(volume->setVolume(QStringLiteral("speakers"), 0.5F));
-    EXPECT_NEAR(*volume->volume(QStringLiteral("speakers")), 0.5F, 0.001F);
+    EXPECT_TRUE(volume->setVolume(u"speakers"_s, 0.5F));
+    EXPECT_NEAR(*volume->volume(u"speakers"_s), 0.5F, 0.001F);
     EXPECT_LT(Clock::now() - before, 20ms);
     before = Clock::now();
     volume->flush();
@@ -359,10 +359,10 @@ TEST_P(PulseServer, AServerThatAnswersNoMoreHoldsNeitherTheStopNorTheVolume)
 TEST_P(PulseServer, AMonitorChosenAsDefaultIsNoMicrophone)
 {
     startEverything();
-    server.control({QStringLiteral("set-default-source"), QStringLiteral("speakers.monitor")});
+    server.control({u"set-default-source"_s, u"speakers.monitor"_s});
     EXPECT_TRUE(queue.runUntil([this] { return input->inputFormat() == AudioFormat{}; }));
     EXPECT_TRUE(queue.runUntil([this] { return notices > 0; }));
-    server.control({QStringLiteral("set-default-source"), QStringLiteral("microphone")});
+    server.control({u"set-default-source"_s, u"microphone"_s});
     EXPECT_TRUE(hasMicrophone());
 }
 
@@ -370,9 +370,9 @@ TEST_P(PulseServer, AMonitorChosenAsDefaultIsNoMicrophone)
 long voluntarySwitches(const QByteArray& threadName)
 {
     long sum = 0;
-    const QDir tasks(QStringLiteral("/proc/self/task"));
+    const QDir tasks(u"/proc/self/task"_s);
     for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile status(tasks.filePath(task + QStringLiteral("/status")));
+        QFile status(tasks.filePath(task + u"/status"_s));
         if (!status.open(QIODevice::ReadOnly)) {
             continue;
         }

@@ -1,8 +1,9 @@
 #include "contract/audio/audio_rig.h"
 
-#include "platform/linux/pulse/pulse_audio_input.h"
-#include "platform/linux/pulse/pulse_connection.h"
-#include "platform/linux/pulse/pulse_output_volume.h"
+#include "linux/pulse/pulse_audio_input.h"
+#include "linux/pulse/pulse_connection.h"
+#include "linux/pulse/pulse_output_volume.h"
+#include "platform/text_literals.h"
 #include "support/audio_servers.h"
 #include "support/graph_watch.h"
 #include "support/known_signal.h"
@@ -22,7 +23,7 @@ public:
         if (!m_server.start()) {
             return;
         }
-        m_server.listenTo(QStringLiteral("voice"));
+        m_server.listenTo(u"voice"_s);
         m_connection.emplace();
         m_input.emplace(*m_connection, m_queue);
         m_volume.emplace(*m_connection, m_queue);
@@ -53,22 +54,19 @@ public:
     bool waitUntil(const std::function<bool()>& isDone) override { return m_queue.runUntil(isDone); }
     void pass(std::chrono::milliseconds duration) override { m_queue.runFor(duration); }
 
-    void chooseMicrophone(const QString& name) override
-    {
-        m_server.control({QStringLiteral("set-default-source"), name});
-    }
+    void chooseMicrophone(const QString& name) override { m_server.control({u"set-default-source"_s, name}); }
     void unplug(const QString& microphone) override { m_server.unplug(microphone); }
 
     void setChannels(float left, float right) override
     {
         const auto number = [](float scalar) { return QString::number(static_cast<int>(scalar * 65536)); };
-        m_server.control({QStringLiteral("set-sink-volume"), QStringLiteral("speakers"), number(left), number(right)});
+        m_server.control({u"set-sink-volume"_s, u"speakers"_s, number(left), number(right)});
     }
 
     std::vector<float> channels() override
     {
-        const QString answer = m_server.control({QStringLiteral("get-sink-volume"), QStringLiteral("speakers")});
-        static const QRegularExpression kVolume(QStringLiteral(": +(\\d+) /"));
+        const QString answer = m_server.control({u"get-sink-volume"_s, u"speakers"_s});
+        static const QRegularExpression kVolume(u": +(\\d+) /"_s);
         std::vector<float> found;
         for (auto each = kVolume.globalMatch(answer); each.hasNext();) {
             found.push_back(each.next().captured(1).toFloat() / 65536);
@@ -79,8 +77,8 @@ public:
     int openStreamCount() override
     {
         // One is the listener's that keeps the sink awake; remapping sources are open streams of the server itself.
-        const QString outputs = m_server.control({QStringLiteral("list"), QStringLiteral("source-outputs")});
-        return static_cast<int>(outputs.count(QStringLiteral("media.name = \"Dictation\"")));
+        const QString outputs = m_server.control({u"list"_s, u"source-outputs"_s});
+        return static_cast<int>(outputs.count(u"media.name = \"Dictation\""_s));
     }
 
 private:

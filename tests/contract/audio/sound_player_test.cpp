@@ -1,6 +1,7 @@
 #include "audio/sound_cues.h"
-#include "platform/linux/pulse/pulse_connection.h"
-#include "platform/linux/pulse/pulse_sound_player.h"
+#include "linux/pulse/pulse_connection.h"
+#include "linux/pulse/pulse_sound_player.h"
+#include "platform/text_literals.h"
 #include "support/audio_servers.h"
 #include "support/fakes/fake_sound_player.h"
 #include "support/known_signal.h"
@@ -33,7 +34,7 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(server.start());
-        server.listenTo(QStringLiteral("speakers"));
+        server.listenTo(u"speakers"_s);
         connection.emplace();
         player.emplace(*connection);
         ASSERT_TRUE(queue.runUntil([this] {
@@ -52,7 +53,7 @@ protected:
 
     bool isQuiet()
     {
-        return queue.runUntil([this] { return server.list(QStringLiteral("sink-inputs")).isEmpty(); });
+        return queue.runUntil([this] { return server.list(u"sink-inputs"_s).isEmpty(); });
     }
 
     AudioServer server{GetParam()};
@@ -85,7 +86,7 @@ TEST_P(PulseSoundPlayerTest, AskingTakesNoTime)
     Clock::duration shortest = std::chrono::seconds(1);
     for (int i = 0; i < 5; ++i) {
         const auto before = Clock::now();
-        player->playSound(QStringLiteral("Pop"), 0.15F);
+        player->playSound(u"Pop"_s, 0.15F);
         shortest = std::min(shortest, Clock::now() - before);
     }
     EXPECT_LT(shortest, std::chrono::milliseconds(20));
@@ -99,8 +100,8 @@ TEST_P(PulseSoundPlayerTest, SoundsOverlap)
     float loudest = 0;
     for (int attempt = 0; attempt < 5 && loudest <= 0.6F; ++attempt) {
         const SignalListener listener("speakers.monitor", 2);
-        player->playSound(QStringLiteral("Basso"), 0.4F);
-        player->playSound(QStringLiteral("Basso"), 0.4F);
+        player->playSound(u"Basso"_s, 0.4F);
+        player->playSound(u"Basso"_s, 0.4F);
         loudest = hear(listener, 0.6F);
         EXPECT_TRUE(isQuiet());
     }
@@ -109,26 +110,26 @@ TEST_P(PulseSoundPlayerTest, SoundsOverlap)
 
 TEST_P(PulseSoundPlayerTest, AnUnknownNamePlaysNothing)
 {
-    player->playSound(QStringLiteral("Submarine"), 1);
+    player->playSound(u"Submarine"_s, 1);
     queue.runFor(std::chrono::milliseconds(100));
-    EXPECT_TRUE(server.list(QStringLiteral("sink-inputs")).isEmpty());
+    EXPECT_TRUE(server.list(u"sink-inputs"_s).isEmpty());
 }
 
 TEST_P(PulseSoundPlayerTest, WithoutAServerNothingHappens)
 {
-    player->playSound(QStringLiteral("Basso"), 0.5F);
+    player->playSound(u"Basso"_s, 0.5F);
     server.kill();
     ASSERT_TRUE(queue.runUntil([this] {
         const std::lock_guard guard(*connection);
         return connection->context() == nullptr;
     }));
-    player->playSound(QStringLiteral("Basso"), 0.5F);
+    player->playSound(u"Basso"_s, 0.5F);
     player.reset();
 }
 
 TEST_P(PulseSoundPlayerTest, MayEndInTheMiddleOfASound)
 {
-    player->playSound(QStringLiteral("Basso"), 0.5F);
+    player->playSound(u"Basso"_s, 0.5F);
     queue.runFor(std::chrono::milliseconds(30));
     player.reset();
     EXPECT_TRUE(isQuiet());
@@ -142,8 +143,8 @@ TEST(FakeSoundPlayer, KeepsWhatItWasAskedToPlay)
 {
     FakeSoundPlayer player;
     SoundPlayer& port = player;
-    port.playSound(QStringLiteral("Pop"), 0.15F);
-    EXPECT_EQ(player.played, (std::vector<FakeSoundPlayer::Sound>{{QStringLiteral("Pop"), 0.15F}}));
+    port.playSound(u"Pop"_s, 0.15F);
+    EXPECT_EQ(player.played, (std::vector<FakeSoundPlayer::Sound>{{u"Pop"_s, 0.15F}}));
 }
 
 }  // namespace

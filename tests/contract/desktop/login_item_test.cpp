@@ -1,5 +1,5 @@
-#include "platform/linux/freedesktop/autostart_login_item.h"
-#include "platform/linux/freedesktop/desktop_entry.h"
+#include "linux/freedesktop/autostart_login_item.h"
+#include "platform/text_literals.h"
 #include "support/fakes/fake_login_item.h"
 
 #include <gtest/gtest.h>
@@ -15,12 +15,12 @@ namespace {
 // The user's and the system's configuration folders, empty.
 struct Folders {
     QTemporaryDir root;
-    QString user = root.filePath(QStringLiteral("user"));
-    QString system = root.filePath(QStringLiteral("system"));
-    QString entry = user + QStringLiteral("/autostart/nl.pelloquintar.tavlo.desktop");
-    QString systemEntry = system + QStringLiteral("/autostart/nl.pelloquintar.tavlo.desktop");
+    QString user = root.filePath(u"user"_s);
+    QString system = root.filePath(u"system"_s);
+    QString entry = user + u"/autostart/nl.pelloquintar.tavlo.desktop"_s;
+    QString systemEntry = system + u"/autostart/nl.pelloquintar.tavlo.desktop"_s;
 
-    AutostartLoginItem item(const QString& program = QStringLiteral("/usr/bin/tavlo")) const
+    AutostartLoginItem item(const QString& program = u"/usr/bin/tavlo"_s) const
     {
         return AutostartLoginItem(user, {system}, program);
     }
@@ -78,12 +78,12 @@ TEST_F(AutostartLoginItemTest, TheEntryStartsTheInstalledProgram)
 
 TEST_F(AutostartLoginItemTest, AnyPathIsQuotedByTheRulesOfExec)
 {
-    EXPECT_EQ(DesktopEntry::execFor(QStringLiteral("/opt/tavlo")), "/opt/tavlo");
-    EXPECT_EQ(DesktopEntry::execFor(QStringLiteral("/opt/my tavlo")), "\"/opt/my tavlo\"");
-    EXPECT_EQ(DesktopEntry::execFor(QStringLiteral("/opt/50%/tavlo")), "/opt/50%%/tavlo");
-    EXPECT_EQ(DesktopEntry::execFor(QStringLiteral("/a\"b$c`d")), R"("/a\\"b\\$c\\`d")");
-    EXPECT_EQ(DesktopEntry::execFor(QStringLiteral("/a\\b")), R"("/a\\\\b")");
-    EXPECT_EQ(DesktopEntry::execFor(QStringLiteral("/a\nb")), R"("/a\nb")");
+    EXPECT_EQ(DesktopEntry::execFor(u"/opt/tavlo"_s), "/opt/tavlo");
+    EXPECT_EQ(DesktopEntry::execFor(u"/opt/my tavlo"_s), "\"/opt/my tavlo\"");
+    EXPECT_EQ(DesktopEntry::execFor(u"/opt/50%/tavlo"_s), "/opt/50%%/tavlo");
+    EXPECT_EQ(DesktopEntry::execFor(u"/a\"b$c`d"_s), R"("/a\\"b\\$c\\`d")");
+    EXPECT_EQ(DesktopEntry::execFor(u"/a\\b"_s), R"("/a\\\\b")");
+    EXPECT_EQ(DesktopEntry::execFor(u"/a\nb"_s), R"("/a\nb")");
 }
 
 TEST_F(AutostartLoginItemTest, OurOwnEntryIsRemovedAgain)
@@ -149,7 +149,7 @@ TEST_F(AutostartLoginItemTest, AnEntryOfTheSystemCountsAndIsHiddenByOneOfTheUser
 
 TEST_F(AutostartLoginItemTest, ALinkedEntryStaysALink)
 {
-    const QString target = root.filePath(QStringLiteral("target.desktop"));
+    const QString target = root.filePath(u"target.desktop"_s);
     put(target, "[Desktop Entry]\nExec=tavlo\nHidden=true\n");
     QDir().mkpath(QFileInfo(entry).path());
     ASSERT_TRUE(QFile::link(target, entry));
@@ -164,8 +164,7 @@ TEST_F(AutostartLoginItemTest, AFailureIsDescribedInTheSystemsWords)
     const auto done = item().enable();
     ASSERT_FALSE(done);
     EXPECT_TRUE(done.error().description.contains(user)) << done.error().description.toStdString();
-    EXPECT_TRUE(done.error().description.contains(QStringLiteral("Not a directory")))
-        << done.error().description.toStdString();
+    EXPECT_TRUE(done.error().description.contains(u"Not a directory"_s)) << done.error().description.toStdString();
     EXPECT_FALSE(item().isEnabled());
 
     ASSERT_TRUE(QFile::remove(user));
@@ -178,7 +177,7 @@ TEST_F(AutostartLoginItemTest, TheFoldersComeFromTheEnvironment)
 {
     const QByteArray before = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(user));
-    ASSERT_TRUE(AutostartLoginItem::forProgram(QStringLiteral("/usr/bin/tavlo")).enable());
+    ASSERT_TRUE(AutostartLoginItem::forProgram(u"/usr/bin/tavlo"_s).enable());
     qputenv("XDG_CONFIG_HOME", before);
     EXPECT_TRUE(QFileInfo::exists(entry));
 }

@@ -1,4 +1,4 @@
-#include "platform/linux/freedesktop/process_exit.h"
+#include "linux/freedesktop/process_end.h"
 
 #include <gtest/gtest.h>
 

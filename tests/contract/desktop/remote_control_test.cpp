@@ -1,6 +1,7 @@
-#include "platform/linux/freedesktop/bus_notification.h"
-#include "platform/linux/freedesktop/session_bus_control.h"
-#include "platform/linux/session_bus_address.h"
+#include "linux/freedesktop/bus_notification.h"
+#include "linux/freedesktop/session_bus_address.h"
+#include "linux/freedesktop/session_bus_control.h"
+#include "platform/text_literals.h"
 #include "support/fakes/manual_main_queue.h"
 #include "support/private_bus.h"
 
@@ -21,19 +22,19 @@
 namespace tavlo {
 namespace {
 
-const QString kName = QStringLiteral("nl.pelloquintar.tavlo");
-const QString kPath = QStringLiteral("/nl/pelloquintar/Tavlo1");
-const QString kInterface = QStringLiteral("nl.pelloquintar.Tavlo1");
-const QString kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString kName = u"nl.pelloquintar.tavlo"_s;
+const QString kPath = u"/nl/pelloquintar/Tavlo1"_s;
+const QString kInterface = u"nl.pelloquintar.Tavlo1"_s;
+const QString kProperties = u"org.freedesktop.DBus.Properties"_s;
 
 // Another program on the bus. It keeps the messages that reach it.
 class OtherProgram : public QDBusVirtualObject {
 public:
     explicit OtherProgram(const PrivateBus& bus)
-        : m_bus(QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), QStringLiteral("other-program")))
+        : m_bus(QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), u"other-program"_s))
     {
     }
-    ~OtherProgram() override { QDBusConnection::disconnectFromBus(QStringLiteral("other-program")); }
+    ~OtherProgram() override { QDBusConnection::disconnectFromBus(u"other-program"_s); }
 
     QDBusConnection& bus() { return m_bus; }
     QString introspect(const QString&) const override { return {}; }
@@ -53,8 +54,8 @@ class RemoteControlTest : public ::testing::Test {
 protected:
     RemoteHandlers handlers()
     {
-        return {[this] { m_called += QStringLiteral("toggle "); }, [this] { m_called += QStringLiteral("cancel "); },
-                [this] { m_called += QStringLiteral("paste "); }, [this] { m_called += QStringLiteral("settings "); }};
+        return {[this] { m_called += u"toggle "_s; }, [this] { m_called += u"cancel "_s; },
+                [this] { m_called += u"paste "_s; }, [this] { m_called += u"settings "_s; }};
     }
 
     // Waits with the event loop and the queue running; time on the queue goes on.
@@ -78,14 +79,14 @@ protected:
 
     QString property(const QString& name)
     {
-        const QDBusMessage reply = call(kProperties, QStringLiteral("Get"), {kInterface, name});
+        const QDBusMessage reply = call(kProperties, u"Get"_s, {kInterface, name});
         return reply.arguments().value(0).value<QDBusVariant>().variant().toString();
     }
 
     ManualMainQueue m_queue;
     PrivateBus m_bus;
     OtherProgram m_other{m_bus};
-    SessionBusControl m_control{m_queue, QStringLiteral("1.2.3")};
+    SessionBusControl m_control{m_queue, u"1.2.3"_s};
     QString m_called;
 };
 
@@ -102,7 +103,7 @@ TEST_F(RemoteControlTest, ASecondInstanceAsksTheFirstToOpenItsSettings)
     ClaimResult result = ClaimResult::NoBus;
     std::thread second([&] {
         ManualMainQueue queue;
-        SessionBusControl control(queue, QStringLiteral("1.2.3"));
+        SessionBusControl control(queue, u"1.2.3"_s);
         result = control.claim({});
         done = true;
     });
@@ -110,13 +111,13 @@ TEST_F(RemoteControlTest, ASecondInstanceAsksTheFirstToOpenItsSettings)
     second.join();
     EXPECT_EQ(result, ClaimResult::AlreadyRunning);
     EXPECT_TRUE(waitFor([&] { return !m_called.isEmpty(); }));
-    EXPECT_EQ(m_called, QStringLiteral("settings "));
+    EXPECT_EQ(m_called, u"settings "_s);
 }
 
 TEST_F(RemoteControlTest, TheNameIsFreeAgainAfterTheFirstInstanceEnded)
 {
     {
-        SessionBusControl first(m_queue, QStringLiteral("1"));
+        SessionBusControl first(m_queue, u"1"_s);
         ASSERT_EQ(first.claim(handlers()), ClaimResult::Claimed);
     }
     EXPECT_TRUE(waitFor([&] { return !m_other.bus().interface()->isServiceRegistered(kName).value(); }));
@@ -129,52 +130,51 @@ TEST_F(RemoteControlTest, EachMethodRunsItsHandlerByWayOfTheMainQueue)
     for (const char* method : {"Toggle", "Cancel", "PasteAgain", "OpenSettings"}) {
         EXPECT_EQ(call(kInterface, QString::fromLatin1(method)).type(), QDBusMessage::ReplyMessage);
     }
-    EXPECT_TRUE(waitFor([&] { return m_called == QStringLiteral("toggle cancel paste settings "); }));
+    EXPECT_TRUE(waitFor([&] { return m_called == u"toggle cancel paste settings "_s; }));
 }
 
 TEST_F(RemoteControlTest, AnUnknownMethodIsRefused)
 {
     ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
-    EXPECT_EQ(call(kInterface, QStringLiteral("Explode")).type(), QDBusMessage::ErrorMessage);
-    EXPECT_EQ(call(QStringLiteral("org.example.Other"), QStringLiteral("Toggle")).type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(call(kInterface, u"Explode"_s).type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(call(u"org.example.Other"_s, u"Toggle"_s).type(), QDBusMessage::ErrorMessage);
     EXPECT_EQ(m_called, QString());
 }
 
 TEST_F(RemoteControlTest, PropertiesTellStateStatusLineAndVersion)
 {
-    m_control.publish(QStringLiteral("ready"), QStringLiteral("Klaar"));
+    m_control.publish(u"ready"_s, u"Klaar"_s);
     ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
-    EXPECT_EQ(property(QStringLiteral("State")), QStringLiteral("ready"));
-    EXPECT_EQ(property(QStringLiteral("StatusLine")), QStringLiteral("Klaar"));
-    EXPECT_EQ(property(QStringLiteral("Version")), QStringLiteral("1.2.3"));
-    m_control.publish(QStringLiteral("recording"), QStringLiteral("Opname…"));
-    EXPECT_EQ(property(QStringLiteral("State")), QStringLiteral("recording"));
-    EXPECT_EQ(property(QStringLiteral("StatusLine")), QStringLiteral("Opname…"));
+    EXPECT_EQ(property(u"State"_s), u"ready"_s);
+    EXPECT_EQ(property(u"StatusLine"_s), u"Klaar"_s);
+    EXPECT_EQ(property(u"Version"_s), u"1.2.3"_s);
+    m_control.publish(u"recording"_s, u"Opname…"_s);
+    EXPECT_EQ(property(u"State"_s), u"recording"_s);
+    EXPECT_EQ(property(u"StatusLine"_s), u"Opname…"_s);
 
-    const QDBusMessage all = call(kProperties, QStringLiteral("GetAll"), {kInterface});
+    const QDBusMessage all = call(kProperties, u"GetAll"_s, {kInterface});
     EXPECT_EQ(qdbus_cast<QVariantMap>(all.arguments().value(0)).size(), 3);
 }
 
 TEST_F(RemoteControlTest, PropertiesCannotBeWrittenAndUnknownOnesAreRefused)
 {
     ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
-    const QVariant value = QVariant::fromValue(QDBusVariant(QStringLiteral("recording")));
-    EXPECT_EQ(call(kProperties, QStringLiteral("Set"), {kInterface, QStringLiteral("State"), value}).errorName(),
-              QStringLiteral("org.freedesktop.DBus.Error.PropertyReadOnly"));
-    EXPECT_EQ(call(kProperties, QStringLiteral("Get"), {kInterface, QStringLiteral("Mood")}).errorName(),
-              QStringLiteral("org.freedesktop.DBus.Error.UnknownProperty"));
-    EXPECT_EQ(property(QStringLiteral("State")), QStringLiteral("ready"));
+    const QVariant value = QVariant::fromValue(QDBusVariant(u"recording"_s));
+    EXPECT_EQ(call(kProperties, u"Set"_s, {kInterface, u"State"_s, value}).errorName(),
+              u"org.freedesktop.DBus.Error.PropertyReadOnly"_s);
+    EXPECT_EQ(call(kProperties, u"Get"_s, {kInterface, u"Mood"_s}).errorName(),
+              u"org.freedesktop.DBus.Error.UnknownProperty"_s);
+    EXPECT_EQ(property(u"State"_s), u"ready"_s);
 }
 
 // Receives PropertiesChanged by a match of its own, as any program does.
 TEST_F(RemoteControlTest, ChangesAreAnnouncedOnceAndOnlyWhatChanged)
 {
     ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
-    m_control.publish(QStringLiteral("ready"), QStringLiteral("Klaar"));
+    m_control.publish(u"ready"_s, u"Klaar"_s);
     QProcess watcher;
     watcher.setProcessEnvironment(m_bus.environment());
-    watcher.start(QStringLiteral("dbus-monitor"),
-                  {QStringLiteral("--session"), QStringLiteral("interface='org.freedesktop.DBus.Properties'")});
+    watcher.start(u"dbus-monitor"_s, {u"--session"_s, u"interface='org.freedesktop.DBus.Properties'"_s});
     QByteArray seen;
     const auto sees = [&](const QByteArray& text) {
         return waitFor([&] {
@@ -184,9 +184,9 @@ TEST_F(RemoteControlTest, ChangesAreAnnouncedOnceAndOnlyWhatChanged)
         });
     };
     ASSERT_TRUE(sees("NameLost"));  // The monitor listens from here on.
-    m_control.publish(QStringLiteral("recording"), QStringLiteral("Klaar"));
-    m_control.publish(QStringLiteral("recording"), QStringLiteral("Klaar"));
-    m_control.publish(QStringLiteral("recording"), QStringLiteral("Opname"));
+    m_control.publish(u"recording"_s, u"Klaar"_s);
+    m_control.publish(u"recording"_s, u"Klaar"_s);
+    m_control.publish(u"recording"_s, u"Opname"_s);
     EXPECT_TRUE(sees("\"Opname\""));
     EXPECT_EQ(seen.count("member=PropertiesChanged"), 2);
     EXPECT_EQ(seen.count("\"recording\""), 1);
@@ -198,37 +198,34 @@ TEST_F(RemoteControlTest, ChangesAreAnnouncedOnceAndOnlyWhatChanged)
 TEST_F(RemoteControlTest, TheObjectDescribesItself)
 {
     ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
-    const QString xml = call(QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect"))
-                            .arguments()
-                            .value(0)
-                            .toString();
+    const QString xml = call(u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s).arguments().value(0).toString();
     for (const char* part :
          {"<interface name=\"nl.pelloquintar.Tavlo1\">", "<method name=\"Toggle\"/>", "<method name=\"Cancel\"/>",
           "<method name=\"PasteAgain\"/>", "<method name=\"OpenSettings\"/>", "name=\"State\"", "name=\"StatusLine\"",
           "name=\"Version\"", "org.freedesktop.DBus.Properties"}) {
         EXPECT_TRUE(xml.contains(QLatin1String(part))) << part << "\n" << xml.toStdString();
     }
-    EXPECT_EQ(xml.count(QLatin1String("</interface>")), xml.count(QLatin1String("<interface ")));
+    EXPECT_EQ(xml.count("</interface>"_L1), xml.count("<interface "_L1));
 }
 
 TEST_F(RemoteControlTest, WithoutABusThereIsNobodyToAsk)
 {
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + QFile::encodeName(m_bus.home()) + "/none");
     EXPECT_EQ(m_control.claim(handlers()), ClaimResult::NoBus);
-    m_control.publish(QStringLiteral("ready"), QStringLiteral("Klaar"));
+    m_control.publish(u"ready"_s, u"Klaar"_s);
     qunsetenv("DBUS_SESSION_BUS_ADDRESS");
     const QByteArray before = qgetenv("XDG_RUNTIME_DIR");
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_bus.home()));
     EXPECT_EQ(m_control.claim(handlers()), ClaimResult::NoBus);
     qputenv("XDG_RUNTIME_DIR", before);
-    BusNotification(m_control, QDBusConnection(QStringLiteral("none"))).show(QStringLiteral("x"), QStringLiteral("y"));
+    BusNotification(m_control, QDBusConnection(u"none"_s)).show(u"x"_s, u"y"_s);
 }
 
 TEST(RemoteControl, ABusThatRefusesTheNameIsAsGoodAsNone)
 {
     const PrivateBus bus("<deny own=\"nl.pelloquintar.tavlo\"/>");
     ManualMainQueue queue;
-    SessionBusControl control(queue, QStringLiteral("1"));
+    SessionBusControl control(queue, u"1"_s);
     EXPECT_EQ(control.claim({}), ClaimResult::NoBus);
 }
 
@@ -244,11 +241,11 @@ TEST(SessionBusAddress, WhereThereIsNoBusTheLibrariesAreKeptFromStartingOne)
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(folder.path()));
     qputenv("DBUS_SESSION_BUS_ADDRESS", "");
     keepLibrariesFromStartingABus();
-    const QString name = QStringLiteral("no-bus");
+    const QString name = u"no-bus"_s;
     const QDBusConnection none = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
     EXPECT_FALSE(none.isConnected());
     // The search that ends in starting a bus has another error: it was not begun.
-    EXPECT_EQ(none.lastError().name(), QStringLiteral("org.freedesktop.DBus.Error.BadAddress"))
+    EXPECT_EQ(none.lastError().name(), u"org.freedesktop.DBus.Error.BadAddress"_s)
         << none.lastError().message().toStdString();
     QDBusConnection::disconnectFromBus(name);
     qputenv("DBUS_SESSION_BUS_ADDRESS", bus);
@@ -261,20 +258,19 @@ TEST_F(RemoteControlTest, TheNameIsClaimedAgainWhenTheBusComesBack)
     m_control.onReturn([&](const QDBusConnection& bus) { returned += bus.name(); });
     ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
     m_bus.stop();
-    QDBusConnection::disconnectFromBus(QStringLiteral("other-program"));
+    QDBusConnection::disconnectFromBus(u"other-program"_s);
     EXPECT_TRUE(waitFor([&] { return !m_other.bus().isConnected(); }));
-    m_control.publish(QStringLiteral("recording"), QStringLiteral("Opname"));
+    m_control.publish(u"recording"_s, u"Opname"_s);
     for (int i = 0; i < 20; ++i) {
         QCoreApplication::processEvents();
         m_queue.advance(std::chrono::milliseconds(500));
     }
     m_bus.start();
-    m_other.bus() =
-        QDBusConnection::connectToBus(QString::fromLocal8Bit(m_bus.address()), QStringLiteral("other-program"));
+    m_other.bus() = QDBusConnection::connectToBus(QString::fromLocal8Bit(m_bus.address()), u"other-program"_s);
     ASSERT_TRUE(waitFor([&] { return m_other.bus().interface()->isServiceRegistered(kName).value(); }));
-    EXPECT_EQ(property(QStringLiteral("StatusLine")), QStringLiteral("Opname"));
-    call(kInterface, QStringLiteral("Toggle"));
-    EXPECT_TRUE(waitFor([&] { return m_called == QStringLiteral("toggle "); }));
+    EXPECT_EQ(property(u"StatusLine"_s), u"Opname"_s);
+    call(kInterface, u"Toggle"_s);
+    EXPECT_TRUE(waitFor([&] { return m_called == u"toggle "_s; }));
     // Told once, with the connection that has the name.
     EXPECT_EQ(QDBusConnection(returned).baseService(), m_other.bus().interface()->serviceOwner(kName).value());
 }
@@ -285,7 +281,7 @@ TEST_F(RemoteControlTest, CallsThatComeWhileTheInstanceEndsFindNobody)
     QProcess caller;
     caller.setProcessEnvironment(m_bus.environment());
     caller.setProcessChannelMode(QProcess::MergedChannels);
-    caller.start(QStringLiteral("/usr/bin/python3"), {QStringLiteral("-c"), QLatin1String(R"py(
+    caller.start(u"/usr/bin/python3"_s, {u"-c"_s, QLatin1String(R"py(
 import sys
 from gi.repository import Gio, GLib
 bus = Gio.bus_get_sync(Gio.BusType.SESSION)
@@ -298,7 +294,7 @@ while True:
 )py")});
     ASSERT_TRUE(comesTrue([&] { return caller.waitForReadyRead(100); }));
     for (int i = 0; i < 300; ++i) {
-        SessionBusControl control(m_queue, QStringLiteral("1"));
+        SessionBusControl control(m_queue, u"1"_s);
         ASSERT_NE(control.claim(handlers()), ClaimResult::AlreadyRunning);
         QThread::usleep(static_cast<unsigned long>(i % 30) * 100);
         if (i % 3 == 0) {
@@ -311,32 +307,31 @@ while True:
 
 TEST_F(RemoteControlTest, ANotificationReachesTheDesktopsService)
 {
-    ASSERT_TRUE(m_other.bus().registerVirtualObject(QStringLiteral("/org/freedesktop/Notifications"), &m_other));
-    ASSERT_TRUE(m_other.bus().registerService(QStringLiteral("org.freedesktop.Notifications")));
+    ASSERT_TRUE(m_other.bus().registerVirtualObject(u"/org/freedesktop/Notifications"_s, &m_other));
+    ASSERT_TRUE(m_other.bus().registerService(u"org.freedesktop.Notifications"_s));
     ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
-    BusNotification(m_control, QDBusConnection(QStringLiteral("none")))
-        .show(QStringLiteral("Geen systeemvak"), QStringLiteral("Tekst"));
+    BusNotification(m_control, QDBusConnection(u"none"_s)).show(u"Geen systeemvak"_s, u"Tekst"_s);
     ASSERT_TRUE(waitFor([&] { return !m_other.messages.isEmpty(); }));
     const QDBusMessage& message = m_other.messages[0];
-    EXPECT_EQ(message.member(), QStringLiteral("Notify"));
-    EXPECT_EQ(message.signature(), QStringLiteral("susssasa{sv}i"));
-    EXPECT_EQ(message.arguments()[0].toString(), QStringLiteral("Tavlo"));
-    EXPECT_EQ(message.arguments()[3].toString(), QStringLiteral("Geen systeemvak"));
-    EXPECT_EQ(message.arguments()[4].toString(), QStringLiteral("Tekst"));
+    EXPECT_EQ(message.member(), u"Notify"_s);
+    EXPECT_EQ(message.signature(), u"susssasa{sv}i"_s);
+    EXPECT_EQ(message.arguments()[0].toString(), u"Tavlo"_s);
+    EXPECT_EQ(message.arguments()[3].toString(), u"Geen systeemvak"_s);
+    EXPECT_EQ(message.arguments()[4].toString(), u"Tekst"_s);
 }
 
 TEST(BusNotificationTest, WithoutTheNameItGoesOverTheProgramsOtherConnection)
 {
     const PrivateBus bus("<deny own=\"nl.pelloquintar.tavlo\"/>");
     OtherProgram other(bus);
-    ASSERT_TRUE(other.bus().registerVirtualObject(QStringLiteral("/org/freedesktop/Notifications"), &other));
-    ASSERT_TRUE(other.bus().registerService(QStringLiteral("org.freedesktop.Notifications")));
+    ASSERT_TRUE(other.bus().registerVirtualObject(u"/org/freedesktop/Notifications"_s, &other));
+    ASSERT_TRUE(other.bus().registerService(u"org.freedesktop.Notifications"_s));
     ManualMainQueue queue;
-    SessionBusControl control(queue, QStringLiteral("1"));
+    SessionBusControl control(queue, u"1"_s);
     ASSERT_EQ(control.claim({}), ClaimResult::NoBus);
-    const QString name = QStringLiteral("second-connection");
+    const QString name = u"second-connection"_s;
     BusNotification(control, QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), name))
-        .show(QStringLiteral("x"), QStringLiteral("y"));
+        .show(u"x"_s, u"y"_s);
     EXPECT_TRUE(comesTrue([&] {
         QCoreApplication::processEvents();
         return !other.messages.isEmpty();
@@ -346,14 +341,14 @@ TEST(BusNotificationTest, WithoutTheNameItGoesOverTheProgramsOtherConnection)
 
 TEST_F(RemoteControlTest, ABusThatHangsDoesNotHoldUpANotification)
 {
-    ASSERT_TRUE(m_other.bus().registerVirtualObject(QStringLiteral("/org/freedesktop/Notifications"), &m_other));
-    ASSERT_TRUE(m_other.bus().registerService(QStringLiteral("org.freedesktop.Notifications")));
+    ASSERT_TRUE(m_other.bus().registerVirtualObject(u"/org/freedesktop/Notifications"_s, &m_other));
+    ASSERT_TRUE(m_other.bus().registerService(u"org.freedesktop.Notifications"_s));
     ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
-    BusNotification notification(m_control, QDBusConnection(QStringLiteral("none")));
+    BusNotification notification(m_control, QDBusConnection(u"none"_s));
     m_bus.freeze(true);
     QElapsedTimer timer;
     timer.start();
-    notification.show(QStringLiteral("x"), QStringLiteral("y"));
+    notification.show(u"x"_s, u"y"_s);
     EXPECT_LT(timer.elapsed(), 100);
     m_bus.freeze(false);
     EXPECT_TRUE(waitFor([&] { return !m_other.messages.isEmpty(); }));

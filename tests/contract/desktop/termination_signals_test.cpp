@@ -1,5 +1,6 @@
-#include "platform/linux/freedesktop/termination_signals.h"
+#include "linux/freedesktop/process_end.h"
 
+#include "platform/text_literals.h"
 #include "support/private_bus.h"
 
 #include <gtest/gtest.h>
@@ -62,7 +63,7 @@ TEST(TerminationSignals, ProgramsThatAreStartedMeanwhileCanBeEnded)
 {
     const TerminationSignals listener([] {});
     QProcess child;
-    child.start(QStringLiteral("sleep"), {QStringLiteral("60")});
+    child.start(u"sleep"_s, {u"60"_s});
     ASSERT_TRUE(child.waitForStarted());
     child.terminate();
     EXPECT_TRUE(child.waitForFinished(5'000));

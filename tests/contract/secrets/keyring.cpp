@@ -1,4 +1,5 @@
 #include "contract/secrets/keyring.h"
+#include "platform/text_literals.h"
 
 namespace tavlo {
 
@@ -25,10 +26,9 @@ GVariant* attributes(const QString& service, const QString& account, const char*
 
 void Keyring::start()
 {
-    m_daemon = std::make_unique<TestProgram>(
-        QStringLiteral("gnome-keyring-daemon"),
-        QStringList{QStringLiteral("--foreground"), QStringLiteral("--unlock"), QStringLiteral("--components=secrets")},
-        m_bus.environment(), kPassword);
+    m_daemon = std::make_unique<TestProgram>(u"gnome-keyring-daemon"_s,
+                                             QStringList{u"--foreground"_s, u"--unlock"_s, u"--components=secrets"_s},
+                                             m_bus.environment(), kPassword);
     m_connection.reset(g_dbus_connection_new_for_address_sync(
         m_bus.address().constData(),
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |

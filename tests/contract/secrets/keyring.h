@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/secretservice/glib_pointers.h"
+#include "linux/secretservice/secret_service_connection.h"
 #include "support/private_bus.h"
 
 #include <QByteArray>

@@ -1,5 +1,6 @@
 #include "contract/secrets/keyring.h"
-#include "platform/linux/secretservice/secret_service_store.h"
+#include "linux/secretservice/secret_service_store.h"
+#include "platform/text_literals.h"
 #include "settings/keychain.h"
 #include "support/fakes/fake_secret_store.h"
 #include "support/fakes/manual_main_queue.h"
@@ -14,9 +15,9 @@
 namespace tavlo {
 namespace {
 
-const QString kService = QStringLiteral("nl.pelloquintar.tavlo");
-const QString kAccount = QStringLiteral("openai_api_key");
-const QString kOther = QStringLiteral("groq_api_key");
+const QString kService = u"nl.pelloquintar.tavlo"_s;
+const QString kAccount = u"openai_api_key"_s;
+const QString kOther = u"groq_api_key"_s;
 
 // One bus for all tests, since a process has one session bus for its life; each test begins with an empty home.
 PrivateBus& emptyBus()
@@ -89,7 +90,7 @@ TEST_P(SecretStoreContract, FindsWhatWasAddedByServiceAndAccount)
     EXPECT_TRUE(store().add(kService, kOther, "gsk-two"));
     EXPECT_EQ(store().find(kService, kAccount), QByteArray("sk-one"));
     EXPECT_EQ(store().find(kService, kOther), QByteArray("gsk-two"));
-    EXPECT_EQ(store().find(QStringLiteral("another"), kAccount), std::nullopt);
+    EXPECT_EQ(store().find(u"another"_s, kAccount), std::nullopt);
 }
 
 TEST_P(SecretStoreContract, ASearchThatWasBegunFindsWhatIsThere)
@@ -100,8 +101,8 @@ TEST_P(SecretStoreContract, ASearchThatWasBegunFindsWhatIsThere)
     EXPECT_EQ(store().find(kService, kOther), QByteArray("gsk-two"));
     EXPECT_EQ(store().find(kService, kAccount), QByteArray("sk-one"));
     EXPECT_EQ(store().find(kService, kAccount), QByteArray("sk-one"));
-    store().beginFind(kService, QStringLiteral("nobody"));
-    EXPECT_EQ(store().find(kService, QStringLiteral("nobody")), std::nullopt);
+    store().beginFind(kService, u"nobody"_s);
+    EXPECT_EQ(store().find(kService, u"nobody"_s), std::nullopt);
 }
 
 TEST_P(SecretStoreContract, WhatIsReplacedAfterASearchBeganIsFoundAsItIsThen)
@@ -241,9 +242,9 @@ TEST_F(SecretServiceStoreTest, OneItemStandsAfterAKeyIsReplaced)
     keyring.addForeign(Keyring::kLogin, kService, kAccount, "one", "org.example.Other");
     keyring.addForeign(Keyring::kLogin, kService, kAccount, "two", "");
     Keychain keychain(m_store);
-    keychain.set(QStringLiteral("sk-ë"), kAccount);
+    keychain.set(u"sk-ë"_s, kAccount);
     EXPECT_EQ(keyring.itemCount(kService, kAccount), 1);
-    EXPECT_EQ(keychain.get(kAccount), QStringLiteral("sk-ë"));
+    EXPECT_EQ(keychain.get(kAccount), u"sk-ë"_s);
 }
 
 TEST_F(SecretServiceStoreTest, WithoutAServiceEveryCallAnswersAtOnce)

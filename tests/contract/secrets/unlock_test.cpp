@@ -1,4 +1,5 @@
-#include "platform/linux/secretservice/secret_service_store.h"
+#include "linux/secretservice/secret_service_store.h"
+#include "platform/text_literals.h"
 #include "support/fakes/manual_main_queue.h"
 #include "support/private_bus.h"
 
@@ -14,22 +15,22 @@
 namespace tavlo {
 namespace {
 
-const QString kServicePath = QStringLiteral("/org/freedesktop/secrets");
-const QString kCollection = QStringLiteral("/org/freedesktop/secrets/collection/login");
-const QString kPrompt = QStringLiteral("/org/freedesktop/secrets/prompt/p1");
+const QString kServicePath = u"/org/freedesktop/secrets"_s;
+const QString kCollection = u"/org/freedesktop/secrets/collection/login"_s;
+const QString kPrompt = u"/org/freedesktop/secrets/prompt/p1"_s;
 
 // A keyring with one collection, locked, which opens only by a prompt that the user has to answer.
 class PromptingKeyring : public QDBusVirtualObject {
 public:
     explicit PromptingKeyring(const PrivateBus& bus)
-        : m_bus(QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), QStringLiteral("keyring")))
+        : m_bus(QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), u"keyring"_s))
     {
         if (!m_bus.registerVirtualObject(kServicePath, this, QDBusConnection::SubPath) ||
-            !m_bus.registerService(QStringLiteral("org.freedesktop.secrets"))) {
+            !m_bus.registerService(u"org.freedesktop.secrets"_s)) {
             qFatal("The keyring cannot be served.");
         }
     }
-    ~PromptingKeyring() override { QDBusConnection::disconnectFromBus(QStringLiteral("keyring")); }
+    ~PromptingKeyring() override { QDBusConnection::disconnectFromBus(u"keyring"_s); }
 
     QString introspect(const QString&) const override { return {}; }
 
@@ -37,17 +38,17 @@ public:
     {
         const QString method = message.member();
         const QList<QDBusObjectPath> none;
-        if (method == QLatin1String("SearchItems")) {
+        if (method == "SearchItems"_L1) {
             connection.send(message.createReply({QVariant::fromValue(none), QVariant::fromValue(none)}));
-        } else if (method == QLatin1String("ReadAlias")) {
+        } else if (method == "ReadAlias"_L1) {
             connection.send(message.createReply(QVariant::fromValue(QDBusObjectPath(kCollection))));
-        } else if (method == QLatin1String("Get")) {
+        } else if (method == "Get"_L1) {
             connection.send(message.createReply(QVariant::fromValue(QDBusVariant(locked))));
-        } else if (method == QLatin1String("Unlock")) {
+        } else if (method == "Unlock"_L1) {
             ++unlockCalls;
             connection.send(
                 message.createReply({QVariant::fromValue(none), QVariant::fromValue(QDBusObjectPath(kPrompt))}));
-        } else if (method == QLatin1String("Prompt")) {
+        } else if (method == "Prompt"_L1) {
             ++prompts;
             connection.send(message.createReply());
         } else {
@@ -60,8 +61,8 @@ public:
     void answer(bool dismissed)
     {
         locked = dismissed;
-        QDBusMessage completed = QDBusMessage::createSignal(kPrompt, QStringLiteral("org.freedesktop.Secret.Prompt"),
-                                                            QStringLiteral("Completed"));
+        QDBusMessage completed =
+            QDBusMessage::createSignal(kPrompt, u"org.freedesktop.Secret.Prompt"_s, u"Completed"_s);
         QList<QDBusObjectPath> unlocked;
         if (!dismissed) {
             unlocked.append(QDBusObjectPath(kCollection));
@@ -100,7 +101,7 @@ protected:
     PrivateBus& m_bus = bus();
     ManualMainQueue m_queue;
     PromptingKeyring m_keyring{m_bus};
-    SecretServiceStore m_store{m_queue, QStringLiteral("nl.pelloquintar.tavlo")};
+    SecretServiceStore m_store{m_queue, u"nl.pelloquintar.tavlo"_s};
 };
 
 TEST_F(UnlockTest, AskingShowsTheDesktopsPromptOnceAndTellsWhenTheUserHasUnlocked)

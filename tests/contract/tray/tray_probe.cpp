@@ -1,16 +1,17 @@
 // Shows the status item and the overlays on a real desktop as told on standard input, one command a line, and tells on
 // standard output what happened: "done" after each command, "tray yes|no", and "chosen <action> <value>".
 
-#include "platform/linux/panel/linux_panel_appearance.h"
-#include "platform/linux/panel/linux_tray_host.h"
-#include "platform/linux/qt/qt_main_queue.h"
-#include "platform/linux/x11/x11_display.h"
-#include "platform/linux/x11/x11_screens.h"
+#include "linux/panel/linux_panel_appearance.h"
+#include "linux/panel/linux_tray_host.h"
+#include "linux/qt/qt_queues.h"
+#include "linux/x11/x11_display.h"
+#include "linux/x11/x11_screens.h"
+#include "platform/text_literals.h"
 #include "settings/language.h"
-#include "ui/message_hud.h"
-#include "ui/recording_hud.h"
-#include "ui/status_menu.h"
-#include "ui/tray_status_item.h"
+#include "ui/overlays/message_hud.h"
+#include "ui/overlays/recording_hud.h"
+#include "ui/tray/status_menu.h"
+#include "ui/tray/tray_status_item.h"
 
 #include <QApplication>
 #include <QPalette>
@@ -61,11 +62,11 @@ private:
     {
         const auto command = m_commands.find(name);
         if (command == m_commands.end()) {
-            tell(QStringLiteral("unknown ") + name);
+            tell(u"unknown "_s + name);
             return;
         }
         command->second(argument);
-        tell(QStringLiteral("done"));
+        tell(u"done"_s);
     }
 
     // A command that changes the menu's state.
@@ -90,12 +91,11 @@ private:
     X11Screens m_screens{m_display};
     LinuxTrayHost m_host{QDBusConnection::sessionBus()};
     LinuxPanelAppearance m_appearance{QDBusConnection::sessionBus(), qEnvironmentVariable("XDG_CURRENT_DESKTOP")};
-    TrayStatusItem m_item{
-        m_queue, m_host, m_appearance,
-        [](MenuAction action, const QVariant& object) {
-            tell(QStringLiteral("chosen %1 %2").arg(static_cast<int>(action)).arg(object.toString()));
-        },
-        [](bool available) { tell(available ? QStringLiteral("tray yes") : QStringLiteral("tray no")); }};
+    TrayStatusItem m_item{m_queue, m_host, m_appearance,
+                          [](MenuAction action, const QVariant& object) {
+                              tell(u"chosen %1 %2"_s.arg(static_cast<int>(action)).arg(object.toString()));
+                          },
+                          [](bool available) { tell(available ? u"tray yes"_s : u"tray no"_s); }};
     RecordingHUD m_recording{m_screens};
     MessageHUD m_message{m_queue, m_screens};
     MenuState m_state;
@@ -103,25 +103,25 @@ private:
     QByteArray m_pending;
 
     const std::map<QString, Command> m_commands{
-        {QStringLiteral("icon"), [this](const QString& state) { m_item.setIcon(state); }},
-        {QStringLiteral("status"), menu([this](const QString& text) { m_state.statusLine = text; })},
-        {QStringLiteral("last"), menu([this](const QString& text) { m_state.lastText = text; })},
-        {QStringLiteral("language"), menu([](const QString& language) { gLang = language; })},
-        {QStringLiteral("recording"), menu([this](const QString& text) { m_state.recording = !text.isEmpty(); })},
-        {QStringLiteral("duck"), menu([this](const QString& text) { m_state.config.duckEnabled = !text.isEmpty(); })},
-        {QStringLiteral("custom"), menu([this](const QString& label) {
+        {u"icon"_s, [this](const QString& state) { m_item.setIcon(state); }},
+        {u"status"_s, menu([this](const QString& text) { m_state.statusLine = text; })},
+        {u"last"_s, menu([this](const QString& text) { m_state.lastText = text; })},
+        {u"language"_s, menu([](const QString& language) { gLang = language; })},
+        {u"recording"_s, menu([this](const QString& text) { m_state.recording = !text.isEmpty(); })},
+        {u"duck"_s, menu([this](const QString& text) { m_state.config.duckEnabled = !text.isEmpty(); })},
+        {u"custom"_s, menu([this](const QString& label) {
              m_state.config.customLabel = label;
              m_state.config.customKeycode = label.isEmpty() ? -1 : 96;
          })},
-        {QStringLiteral("show-recording"), [this](const QString&) { m_recording.show(); }},
-        {QStringLiteral("hide-recording"), [this](const QString&) { m_recording.hide(); }},
-        {QStringLiteral("push"), [this](const QString& level) { m_recording.push(level.toFloat()); }},
-        {QStringLiteral("message"), [this](const QString& text) { m_message.show(text, std::nullopt); }},
-        {QStringLiteral("short-message"), [this](const QString& text) { m_message.show(text, 4); }},
-        {QStringLiteral("hide-message"), [this](const QString&) { m_message.hide(); }},
-        {QStringLiteral("font"), [](const QString& family) { QApplication::setFont(QFont(family)); }},
-        {QStringLiteral("dark-palette"), [](const QString&) { setDarkPalette(); }},
-        {QStringLiteral("light-palette"), [](const QString&) { QApplication::setPalette(QPalette()); }},
+        {u"show-recording"_s, [this](const QString&) { m_recording.show(); }},
+        {u"hide-recording"_s, [this](const QString&) { m_recording.hide(); }},
+        {u"push"_s, [this](const QString& level) { m_recording.push(level.toFloat()); }},
+        {u"message"_s, [this](const QString& text) { m_message.show(text, std::nullopt); }},
+        {u"short-message"_s, [this](const QString& text) { m_message.show(text, 4); }},
+        {u"hide-message"_s, [this](const QString&) { m_message.hide(); }},
+        {u"font"_s, [](const QString& family) { QApplication::setFont(QFont(family)); }},
+        {u"dark-palette"_s, [](const QString&) { setDarkPalette(); }},
+        {u"light-palette"_s, [](const QString&) { QApplication::setPalette(QPalette()); }},
     };
 };
 
@@ -130,8 +130,9 @@ private:
 
 int main(int argc, char** argv)
 {
+    using namespace tavlo;
     QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("tavlo"));
+    QApplication::setApplicationName(u"tavlo"_s);
     QApplication::setQuitOnLastWindowClosed(false);
     const tavlo::Probe probe;
     return QApplication::exec();

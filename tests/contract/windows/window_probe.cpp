@@ -3,9 +3,10 @@
 // [font family]. "fullscreen" shows a field as large as the screen, as another program's window. With a picture's path
 // it saves the window's content there and ends; else it runs until it is ended.
 
-#include "engines/model_download.h"
+#include "engines/model/model_download.h"
 #include "hotkeys/hotkey_capture.h"
 #include "platform/screens.h"
+#include "platform/text_literals.h"
 #include "platform/workspace.h"
 #include "settings/config_file.h"
 #include "settings/keychain.h"
@@ -13,10 +14,10 @@
 #include "support/fakes/fake_secret_store.h"
 #include "support/fakes/manual_main_queue.h"
 #include "support/fakes/memory_log.h"
-#include "ui/about_window.h"
-#include "ui/offer_window.h"
-#include "ui/settings_window.h"
-#include "ui/typing_key_alert.h"
+#include "ui/windows/about_window.h"
+#include "ui/windows/offer_window.h"
+#include "ui/windows/settings_window.h"
+#include "ui/windows/typing_key_alert.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -77,8 +78,8 @@ int main(int argc, char** argv)
         return 2;
     }
     gLang = arguments[2];
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    if (arguments[3] == QLatin1String("dark")) {
+    QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
+    if (arguments[3] == "dark"_L1) {
         QApplication::setPalette(darkPalette());
     }
     if (arguments.size() > 5) {
@@ -90,13 +91,13 @@ int main(int argc, char** argv)
     MemoryLog log;
     FakeSecretStore secrets(queue);
     Keychain keychain(secrets);
-    ConfigFile file(folder.filePath(QStringLiteral("config.json")), keychain, log);
+    ConfigFile file(folder.filePath(u"config.json"_s), keychain, log);
     file.writeTemplateIfMissing();
     PrimaryScreen screens;
     NoWorkspace workspace;
     StandingDownload download;
     SettingsWindow settings({file, keychain, secrets, log, workspace, screens, [] {}});
-    AboutWindow about(QStringLiteral("1.0"), screens, {[] {}, [] {}});
+    AboutWindow about(u"1.0"_s, screens, {[] {}, [] {}});
     OfferWindow offer(download, screens, queue);
     TypingKeyAlertBox alert;
 
@@ -105,29 +106,30 @@ int main(int argc, char** argv)
     QWidget* shown = nullptr;
     const QString& window = arguments[1];
     const auto open = [&] {
-        if (window == QLatin1String("settings")) {
+        if (window == "settings"_L1) {
             settings.openSettings();
             shown = settings.settingsWindow();
-        } else if (window == QLatin1String("about")) {
+        } else if (window == "about"_L1) {
             about.openAbout();
             shown = about.aboutWindow();
-        } else if (window == QLatin1String("fullscreen")) {
-            field.setWindowTitle(QStringLiteral("Full screen"));
+        } else if (window == "fullscreen"_L1) {
+            field.setWindowTitle(u"Full screen"_s);
             field.showFullScreen();
             shown = &field;
-        } else if (window == QLatin1String("alert")) {
-            alert.show(typingKeyAlert(t(QStringLiteral("Spatie"), QStringLiteral("Space"))), [](TypingKeyAnswer) {});
+        } else if (window == "alert"_L1) {
+            alert.show(typingKeyAlert(t(u"Spatie"_s, u"Space"_s)), [](TypingKeyAnswer) {});
             shown = alert.box();
         } else {
             offer.offerModelDownload([](ModelOutcome) {});
             shown = offer.modelWindow();
-            if (window != QLatin1String("offer")) {
-                offer.modelWindow()->control<QPushButton>(QStringLiteral("downloadButton")).click();
+            if (window != "offer"_L1) {
+                offer.modelWindow()->control<QPushButton>(u"downloadButton"_s).click();
                 download.onProgress(0.1923, 312'500'000, 1'624'555'275);
             }
-            if (window == QLatin1String("failed")) {
-                download.onDone(failure(7, QStringLiteral("Te weinig schijfruimte voor het model (1624555275 bytes "
-                                                          "nodig).")));
+            if (window == "failed"_L1) {
+                download.onDone(failure(7,
+                                        u"Te weinig schijfruimte voor het model (1624555275 bytes "
+                                        "nodig)."_s));
             }
         }
     };

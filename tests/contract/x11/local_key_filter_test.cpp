@@ -1,7 +1,8 @@
-#include "platform/linux/qt/local_key_filter.h"
+#include "linux/qt/local_key_filter.h"
 
 #include "contract/x11/x11_environment.h"
-#include "platform/linux/x11/x11_desktop.h"
+#include "linux/x11/x11_desktop.h"
+#include "platform/text_literals.h"
 #include "support/fakes/fake_keyboard_monitor.h"
 #include "support/fakes/fake_workspace.h"
 #include "support/x_hands.h"
@@ -140,7 +141,7 @@ TEST(LocalKeyFilterAlone, RepeatsOfASwallowedKeyAreSwallowedUntilItIsReleased)
     LocalKeyFilter filter(monitor, [&] { return capturing; });
     constexpr quint32 kScanCode = 65;
     const auto send = [&](QEvent::Type type, bool isRepeat) {
-        QKeyEvent event(type, Qt::Key_Space, Qt::NoModifier, kScanCode, 0, 0, QStringLiteral(" "), isRepeat);
+        QKeyEvent event(type, Qt::Key_Space, Qt::NoModifier, kScanCode, 0, 0, u" "_s, isRepeat);
         event.setTimestamp(5000);
         QCoreApplication::sendEvent(&window, &event);
     };
@@ -168,7 +169,7 @@ TEST(LocalKeyFilterAlone, KeysLongAfterACaptureReachTheWindowWhereverTheClockSta
     capturing = false;
     const auto arrives = [&](std::uint32_t time) {
         const qsizetype before = window.presses.size();
-        QKeyEvent event(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, 38, 0, 0, QStringLiteral("a"));
+        QKeyEvent event(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, 38, 0, 0, u"a"_s);
         event.setTimestamp(time);
         QCoreApplication::sendEvent(&window, &event);
         return window.presses.size() > before;

@@ -1,4 +1,5 @@
 #include "contract/x11/x11_environment.h"
+#include "platform/text_literals.h"
 
 #include <QGuiApplication>
 #include <QProcess>
@@ -34,9 +35,9 @@ void run(const QString& program, const QStringList& arguments)
 void setKeyboard(const QStringList& arguments)
 {
     // First to nothing but the defaults: options add up otherwise.
-    run(QStringLiteral("setxkbmap"), {QStringLiteral("-layout"), QStringLiteral("us"), QStringLiteral("-option"), {}});
+    run(u"setxkbmap"_s, {u"-layout"_s, u"us"_s, u"-option"_s, {}});
     if (!arguments.isEmpty()) {
-        run(QStringLiteral("setxkbmap"), arguments);
+        run(u"setxkbmap"_s, arguments);
     }
 }
 

@@ -1,7 +1,7 @@
+#include "linux/qt/qt_queues.h"
 #include "contract/x11/x11_environment.h"
-#include "platform/linux/qt/qt_background_queue.h"
-#include "platform/linux/qt/qt_main_queue.h"
-#include "platform/linux/qt/qt_workspace.h"
+#include "linux/qt/qt_workspace.h"
+#include "platform/text_literals.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -150,7 +150,7 @@ protected:
     WorkspaceTest()
     {
         // In place of the desktop's opener: it notes what it is given, and is noisy as browsers are.
-        QFile opener(m_folder.filePath(QStringLiteral("xdg-open")));
+        QFile opener(m_folder.filePath(u"xdg-open"_s));
         EXPECT_TRUE(opener.open(QIODevice::WriteOnly));
         opener.write("#!/bin/sh\necho noise; echo noise >&2\nprintf '%s\\n' \"$#\" \"$1\" > '" + path().toLocal8Bit() +
                      ".part'\nmv '" + path().toLocal8Bit() + ".part' '" + path().toLocal8Bit() + "'\n");
@@ -161,7 +161,7 @@ protected:
 
     ~WorkspaceTest() override { qputenv("PATH", m_pathBefore); }
 
-    QString path() const { return m_folder.filePath(QStringLiteral("opened")); }
+    QString path() const { return m_folder.filePath(u"opened"_s); }
 
     QByteArray opened() const
     {
@@ -176,14 +176,14 @@ protected:
 
 TEST_F(WorkspaceTest, OpensAnAddressWithTheDesktopsProgramWithoutWaitingForIt)
 {
-    m_workspace.open(QUrl(QStringLiteral("https://example.org/a b?c=é#plakken")));
+    m_workspace.open(QUrl(u"https://example.org/a b?c=é#plakken"_s));
     EXPECT_TRUE(waitUntil([this] { return !opened().isEmpty(); }));
     EXPECT_EQ(opened(), "1\nhttps://example.org/a%20b?c=%C3%A9#plakken\n");
 }
 
 TEST_F(WorkspaceTest, OpensAFile)
 {
-    m_workspace.open(QUrl::fromLocalFile(QStringLiteral("/tmp/mijn map/config.json")));
+    m_workspace.open(QUrl::fromLocalFile(u"/tmp/mijn map/config.json"_s));
     EXPECT_TRUE(waitUntil([this] { return !opened().isEmpty(); }));
     EXPECT_EQ(opened(), "1\nfile:///tmp/mijn%20map/config.json\n");
 }
@@ -191,8 +191,8 @@ TEST_F(WorkspaceTest, OpensAFile)
 TEST_F(WorkspaceTest, AnInvalidAddressDoesNothing)
 {
     m_workspace.open(QUrl());
-    m_workspace.open(QUrl(QStringLiteral("http://[broken")));
-    m_workspace.open(QUrl(QStringLiteral("https://example.org/last")));
+    m_workspace.open(QUrl(u"http://[broken"_s));
+    m_workspace.open(QUrl(u"https://example.org/last"_s));
     EXPECT_TRUE(waitUntil([this] { return !opened().isEmpty(); }));
     EXPECT_EQ(opened(), "1\nhttps://example.org/last\n");
 }

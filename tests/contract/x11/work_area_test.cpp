@@ -1,4 +1,4 @@
-#include "platform/linux/x11/work_area.h"
+#include "linux/x11/x11_screens.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,8 @@
 #include "contract/x11/x11_environment.h"
 #include "hotkeys/hotkey_catalogue.h"
-#include "platform/linux/x11/key_positions.h"
-#include "platform/linux/x11/x11_desktop.h"
+#include "linux/x11/key_positions.h"
+#include "linux/x11/x11_desktop.h"
+#include "platform/text_literals.h"
 #include "support/fakes/fake_workspace.h"
 #include "support/x_hands.h"
 
@@ -252,32 +253,32 @@ TEST_F(KeyboardMonitorTest, ALayoutChangeKeepsPlacesAndChangesCharacters)
         }
         return text;
     };
-    EXPECT_EQ(firstKeys(), QStringLiteral("12=q 11=b "));
-    setKeyboard({QStringLiteral("ru")});
-    EXPECT_EQ(firstKeys(), QStringLiteral("12=й 11=и "));
-    setKeyboard({QStringLiteral("fr")});
-    EXPECT_EQ(firstKeys(), QStringLiteral("12=a 11=b "));
-    setKeyboard({QStringLiteral("us"), QStringLiteral("dvorak")});
-    EXPECT_EQ(firstKeys(), QStringLiteral("12=' 11=x "));
-    setKeyboard({QStringLiteral("us,gr")});
-    EXPECT_EQ(firstKeys(), QStringLiteral("12=q 11=b "));
+    EXPECT_EQ(firstKeys(), u"12=q 11=b "_s);
+    setKeyboard({u"ru"_s});
+    EXPECT_EQ(firstKeys(), u"12=й 11=и "_s);
+    setKeyboard({u"fr"_s});
+    EXPECT_EQ(firstKeys(), u"12=a 11=b "_s);
+    setKeyboard({u"us"_s, u"dvorak"_s});
+    EXPECT_EQ(firstKeys(), u"12=' 11=x "_s);
+    setKeyboard({u"us,gr"_s});
+    EXPECT_EQ(firstKeys(), u"12=q 11=b "_s);
     m_hands.lockGroup(1);
-    EXPECT_EQ(firstKeys(), QStringLiteral("12=; 11=β "));
+    EXPECT_EQ(firstKeys(), u"12=; 11=β "_s);
 }
 
 TEST_F(KeyboardMonitorTest, ADeadKeyIsCalledByItsAccent)
 {
-    setKeyboard({QStringLiteral("fr")});
+    setKeyboard({u"fr"_s});
     m_hands.tap(34);
     const auto events = seen();
     ASSERT_EQ(events.size(), 1U);
-    EXPECT_EQ(events[0].event.charactersIgnoringModifiers, QStringLiteral("^"));
+    EXPECT_EQ(events[0].event.charactersIgnoringModifiers, u"^"_s);
 }
 
 TEST_F(KeyboardMonitorTest, PlacesGoByNameAndNotByNumber)
 {
     // In this set of key codes 116 is right Super and 115 left Super; in the usual one they are Down and End.
-    setKeyboard({QStringLiteral("-keycodes"), QStringLiteral("xfree86")});
+    setKeyboard({u"-keycodes"_s, u"xfree86"_s});
     m_hands.tap(116);
     m_hands.tap(115);
     const auto events = seen();
@@ -290,9 +291,9 @@ TEST_F(KeyboardMonitorTest, PlacesGoByNameAndNotByNumber)
 TEST_F(KeyboardMonitorTest, AKeyIsFoundByAnAliasOfItsName)
 {
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("keyboard.xkb"));
+    const QString path = folder.filePath(u"keyboard.xkb"_s);
     const QString display = QString::fromLatin1(testServer().displayName());
-    run(QStringLiteral("xkbcomp"), {QStringLiteral("-w0"), display, path});
+    run(u"xkbcomp"_s, {u"-w0"_s, display, path});
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::ReadWrite));
     QByteArray description = file.readAll();
@@ -302,7 +303,7 @@ TEST_F(KeyboardMonitorTest, AKeyIsFoundByAnAliasOfItsName)
     file.seek(0);
     file.write(description);
     file.close();
-    run(QStringLiteral("xkbcomp"), {QStringLiteral("-w0"), path, display});
+    run(u"xkbcomp"_s, {u"-w0"_s, path, display});
     m_hands.tap(RightSuper);
     const auto events = seen();
     ASSERT_EQ(events.size(), 2U);
@@ -321,7 +322,7 @@ TEST_F(KeyboardMonitorTest, KeysAreSeenWhileAnotherProgramHasGrabbedTheKeyboard)
 
 TEST_F(KeyboardMonitorTest, KeysThatOtherProgramsSendCount)
 {
-    run(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("ctrl+v")});
+    run(u"xdotool"_s, {u"key"_s, u"ctrl+v"_s});
     const auto events = seen();
     ASSERT_EQ(events.size(), 3U);
     EXPECT_EQ(events[0].event.keyCode, 59);

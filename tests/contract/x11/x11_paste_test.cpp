@@ -1,7 +1,8 @@
 #include "contract/x11/x11_environment.h"
-#include "platform/linux/qt/qt_pasteboard.h"
-#include "platform/linux/x11/focused_window.h"
-#include "platform/linux/x11/x11_desktop.h"
+#include "linux/qt/qt_pasteboard.h"
+#include "linux/x11/focused_window.h"
+#include "linux/x11/x11_desktop.h"
+#include "platform/text_literals.h"
 #include "settings/locations.h"
 #include "support/fakes/fake_workspace.h"
 #include "support/x_hands.h"
@@ -86,7 +87,7 @@ protected:
     // One window manager for all: a second one would find what the first one has left on the root window.
     static void SetUpTestSuite()
     {
-        s_windowManager = new Program(QStringLiteral("xfwm4"), {QStringLiteral("--compositor=off")});
+        s_windowManager = new Program(u"xfwm4"_s, {u"--compositor=off"_s});
         X11Display display;
         const xcb_atom_t check = display.atom("_NET_SUPPORTING_WM_CHECK");
         ASSERT_TRUE(waitUntil([&] { return !display.numbers(display.root(), check).empty(); }));
@@ -133,7 +134,7 @@ protected:
     QtPasteboard m_pasteboard;
     X11Desktop m_desktop{m_pasteboard, m_workspace};
     XHands m_hands{testServer().displayName()};
-    const QString m_text = QStringLiteral("Crème brûlée, naïef — €5 日本 🎤");
+    const QString m_text = u"Crème brûlée, naïef — €5 日本 🎤"_s;
 };
 
 TEST_F(PasteTest, IntoAGtkEditor)
@@ -145,27 +146,27 @@ TEST_F(PasteTest, IntoAGtkEditor)
 
 TEST_F(PasteTest, LeavesTheSelectionAloneWhereTheClipboardIsPasted)
 {
-    QGuiApplication::clipboard()->setText(QStringLiteral("selected"), QClipboard::Selection);
+    QGuiApplication::clipboard()->setText(u"selected"_s, QClipboard::Selection);
     EXPECT_EQ(pasteIntoEditor(m_text), m_text);
-    EXPECT_EQ(QGuiApplication::clipboard()->text(QClipboard::Selection), QStringLiteral("selected"));
+    EXPECT_EQ(QGuiApplication::clipboard()->text(QClipboard::Selection), u"selected"_s);
 }
 
 TEST_F(PasteTest, TwoPastesInARowPasteTheSecondTextTwice)
 {
     Program editor(Program::app("text_editor.py"));
     ASSERT_TRUE(waitForFocus("Text_editor.py"));
-    m_pasteboard.setText(QStringLiteral("first"));
-    m_pasteboard.setText(QStringLiteral("second"));
+    m_pasteboard.setText(u"first"_s);
+    m_pasteboard.setText(u"second"_s);
     m_desktop.pasteKeystroke.sendPaste();
     m_desktop.pasteKeystroke.sendPaste();
-    EXPECT_TRUE(waitUntil([&] { return editor.text() == QStringLiteral("secondsecond"); }));
+    EXPECT_TRUE(waitUntil([&] { return editor.text() == u"secondsecond"_s; }));
 }
 
 TEST_F(PasteTest, ALongTextArrivesWhole)
 {
     QString text;
     for (int i = 0; text.size() < 1'500'000; ++i) {
-        text += QStringLiteral("zin %1 ").arg(i);
+        text += u"zin %1 "_s.arg(i);
     }
     EXPECT_EQ(pasteIntoEditor(text), text);
 }
@@ -248,7 +249,7 @@ TEST_F(PasteTest, AHeldLetterVDoesNotStandInTheWay)
     Program editor(Program::app("text_editor.py"));
     ASSERT_TRUE(waitForFocus("Text_editor.py"));
     m_hands.press(KeyV);
-    ASSERT_TRUE(waitUntil([&] { return editor.text() == QStringLiteral("v"); }));
+    ASSERT_TRUE(waitUntil([&] { return editor.text() == u"v"_s; }));
     paste(m_text);
     EXPECT_TRUE(waitUntil([&] { return editor.text().endsWith(m_text); })) << qPrintable(editor.text());
     m_hands.release(KeyV);
@@ -286,7 +287,7 @@ TEST_F(PasteTest, OnTheSecondOfTwoLayouts)
 {
     EXPECT_EQ(pasteIntoEditor(m_text,
                               [&] {
-                                  setKeyboard({QStringLiteral("us,ru")});
+                                  setKeyboard({u"us,ru"_s});
                                   m_hands.lockGroup(1);
                               }),
               m_text);
@@ -295,13 +296,13 @@ TEST_F(PasteTest, OnTheSecondOfTwoLayouts)
 TEST_F(PasteTest, HeldControlAndShiftDoNotSwitchTheLayout)
 {
     const auto prepare = [&] {
-        setKeyboard({QStringLiteral("us,de"), QStringLiteral("-option"), QStringLiteral("grp:ctrl_shift_toggle")});
+        setKeyboard({u"us,de"_s, u"-option"_s, u"grp:ctrl_shift_toggle"_s});
         m_hands.press(LeftShift);
     };
     EXPECT_EQ(pasteIntoEditor(m_text, prepare), m_text);
     m_hands.release(LeftShift);
     m_hands.tap(29);
-    EXPECT_EQ(m_desktop.keymap.charactersIgnoringModifiers(29), QStringLiteral("y"));
+    EXPECT_EQ(m_desktop.keymap.charactersIgnoringModifiers(29), u"y"_s);
 }
 
 TEST_F(PasteTest, IntoAVteTerminal)
@@ -325,7 +326,7 @@ TEST_F(PasteTest, IntoAVteTerminalOnALayoutWithoutTheLetterV)
 {
     Program terminal(Program::app("vte_terminal.py"));
     ASSERT_TRUE(waitForFocus("gnome-terminal-server"));
-    setKeyboard({QStringLiteral("ru")});
+    setKeyboard({u"ru"_s});
     paste(m_text);
     EXPECT_TRUE(waitUntil([&] { return terminal.text() == m_text; })) << qPrintable(terminal.text());
 }
@@ -333,9 +334,8 @@ TEST_F(PasteTest, IntoAVteTerminalOnALayoutWithoutTheLetterV)
 TEST_F(PasteTest, IntoXterm)
 {
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("typed"));
-    const Program terminal(QStringLiteral("xterm"),
-                           {QStringLiteral("-u8"), QStringLiteral("-e"), Program::app("raw_reader.py"), path});
+    const QString path = folder.filePath(u"typed"_s);
+    const Program terminal(u"xterm"_s, {u"-u8"_s, u"-e"_s, Program::app("raw_reader.py"), path});
     ASSERT_TRUE(waitForFocus("XTerm"));
     ASSERT_TRUE(waitUntil([&] { return QFile::exists(path); }));
     paste(m_text);
@@ -348,7 +348,7 @@ TEST_F(PasteTest, IntoXterm)
 
 TEST_F(PasteTest, TheClipboardServesOtherProgramsLater)
 {
-    m_pasteboard.setText(QStringLiteral("old"));
+    m_pasteboard.setText(u"old"_s);
     m_pasteboard.setText(m_text);
     Program editor(Program::app("text_editor.py"));
     ASSERT_TRUE(waitForFocus("Text_editor.py"));
@@ -366,7 +366,7 @@ TEST_F(PasteTest, TrustSettingsOpenTheHelpPage)
 
 TEST(PasteOnOtherServers, IsNotTrustedWhereXTestIsMissing)
 {
-    const XServer server({QStringLiteral("-extension"), QStringLiteral("XTEST")});
+    const XServer server({u"-extension"_s, u"XTEST"_s});
     ASSERT_FALSE(server.displayName().isEmpty());
     FakeWorkspace workspace;
     QtPasteboard pasteboard;

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/x11_screens.h"
+#include "linux/x11/x11_screens.h"
 #include "contract/x11/x11_environment.h"
 #include "support/x_hands.h"
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/audio_input.h"
+#include "platform/text_literals.h"
 
 #include <algorithm>
 #include <map>
@@ -17,8 +18,8 @@ public:
     static constexpr std::size_t kBlockFrames = 4096;
 
     // One microphone "microphone" is there from the beginning; `noMicrophone` takes it away.
-    FakeAudioInput() { plug(QStringLiteral("microphone"), {48000, 1}); }
-    explicit FakeAudioInput(const AudioFormat& format) { plug(QStringLiteral("microphone"), format); }
+    FakeAudioInput() { plug(u"microphone"_s, {48000, 1}); }
+    explicit FakeAudioInput(const AudioFormat& format) { plug(u"microphone"_s, format); }
 
     // The first microphone that is plugged becomes the default one.
     void plug(const QString& name, const AudioFormat& format)
@@ -53,7 +54,7 @@ public:
         }
     }
 
-    void noMicrophone() { unplug(QStringLiteral("microphone")); }
+    void noMicrophone() { unplug(u"microphone"_s); }
 
     // The next starts fail with this error; none again lets them succeed.
     void failStarts(std::optional<Error> error) { m_startError = std::move(error); }
@@ -102,7 +103,7 @@ public:
             return tl::unexpected<Error>(*m_startError);
         }
         if (!m_default) {
-            return failure(1, QStringLiteral("No microphone"), QStringLiteral("FakeAudioInput"));
+            return failure(1, u"No microphone"_s, u"FakeAudioInput"_s);
         }
         ++m_startCount;
         m_format = inputFormat();

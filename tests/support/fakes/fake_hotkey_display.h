@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hotkeys/hotkey_display.h"
+#include "platform/text_literals.h"
 
 #include <vector>
 
@@ -44,7 +45,7 @@ public:
     bool recording = false;
     bool busy = false;
     bool capturing = false;
-    QString icon = QStringLiteral("mic");
+    QString icon = u"mic"_s;
     QString statusLine;
     int menuBuilds = 0;
     std::optional<Message> message;

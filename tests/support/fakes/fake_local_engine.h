@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engines/engines.h"
+#include "platform/text_literals.h"
 
 #include <QStringList>
 
@@ -26,7 +27,7 @@ public:
         m_wavPaths.append(wavPath);
         m_languages.append(config.language);
         if (m_results.empty()) {
-            return failure(3, QStringLiteral("no result laid ready"));
+            return failure(3, u"no result laid ready"_s);
         }
         TranscriptionResult result = std::move(m_results.front());
         m_results.pop_front();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/login_item.h"
+#include "platform/text_literals.h"
 
 namespace tavlo {
 
@@ -18,7 +19,7 @@ private:
     Result<void> change(bool to)
     {
         if (!refusal.isEmpty()) {
-            return failure(13, refusal, QStringLiteral("fake"));
+            return failure(13, refusal, u"fake"_s);
         }
         enabled = to;
         return {};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/output_volume.h"
+#include "platform/text_literals.h"
 
 #include <algorithm>
 #include <map>
@@ -24,7 +25,7 @@ public:
     };
 
     // One device "speakers" at full volume is there from the beginning.
-    FakeOutputVolume() { devices[QStringLiteral("speakers")] = {{1.0F, 1.0F}, true}; }
+    FakeOutputVolume() { devices[u"speakers"_s] = {{1.0F, 1.0F}, true}; }
 
     // What the user does with the desktop's slider.
     void userSets(const OutputDevice& device, float scalar) { devices.at(device).channels = {scalar, scalar}; }
@@ -83,7 +84,7 @@ public:
     std::function<void()> changed;  // called by the test
 
     std::map<OutputDevice, Device> devices;
-    std::optional<OutputDevice> currentDefault = QStringLiteral("speakers");
+    std::optional<OutputDevice> currentDefault = u"speakers"_s;
     std::vector<Setting> settings;
     int flushCount = 0;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/overlays.h"
+#include "ui/overlays/overlays.h"
 
 #include <vector>
 

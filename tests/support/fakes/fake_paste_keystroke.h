@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/paste_keystroke.h"
+#include "platform/paste.h"
 
 #include <functional>
 

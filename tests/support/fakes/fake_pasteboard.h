@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/pasteboard.h"
+#include "platform/paste.h"
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/status_item.h"
+#include "ui/tray/status_item.h"
 
 #include <QStringList>
 

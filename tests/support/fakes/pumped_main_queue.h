@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/main_queue.h"
+#include "platform/queues.h"
 
 #include <algorithm>
 #include <condition_variable>

@@ -1,7 +1,7 @@
 // Prints, for each state, the alpha channel of the status item's icon at the width given, as one line of
 // "<state> <hexadecimal bytes>". An end-to-end test tells by them which icon stands in the panel.
 
-#include "ui/tavlo_icon.h"
+#include "ui/tray/tavlo_icon.h"
 
 #include <QGuiApplication>
 #include <QImage>

@@ -1,4 +1,5 @@
 #include "desk.h"
+#include "platform/text_literals.h"
 
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -26,14 +27,14 @@ TEST_F(AppDelegateTest, LaunchCreatesTheSupportFolderForItsOwnerOnlyAndTheTempla
     struct stat status = {};
     ASSERT_EQ(stat(qPrintable(desk.locations.kAppSupportDir), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0700U);
-    EXPECT_EQ(settings().value(QStringLiteral("hotkey")).toString(), QStringLiteral("rechter-command"));
+    EXPECT_EQ(settings().value(u"hotkey"_s).toString(), u"rechter-command"_s);
 }
 
 TEST_F(AppDelegateTest, TheFirstStatusLineIsDutch)
 {
     launch();
-    EXPECT_EQ(status(), QStringLiteral("Klaar - druk op de sneltoets om te dicteren"));
-    EXPECT_EQ(desk.statusItem.icon, QStringLiteral("mic"));
+    EXPECT_EQ(status(), u"Klaar - druk op de sneltoets om te dicteren"_s);
+    EXPECT_EQ(desk.statusItem.icon, u"mic"_s);
     EXPECT_EQ(desk.menuTitles().first(), status());
 }
 
@@ -41,7 +42,7 @@ TEST_F(AppDelegateTest, WithEnglishInTheSettingsTheVeryFirstStatusLineIsEnglish)
 {
     desk.writeSettings(R"({"app_language": "en"})");
     launch();
-    EXPECT_EQ(status(), QStringLiteral("Ready - press the hotkey to dictate"));
+    EXPECT_EQ(status(), u"Ready - press the hotkey to dictate"_s);
     EXPECT_EQ(desk.menuTitles().first(), status());
 }
 
@@ -49,19 +50,19 @@ TEST_F(AppDelegateTest, LaunchMovesALegacyKeyToTheKeyring)
 {
     desk.writeSettings(R"({"openai_api_key": "  sk-abc \n"})");
     launch();
-    EXPECT_EQ(desk.secrets.items[QStringLiteral("openai_api_key")], "sk-abc");
-    EXPECT_EQ(settings().value(QStringLiteral("openai_api_key")).toString(), QString());
-    EXPECT_EQ(desk.log.lines(), QStringList{QStringLiteral("API-sleutel verplaatst naar de Sleutelhanger")});
+    EXPECT_EQ(desk.secrets.items[u"openai_api_key"_s], "sk-abc");
+    EXPECT_EQ(settings().value(u"openai_api_key"_s).toString(), QString());
+    EXPECT_EQ(desk.log.lines(), QStringList{u"API-sleutel verplaatst naar de Sleutelhanger"_s});
 }
 
 TEST_F(AppDelegateTest, ALockedKeyringIsAskedToUnlockOnceAtLaunchAndTheMenuFollows)
 {
     launch();
     EXPECT_EQ(desk.secrets.unlockRequests, 1);
-    EXPECT_EQ(desk.menuTitles().at(1), QStringLiteral("Engine: lokale Whisper (large-v3-turbo)"));
-    desk.secrets.items[QStringLiteral("openai_api_key")] = "sk-test";
+    EXPECT_EQ(desk.menuTitles().at(1), u"Engine: lokale Whisper (large-v3-turbo)"_s);
+    desk.secrets.items[u"openai_api_key"_s] = "sk-test";
     desk.secrets.changed();
-    EXPECT_EQ(desk.menuTitles().at(1), QStringLiteral("Engine: OpenAI gpt-4o-transcribe + lokale fallback"));
+    EXPECT_EQ(desk.menuTitles().at(1), u"Engine: OpenAI gpt-4o-transcribe + lokale fallback"_s);
 }
 
 TEST_F(AppDelegateTest, TerminationRestoresTheVolumeAtOnce)
@@ -79,11 +80,11 @@ TEST_F(AppDelegateTest, TerminationRestoresTheVolumeAtOnce)
 TEST_F(AppDelegateTest, PickingALanguageChangesMenuStatusAndSettingsAtOnce)
 {
     launch();
-    desk.app->perform(MenuAction::PickLanguage, QStringLiteral("en"));
-    EXPECT_EQ(settings().value(QStringLiteral("app_language")).toString(), QStringLiteral("en"));
-    EXPECT_EQ(status(), QStringLiteral("Ready - press the hotkey to dictate"));
-    EXPECT_NE(desk.menuItem(QStringLiteral("Quit Tavlo")), nullptr);
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("Taal gewijzigd naar en"));
+    desk.app->perform(MenuAction::PickLanguage, u"en"_s);
+    EXPECT_EQ(settings().value(u"app_language"_s).toString(), u"en"_s);
+    EXPECT_EQ(status(), u"Ready - press the hotkey to dictate"_s);
+    EXPECT_NE(desk.menuItem(u"Quit Tavlo"_s), nullptr);
+    EXPECT_EQ(desk.log.lines().last(), u"Taal gewijzigd naar en"_s);
 }
 
 TEST_F(AppDelegateTest, ALanguageItemWithoutAStringDoesNothing)
@@ -92,7 +93,7 @@ TEST_F(AppDelegateTest, ALanguageItemWithoutAStringDoesNothing)
     const QByteArray before = desk.settings();
     desk.app->perform(MenuAction::PickLanguage, 7);
     EXPECT_EQ(desk.settings(), before);
-    EXPECT_EQ(gLang, QStringLiteral("nl"));
+    EXPECT_EQ(gLang, u"nl"_s);
     EXPECT_TRUE(desk.log.lines().isEmpty());
 }
 
@@ -100,17 +101,17 @@ TEST_F(AppDelegateTest, ToggleDuckWritesTheNegation)
 {
     launch();
     desk.app->perform(MenuAction::ToggleDuck, {});
-    EXPECT_EQ(settings().value(QStringLiteral("duck_enabled")), QJsonValue(false));
-    EXPECT_EQ(desk.menuItem(QStringLiteral("Muziek dempen tijdens opname"))->check, MenuCheck::Off);
+    EXPECT_EQ(settings().value(u"duck_enabled"_s), QJsonValue(false));
+    EXPECT_EQ(desk.menuItem(u"Muziek dempen tijdens opname"_s)->check, MenuCheck::Off);
     desk.app->perform(MenuAction::ToggleDuck, {});
-    EXPECT_EQ(settings().value(QStringLiteral("duck_enabled")), QJsonValue(true));
-    EXPECT_EQ(desk.menuItem(QStringLiteral("Muziek dempen tijdens opname"))->check, MenuCheck::On);
+    EXPECT_EQ(settings().value(u"duck_enabled"_s), QJsonValue(true));
+    EXPECT_EQ(desk.menuItem(u"Muziek dempen tijdens opname"_s)->check, MenuCheck::On);
 }
 
 TEST_F(AppDelegateTest, ToggleLoginRegistersAndUnregisters)
 {
     launch();
-    const QString title = QStringLiteral("Start bij inloggen");
+    const QString title = u"Start bij inloggen"_s;
     EXPECT_EQ(desk.menuItem(title)->check, MenuCheck::Off);
     desk.app->perform(MenuAction::ToggleLogin, {});
     EXPECT_EQ(desk.menuItem(title)->check, MenuCheck::On);
@@ -121,13 +122,13 @@ TEST_F(AppDelegateTest, ToggleLoginRegistersAndUnregisters)
 TEST_F(AppDelegateTest, ALoginItemThatFailsIsTold)
 {
     launch();
-    desk.loginItem.refusal = Error{QStringLiteral("x"), 1, QStringLiteral("Map is alleen-lezen.")};
+    desk.loginItem.refusal = Error{u"x"_s, 1, u"Map is alleen-lezen."_s};
     desk.app->perform(MenuAction::ToggleLogin, {});
-    EXPECT_EQ(status(), QStringLiteral("⚠️ Login-item: Map is alleen-lezen."));
-    EXPECT_EQ(desk.events, QStringList{QStringLiteral("Basso 0.5")});
-    gLang = QStringLiteral("en");
+    EXPECT_EQ(status(), u"⚠️ Login-item: Map is alleen-lezen."_s);
+    EXPECT_EQ(desk.events, QStringList{u"Basso 0.5"_s});
+    gLang = u"en"_s;
     desk.app->perform(MenuAction::ToggleLogin, {});
-    EXPECT_EQ(status(), QStringLiteral("⚠️ Login item: Map is alleen-lezen."));
+    EXPECT_EQ(status(), u"⚠️ Login item: Map is alleen-lezen."_s);
 }
 
 TEST_F(AppDelegateTest, TheMenuOpensPagesAndWindows)
@@ -138,16 +139,16 @@ TEST_F(AppDelegateTest, TheMenuOpensPagesAndWindows)
     desk.app->openConfig();
     desk.app->perform(MenuAction::OpenSettings, {});
     desk.app->perform(MenuAction::OpenAbout, {});
-    EXPECT_EQ(desk.events, (QStringList{QStringLiteral("open https://pelloquintar.nl/tavlo/support"),
-                                        QStringLiteral("open https://pelloquintar.nl/tavlo"),
-                                        QStringLiteral("open ") + QUrl::fromLocalFile(desk.file->path()).toString(),
-                                        QStringLiteral("settings window"), QStringLiteral("about window")}));
+    EXPECT_EQ(desk.events,
+              (QStringList{u"open https://pelloquintar.nl/tavlo/support"_s, u"open https://pelloquintar.nl/tavlo"_s,
+                           u"open "_s + QUrl::fromLocalFile(desk.file->path()).toString(), u"settings window"_s,
+                           u"about window"_s}));
 }
 
 TEST_F(AppDelegateTest, PasteAgainIsGreyedUntilATextWasDelivered)
 {
     launch();
-    const QString title = QStringLiteral("Plak laatste tekst opnieuw");
+    const QString title = u"Plak laatste tekst opnieuw"_s;
     EXPECT_EQ(desk.menuItem(title)->action, MenuAction::None);
     desk.pressHotkey();
     desk.speak(1000);
@@ -160,14 +161,14 @@ TEST_F(AppDelegateTest, ACapturedKeyIsTheHotkeyAtOnce)
 {
     launch();
     desk.app->perform(MenuAction::StartCapture, {});
-    EXPECT_EQ(desk.statusItem.icon, QStringLiteral("keyboard"));
-    EXPECT_EQ(status(), QStringLiteral("Druk nu op de gewenste toets… (Esc = annuleren)"));
+    EXPECT_EQ(desk.statusItem.icon, u"keyboard"_s);
+    EXPECT_EQ(status(), u"Druk nu op de gewenste toets… (Esc = annuleren)"_s);
     desk.keyboard.keyDown({96, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
-    EXPECT_EQ(status(), QStringLiteral("Sneltoets is nu: F5"));
-    EXPECT_EQ(desk.msgHud.shown.last(), QStringLiteral("✓ Sneltoets is nu: F5"));
+    EXPECT_EQ(status(), u"Sneltoets is nu: F5"_s);
+    EXPECT_EQ(desk.msgHud.shown.last(), u"✓ Sneltoets is nu: F5"_s);
     EXPECT_EQ(desk.msgHud.autoHide, 2.5);
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("Sneltoets gewijzigd naar F5 (keycode 96)"));
+    EXPECT_EQ(desk.log.lines().last(), u"Sneltoets gewijzigd naar F5 (keycode 96)"_s);
     desk.keyboard.keyDown({96, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
     EXPECT_TRUE(desk.app->isRecording());
@@ -177,21 +178,21 @@ TEST_F(AppDelegateTest, ACapturedTypingKeyIsWarnedAbout)
 {
     launch();
     desk.app->perform(MenuAction::StartCapture, {});
-    desk.keyboard.keyDown({49, 0, KeyRepeat::FirstPress, QStringLiteral(" ")});
+    desk.keyboard.keyDown({49, 0, KeyRepeat::FirstPress, u" "_s});
     desk.queue.runPending();
-    EXPECT_EQ(desk.windows.alert.title, QStringLiteral("'Spatie' is een veelgebruikte typtoets"));
+    EXPECT_EQ(desk.windows.alert.title, u"'Spatie' is een veelgebruikte typtoets"_s);
     ASSERT_TRUE(desk.windows.answered);
     desk.windows.answered(TypingKeyAnswer::UseAnyway);
-    EXPECT_EQ(settings().value(QStringLiteral("custom_keycode")).toInt(), 49);
+    EXPECT_EQ(settings().value(u"custom_keycode"_s).toInt(), 49);
 }
 
 TEST_F(AppDelegateTest, SavedSettingsAreToldInTheLanguageJustSaved)
 {
     launch();
-    gLang = QStringLiteral("en");
+    gLang = u"en"_s;
     desk.app->settingsSaved();
-    EXPECT_EQ(status(), QStringLiteral("Settings saved"));
-    EXPECT_NE(desk.menuItem(QStringLiteral("Quit Tavlo")), nullptr);
+    EXPECT_EQ(status(), u"Settings saved"_s);
+    EXPECT_NE(desk.menuItem(u"Quit Tavlo"_s), nullptr);
 }
 
 TEST_F(AppDelegateTest, EveryChangeIsPublishedForOtherPrograms)
@@ -201,25 +202,24 @@ TEST_F(AppDelegateTest, EveryChangeIsPublishedForOtherPrograms)
     desk.pressHotkey();
     desk.pressEscape();
     desk.app->perform(MenuAction::StartCapture, {});
-    EXPECT_EQ(desk.control.published,
-              (QStringList{QStringLiteral("recording: Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"),
-                           QStringLiteral("ready: Opname geannuleerd"),
-                           QStringLiteral("capturing: Druk nu op de gewenste toets… (Esc = annuleren)")}));
+    EXPECT_EQ(desk.control.published, (QStringList{u"recording: Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"_s,
+                                                   u"ready: Opname geannuleerd"_s,
+                                                   u"capturing: Druk nu op de gewenste toets… (Esc = annuleren)"_s}));
     desk.pressEscape();
     desk.pressHotkey();
     desk.speak(1000);
     desk.pressHotkey();
-    EXPECT_EQ(desk.control.published.last(), QStringLiteral("transcribing: Transcriberen… (1 sec audio)"));
+    EXPECT_EQ(desk.control.published.last(), u"transcribing: Transcriberen… (1 sec audio)"_s);
 }
 
 TEST_F(AppDelegateTest, TheCaptureIsPublishedAsOverWhileTheTypingKeyAlertIsShown)
 {
     launch();
     desk.app->perform(MenuAction::StartCapture, {});
-    desk.keyboard.keyDown({49, 0, KeyRepeat::FirstPress, QStringLiteral(" ")});
+    desk.keyboard.keyDown({49, 0, KeyRepeat::FirstPress, u" "_s});
     desk.queue.runPending();
     ASSERT_TRUE(desk.windows.answered);
-    EXPECT_TRUE(desk.control.published.last().startsWith(QStringLiteral("ready: ")));
+    EXPECT_TRUE(desk.control.published.last().startsWith(u"ready: "_s));
 }
 
 TEST_F(AppDelegateTest, AMissingTrayIsToldOnceWithWhatToDo)
@@ -231,16 +231,16 @@ TEST_F(AppDelegateTest, AMissingTrayIsToldOnceWithWhatToDo)
     desk.app->trayChanged(true);
     desk.app->trayChanged(false);
     ASSERT_EQ(desk.notification.shown.size(), 1);
-    EXPECT_TRUE(desk.notification.shown.first().contains(QStringLiteral("Rechter ⌘ Command")));
-    EXPECT_TRUE(desk.notification.shown.first().contains(QStringLiteral("Start Tavlo nog een keer")));
+    EXPECT_TRUE(desk.notification.shown.first().contains(u"Rechter ⌘ Command"_s));
+    EXPECT_TRUE(desk.notification.shown.first().contains(u"Start Tavlo nog een keer"_s));
 }
 
 TEST_F(AppDelegateTest, KeysThatCannotBeSeenAreTold)
 {
-    desk.keyboard.reason = QStringLiteral("Geen toetsen.");
+    desk.keyboard.reason = u"Geen toetsen."_s;
     launch();
-    EXPECT_EQ(status(), QStringLiteral("⚠️ Geen toetsen."));
-    EXPECT_EQ(desk.log.lines(), QStringList{QStringLiteral("Geen toetsen.")});
+    EXPECT_EQ(status(), u"⚠️ Geen toetsen."_s);
+    EXPECT_EQ(desk.log.lines(), QStringList{u"Geen toetsen."_s});
 }
 
 }  // namespace

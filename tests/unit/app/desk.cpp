@@ -1,4 +1,5 @@
 #include "desk.h"
+#include "platform/text_literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -7,7 +8,7 @@ namespace tavlo {
 
 Desk::Desk() : locations(Locations::inFolders(home.path(), home.path()))
 {
-    gLang = QStringLiteral("nl");
+    gLang = u"nl"_s;
     file.emplace(locations.kConfigURL, keychain, log);
     app.emplace(AppParts{locations,  queue,     background, input,        output,  sounds, secrets, keyboard,
                          pasteboard, keystroke, loginItem,  workspace,    cloud,   local,  offer,   statusItem,
@@ -16,7 +17,7 @@ Desk::Desk() : locations(Locations::inFolders(home.path(), home.path()))
 
 Desk::~Desk()
 {
-    gLang = QStringLiteral("nl");
+    gLang = u"nl"_s;
 }
 
 void Desk::speak(int milliseconds, float amplitude)
@@ -60,7 +61,7 @@ QStringList Desk::menuTitles() const
 {
     QStringList titles;
     for (const auto& item : statusItem.menu) {
-        titles.append(item.separator ? QStringLiteral("-") : item.title);
+        titles.append(item.separator ? u"-"_s : item.title);
     }
     return titles;
 }

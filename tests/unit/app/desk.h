@@ -2,15 +2,15 @@
 
 #include "app/app_delegate.h"
 #include "app/app_windows.h"
-#include "platform/background_queue.h"
 #include "platform/desktop_notification.h"
 #include "platform/keyboard_monitor.h"
 #include "platform/login_item.h"
-#include "platform/paste_keystroke.h"
-#include "platform/pasteboard.h"
+#include "platform/paste.h"
+#include "platform/queues.h"
 #include "platform/remote_control.h"
 #include "platform/secret_store.h"
 #include "platform/sound_player.h"
+#include "platform/text_literals.h"
 #include "platform/workspace.h"
 #include "settings/config_file.h"
 #include "settings/keychain.h"
@@ -18,8 +18,8 @@
 #include "settings/locations.h"
 #include "support/fakes/manual_main_queue.h"
 #include "support/fakes/memory_log.h"
-#include "ui/overlays.h"
-#include "ui/status_item.h"
+#include "ui/overlays/overlays.h"
+#include "ui/tray/status_item.h"
 
 #include <QStringList>
 #include <QTemporaryDir>
@@ -75,7 +75,7 @@ public:
     };
 
     struct FakeOutput : OutputVolume {
-        std::optional<OutputDevice> defaultDevice() override { return QStringLiteral("speakers"); }
+        std::optional<OutputDevice> defaultDevice() override { return u"speakers"_s; }
         bool hasVolume(const OutputDevice&) override { return true; }
         std::optional<float> volume(const OutputDevice&) override { return current; }
         bool setVolume(const OutputDevice&, float scalar) override
@@ -151,7 +151,7 @@ public:
         void setText(const QString& value) override
         {
             text = value;
-            events.append(QStringLiteral("clipboard: ") + value);
+            events.append(u"clipboard: "_s + value);
         }
         QStringList& events;
         QString text;
@@ -164,8 +164,8 @@ public:
             ++trustQuestions;
             return trusted;
         }
-        void sendPaste() override { events.append(QStringLiteral("paste: ") + pasteboard.text); }
-        void openTrustSettings() override { events.append(QStringLiteral("trust settings")); }
+        void sendPaste() override { events.append(u"paste: "_s + pasteboard.text); }
+        void openTrustSettings() override { events.append(u"trust settings"_s); }
 
         QStringList& events;
         const FakePasteboard& pasteboard;
@@ -192,7 +192,7 @@ public:
 
     struct FakeWorkspace : Workspace {
         explicit FakeWorkspace(QStringList& list) : events(list) {}
-        void open(const QUrl& url) override { events.append(QStringLiteral("open ") + url.toString()); }
+        void open(const QUrl& url) override { events.append(u"open "_s + url.toString()); }
         QStringList& events;
     };
 
@@ -224,7 +224,7 @@ public:
             return result;
         }
         bool modelReady = true;
-        TranscriptionResult result{QStringLiteral("goede morgen")};
+        TranscriptionResult result{u"goede morgen"_s};
         QStringList wavPaths;
     };
 
@@ -270,8 +270,8 @@ public:
 
     struct FakeWindows : AppWindows {
         explicit FakeWindows(QStringList& list) : events(list) {}
-        void openSettings() override { events.append(QStringLiteral("settings window")); }
-        void openAbout() override { events.append(QStringLiteral("about window")); }
+        void openSettings() override { events.append(u"settings window"_s); }
+        void openAbout() override { events.append(u"about window"_s); }
         void showTypingKeyAlert(const TypingKeyAlert& value, std::function<void(TypingKeyAnswer)> callback) override
         {
             alert = value;
@@ -291,7 +291,7 @@ public:
         ClaimResult claim(RemoteHandlers) override { return ClaimResult::Claimed; }
         void publish(const QString& state, const QString& statusLine) override
         {
-            published.append(state + QStringLiteral(": ") + statusLine);
+            published.append(state + u": "_s + statusLine);
         }
         QStringList published;
     };

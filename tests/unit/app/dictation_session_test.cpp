@@ -1,4 +1,5 @@
 #include "desk.h"
+#include "platform/text_literals.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -8,9 +9,9 @@
 namespace tavlo {
 namespace {
 
-const QString kMic = QStringLiteral("mic");
-const QString kWaveform = QStringLiteral("waveform");
-const QString kHourglass = QStringLiteral("hourglass");
+const QString kMic = u"mic"_s;
+const QString kWaveform = u"waveform"_s;
+const QString kHourglass = u"hourglass"_s;
 
 class DictationSessionTest : public testing::Test {
 protected:
@@ -40,20 +41,20 @@ protected:
 TEST_F(DictationSessionTest, StartPlaysPopShowsTheOverlayAndTellsHowToStop)
 {
     desk.pressHotkey();
-    EXPECT_EQ(desk.take(desk.events), QStringList{QStringLiteral("Pop 0.15")});
+    EXPECT_EQ(desk.take(desk.events), QStringList{u"Pop 0.15"_s});
     EXPECT_TRUE(desk.hud.shown);
     EXPECT_EQ(desk.statusItem.icon, kWaveform);
-    EXPECT_EQ(status(), QStringLiteral("Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"));
+    EXPECT_EQ(status(), u"Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"_s);
     EXPECT_EQ(desk.menuTitles().first(), status());
-    EXPECT_NE(desk.menuItem(QStringLiteral("Stop opname")), nullptr);
+    EXPECT_NE(desk.menuItem(u"Stop opname"_s), nullptr);
     EXPECT_TRUE(desk.log.lines().isEmpty());
 }
 
 TEST_F(DictationSessionTest, StartSpeaksEnglishInTheEnglishInterface)
 {
-    gLang = QStringLiteral("en");
+    gLang = u"en"_s;
     desk.pressHotkey();
-    EXPECT_EQ(status(), QStringLiteral("Recording… Right ⌘ Command = stop, Esc = cancel"));
+    EXPECT_EQ(status(), u"Recording… Right ⌘ Command = stop, Esc = cancel"_s);
 }
 
 TEST_F(DictationSessionTest, StartDucksTheVolumeWhenThatIsEnabled)
@@ -79,22 +80,22 @@ TEST_F(DictationSessionTest, AMicrophoneThatDoesNotStartLeavesTheApplicationRead
     desk.input.format = {};
     const int builds = desk.statusItem.builds;
     desk.pressHotkey();
-    EXPECT_EQ(status(), QStringLiteral("⚠️ Microfoon: Geen microfoon beschikbaar (of geen toestemming)."));
-    EXPECT_EQ(desk.take(desk.events), QStringList{QStringLiteral("Basso 0.5")});
+    EXPECT_EQ(status(), u"⚠️ Microfoon: Geen microfoon beschikbaar (of geen toestemming)."_s);
+    EXPECT_EQ(desk.take(desk.events), QStringList{u"Basso 0.5"_s});
     EXPECT_EQ(desk.statusItem.icon, kMic);
     EXPECT_FALSE(desk.hud.shown);
     EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
     EXPECT_GT(desk.statusItem.builds, builds);
     EXPECT_TRUE(desk.log.lines().isEmpty());
-    gLang = QStringLiteral("en");
+    gLang = u"en"_s;
     desk.pressHotkey();
-    EXPECT_EQ(status(), QStringLiteral("⚠️ Microphone: Geen microfoon beschikbaar (of geen toestemming)."));
+    EXPECT_EQ(status(), u"⚠️ Microphone: Geen microfoon beschikbaar (of geen toestemming)."_s);
 }
 
 TEST_F(DictationSessionTest, ARecordingOf12799BytesIsTooShortAnd12800BytesGoOn)
 {
     dictateBytes(12798);
-    EXPECT_EQ(status(), QStringLiteral("Opname te kort"));
+    EXPECT_EQ(status(), u"Opname te kort"_s);
     EXPECT_EQ(desk.statusItem.icon, kMic);
     EXPECT_FALSE(desk.app->isBusy());
     EXPECT_TRUE(desk.log.lines().isEmpty());
@@ -106,7 +107,7 @@ TEST_F(DictationSessionTest, ARecordingOf12799BytesIsTooShortAnd12800BytesGoOn)
 TEST_F(DictationSessionTest, FinishHidesTheOverlayRestoresTheVolumeAndPlaysTinkBeforeAnyCheck)
 {
     dictateBytes(1000);
-    EXPECT_EQ(desk.events, (QStringList{QStringLiteral("Pop 0.15"), QStringLiteral("Tink 0.12")}));
+    EXPECT_EQ(desk.events, (QStringList{u"Pop 0.15"_s, u"Tink 0.12"_s}));
     EXPECT_FALSE(desk.hud.shown);
     desk.queue.advance(std::chrono::milliseconds(450));
     EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
@@ -117,7 +118,7 @@ TEST_F(DictationSessionTest, TheKeyIsLookedForFromTheSecondPressOn)
     desk.app->menuToggle();
     EXPECT_TRUE(desk.secrets.begunFor.isEmpty());
     desk.app->menuToggle();
-    EXPECT_EQ(desk.secrets.begunFor, QStringList(QStringLiteral("openai_api_key")));
+    EXPECT_EQ(desk.secrets.begunFor, QStringList(u"openai_api_key"_s));
 }
 
 TEST_F(DictationSessionTest, APeakOfExactly018CountsAsSpeech)
@@ -139,16 +140,16 @@ TEST_F(DictationSessionTest, APeakOfExactly018CountsAsSpeech)
         amplitude = std::nextafter(amplitude, 0.0F);
     }
     EXPECT_NEAR(static_cast<double>(amplitude), static_cast<double>(amplitudeOf(0.18)), 1e-7);
-    EXPECT_EQ(status(), QStringLiteral("Geen spraak gehoord - niets verstuurd"));
+    EXPECT_EQ(status(), u"Geen spraak gehoord - niets verstuurd"_s);
 }
 
 TEST_F(DictationSessionTest, SilenceIsToldAndLoggedAndSentNowhere)
 {
     dictateBytes(32000, amplitudeOf(0.1));
-    EXPECT_EQ(status(), QStringLiteral("Geen spraak gehoord - niets verstuurd"));
+    EXPECT_EQ(status(), u"Geen spraak gehoord - niets verstuurd"_s);
     ASSERT_EQ(desk.log.lines().size(), 1);
-    EXPECT_TRUE(desk.log.lines().first().startsWith(QStringLiteral("Stilte gedetecteerd (piek 0.")));
-    EXPECT_TRUE(desk.log.lines().first().endsWith(QStringLiteral("), overgeslagen")));
+    EXPECT_TRUE(desk.log.lines().first().startsWith(u"Stilte gedetecteerd (piek 0."_s));
+    EXPECT_TRUE(desk.log.lines().first().endsWith(u"), overgeslagen"_s));
     EXPECT_TRUE(desk.msgHud.shown.isEmpty());
     EXPECT_EQ(desk.statusItem.icon, kMic);
     EXPECT_FALSE(desk.app->isBusy());
@@ -159,12 +160,11 @@ TEST_F(DictationSessionTest, SilenceIsToldAndLoggedAndSentNowhere)
 TEST_F(DictationSessionTest, NoSignalAtAllIsToldByAMessageForSixSeconds)
 {
     dictateBytes(32000, 0.0F);
-    EXPECT_EQ(status(), QStringLiteral("Geen microfoonsignaal - gebruikt een andere app de microfoon?"));
-    EXPECT_EQ(desk.msgHud.shown,
-              QStringList{QStringLiteral("Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de "
-                                         "microfoon? Beëindig het gesprek of geef Tavlo even de microfoon.")});
+    EXPECT_EQ(status(), u"Geen microfoonsignaal - gebruikt een andere app de microfoon?"_s);
+    EXPECT_EQ(desk.msgHud.shown, QStringList{u"Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de "
+                                             "microfoon? Beëindig het gesprek of geef Tavlo even de microfoon."_s});
     EXPECT_EQ(desk.msgHud.autoHide, 6.0);
-    EXPECT_EQ(desk.log.lines(), QStringList{QStringLiteral("Stilte gedetecteerd (piek 0.0), overgeslagen")});
+    EXPECT_EQ(desk.log.lines(), QStringList{u"Stilte gedetecteerd (piek 0.0), overgeslagen"_s});
 }
 
 TEST_F(DictationSessionTest, APeakOfExactly001IsNoSpeechRatherThanNoSignal)
@@ -172,12 +172,12 @@ TEST_F(DictationSessionTest, APeakOfExactly001IsNoSpeechRatherThanNoSignal)
     float amplitude = amplitudeOf(0.01);
     const auto noSignal = [this](float a) {
         dictateBytes(16000, a);
-        return status().startsWith(QStringLiteral("Geen microfoonsignaal"));
+        return status().startsWith(u"Geen microfoonsignaal"_s);
     };
     while (noSignal(amplitude)) {
         amplitude = std::nextafter(amplitude, 1.0F);
     }
-    EXPECT_EQ(status(), QStringLiteral("Geen spraak gehoord - niets verstuurd"));
+    EXPECT_EQ(status(), u"Geen spraak gehoord - niets verstuurd"_s);
     while (!noSignal(std::nextafter(amplitude, 0.0F))) {
         amplitude = std::nextafter(amplitude, 0.0F);
     }
@@ -186,11 +186,11 @@ TEST_F(DictationSessionTest, APeakOfExactly001IsNoSpeechRatherThanNoSignal)
 
 TEST_F(DictationSessionTest, NineTenthsOfASecondOfSpeechShowZeroSeconds)
 {
-    gLang = QStringLiteral("en");
+    gLang = u"en"_s;
     dictateBytes(28800);
-    EXPECT_EQ(status(), QStringLiteral("Transcribing… (0s of audio)"));
+    EXPECT_EQ(status(), u"Transcribing… (0s of audio)"_s);
     EXPECT_EQ(desk.statusItem.icon, kHourglass);
-    EXPECT_EQ(desk.log.lines(), QStringList{QStringLiteral("Opname gestopt: 0s audio, start transcriptie")});
+    EXPECT_EQ(desk.log.lines(), QStringList{u"Opname gestopt: 0s audio, start transcriptie"_s});
 }
 
 TEST_F(DictationSessionTest, TheRecordingIsSavedAsAWavFileBeforeAnyEngineRuns)
@@ -213,9 +213,9 @@ TEST_F(DictationSessionTest, ALastRecordingThatCannotBeWrittenIsLoggedAndTheOldO
     ASSERT_TRUE(QFileInfo::exists(desk.locations.kLastWavURL));
     // A folder where the file should stand cannot be replaced by it.
     QFile::remove(desk.locations.kLastWavURL);
-    QDir().mkpath(desk.locations.kLastWavURL + QStringLiteral("/in the way"));
+    QDir().mkpath(desk.locations.kLastWavURL + u"/in the way"_s);
     dictateBytes(32000);
-    EXPECT_TRUE(desk.log.lines().last().startsWith(QStringLiteral("Laatste opname niet bewaard: ")));
+    EXPECT_TRUE(desk.log.lines().last().startsWith(u"Laatste opname niet bewaard: "_s));
     EXPECT_TRUE(desk.app->isBusy());
 }
 
@@ -248,8 +248,8 @@ TEST_F(DictationSessionTest, EscapeCancelsARecording)
     desk.speak(1000);
     desk.take(desk.events);
     desk.pressEscape();
-    EXPECT_EQ(desk.events, QStringList{QStringLiteral("Basso 0.2")});
-    EXPECT_EQ(status(), QStringLiteral("Opname geannuleerd"));
+    EXPECT_EQ(desk.events, QStringList{u"Basso 0.2"_s});
+    EXPECT_EQ(status(), u"Opname geannuleerd"_s);
     EXPECT_EQ(desk.statusItem.icon, kMic);
     EXPECT_FALSE(desk.hud.shown);
     EXPECT_FALSE(desk.app->isRecording());
@@ -265,8 +265,8 @@ TEST_F(DictationSessionTest, AQueuedCancelDoesNothingWhenTheRecordingHasEndedMea
     desk.keyboard.keyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
     EXPECT_TRUE(desk.app->isBusy());
-    EXPECT_EQ(status(), QStringLiteral("Transcriberen… (1 sec audio)"));
-    EXPECT_FALSE(desk.events.contains(QStringLiteral("Basso 0.2")));
+    EXPECT_EQ(status(), u"Transcriberen… (1 sec audio)"_s);
+    EXPECT_FALSE(desk.events.contains(u"Basso 0.2"_s));
 }
 
 TEST_F(DictationSessionTest, TheWatchdogFreesTheApplicationAfter120Seconds)
@@ -278,10 +278,11 @@ TEST_F(DictationSessionTest, TheWatchdogFreesTheApplicationAfter120Seconds)
     desk.queue.advance(std::chrono::milliseconds(1));
     EXPECT_FALSE(desk.app->isBusy());
     EXPECT_EQ(desk.statusItem.icon, kMic);
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("WAAKHOND: transcriptie hing, app vrijgegeven"));
-    EXPECT_EQ(desk.events, QStringList{QStringLiteral("Basso 0.5")});
-    EXPECT_EQ(status(), QStringLiteral("⚠️ Transcriptie duurde te lang en is afgebroken - opname is bewaard als "
-                                       "laatste-opname.wav"));
+    EXPECT_EQ(desk.log.lines().last(), u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
+    EXPECT_EQ(desk.events, QStringList{u"Basso 0.5"_s});
+    EXPECT_EQ(status(),
+              u"⚠️ Transcriptie duurde te lang en is afgebroken - opname is bewaard als "
+              "laatste-opname.wav"_s);
 }
 
 TEST_F(DictationSessionTest, TheFirstWatchdogLeavesASecondTranscriptionAlone)
@@ -293,7 +294,7 @@ TEST_F(DictationSessionTest, TheFirstWatchdogLeavesASecondTranscriptionAlone)
     dictateBytes(32000);
     desk.queue.advance(std::chrono::seconds(61));
     EXPECT_TRUE(desk.app->isBusy());
-    EXPECT_FALSE(desk.log.lines().contains(QStringLiteral("WAAKHOND: transcriptie hing, app vrijgegeven")));
+    EXPECT_FALSE(desk.log.lines().contains(u"WAAKHOND: transcriptie hing, app vrijgegeven"_s));
     desk.queue.advance(std::chrono::seconds(59));
     EXPECT_FALSE(desk.app->isBusy());
 }
@@ -305,8 +306,8 @@ TEST_F(DictationSessionTest, AResultAfterTheWatchdogIsStillPasted)
     ASSERT_FALSE(desk.app->isBusy());
     desk.runBackground();
     desk.queue.advance(std::chrono::milliseconds(150));
-    EXPECT_EQ(desk.events.last(), QStringLiteral("paste: goede morgen"));
-    EXPECT_EQ(status(), QStringLiteral("Geplakt via lokale Whisper"));
+    EXPECT_EQ(desk.events.last(), u"paste: goede morgen"_s);
+    EXPECT_EQ(status(), u"Geplakt via lokale Whisper"_s);
 }
 
 TEST_F(DictationSessionTest, LevelsReachTheOverlay)
@@ -323,16 +324,14 @@ TEST_F(DictationSessionTest, ADeviceChangeWhileRecordingStopsItAndTellsSo)
     desk.speak(1000);
     desk.take(desk.events);
     desk.input.changed();
-    EXPECT_EQ(desk.log.lines(),
-              QStringList{QStringLiteral("Audio-apparaat gewisseld tijdens opname - opname gestopt")});
-    EXPECT_EQ(desk.events, QStringList{QStringLiteral("Basso 0.2")});
-    EXPECT_EQ(status(), QStringLiteral("Audio-apparaat gewisseld - opname gestopt"));
+    EXPECT_EQ(desk.log.lines(), QStringList{u"Audio-apparaat gewisseld tijdens opname - opname gestopt"_s});
+    EXPECT_EQ(desk.events, QStringList{u"Basso 0.2"_s});
+    EXPECT_EQ(status(), u"Audio-apparaat gewisseld - opname gestopt"_s);
     EXPECT_EQ(desk.menuTitles().first(), status());
     EXPECT_EQ(desk.msgHud.autoHide, 5.0);
-    EXPECT_EQ(
-        desk.msgHud.shown.last(),
-        QStringLiteral("Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk "
-                       "op de sneltoets om opnieuw te beginnen."));
+    EXPECT_EQ(desk.msgHud.shown.last(),
+              u"Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk "
+              "op de sneltoets om opnieuw te beginnen."_s);
     EXPECT_FALSE(desk.app->isRecording());
 }
 

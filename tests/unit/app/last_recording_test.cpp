@@ -1,4 +1,5 @@
-#include "app/last_recording.h"
+#include "app/dictation_session.h"
+#include "platform/text_literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -25,7 +26,7 @@ QByteArray contentOf(const QString& path)
 TEST(LastRecording, ReplacesTheFileBeforeAndIsReadableByItsOwnerOnly)
 {
     QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("laatste-opname.wav"));
+    const QString path = folder.filePath(u"laatste-opname.wav"_s);
     ASSERT_TRUE(writeLastRecording("first, and longer", path));
     ASSERT_TRUE(writeLastRecording("second", path));
     EXPECT_EQ(contentOf(path), "second");
@@ -62,7 +63,7 @@ private:
 TEST(LastRecording, RemovesAnOlderFileWhenTheNewOneCannotBeWritten)
 {
     QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("laatste-opname.wav"));
+    const QString path = folder.filePath(u"laatste-opname.wav"_s);
     ASSERT_TRUE(writeLastRecording("yesterday's words", path));
     Result<void> result;
     {
@@ -77,7 +78,7 @@ TEST(LastRecording, RemovesAnOlderFileWhenTheNewOneCannotBeWritten)
 TEST(LastRecording, AMissingFolderIsAFailureWithADescription)
 {
     QTemporaryDir folder;
-    const auto result = writeLastRecording("words", folder.filePath(QStringLiteral("missing/laatste-opname.wav")));
+    const auto result = writeLastRecording("words", folder.filePath(u"missing/laatste-opname.wav"_s));
     ASSERT_FALSE(result);
     EXPECT_FALSE(result.error().description.isEmpty());
 }

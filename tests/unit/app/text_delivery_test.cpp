@@ -1,4 +1,5 @@
 #include "desk.h"
+#include "platform/text_literals.h"
 
 #include <gtest/gtest.h>
 
@@ -23,12 +24,12 @@ protected:
 
 TEST_F(TextDeliveryTest, TheChordFollowsTheClipboardBy150Milliseconds)
 {
-    dictate(QStringLiteral("hallo"));
-    EXPECT_EQ(desk.events.last(), QStringLiteral("clipboard: hallo"));
+    dictate(u"hallo"_s);
+    EXPECT_EQ(desk.events.last(), u"clipboard: hallo"_s);
     desk.queue.advance(std::chrono::milliseconds(149));
-    EXPECT_EQ(desk.events.last(), QStringLiteral("clipboard: hallo"));
+    EXPECT_EQ(desk.events.last(), u"clipboard: hallo"_s);
     desk.queue.advance(std::chrono::milliseconds(1));
-    EXPECT_EQ(desk.events.last(), QStringLiteral("paste: hallo"));
+    EXPECT_EQ(desk.events.last(), u"paste: hallo"_s);
 }
 
 TEST_F(TextDeliveryTest, PasteAgainWithoutALastTextChangesNothing)
@@ -40,47 +41,45 @@ TEST_F(TextDeliveryTest, PasteAgainWithoutALastTextChangesNothing)
 
 TEST_F(TextDeliveryTest, TwoPastesWithin150MillisecondsBothPasteTheSecondText)
 {
-    dictate(QStringLiteral("eerste"));
+    dictate(u"eerste"_s);
     desk.queue.advance(std::chrono::milliseconds(100));
-    dictate(QStringLiteral("tweede"));
+    dictate(u"tweede"_s);
     desk.queue.advance(std::chrono::milliseconds(150));
-    EXPECT_EQ(desk.events.filter(QStringLiteral("paste: ")),
-              (QStringList{QStringLiteral("paste: tweede"), QStringLiteral("paste: tweede")}));
+    EXPECT_EQ(desk.events.filter(u"paste: "_s), (QStringList{u"paste: tweede"_s, u"paste: tweede"_s}));
 }
 
 TEST_F(TextDeliveryTest, ANewDictationMayStartWhileTheChordIsPending)
 {
-    dictate(QStringLiteral("eerste"));
+    dictate(u"eerste"_s);
     desk.pressHotkey();
     EXPECT_TRUE(desk.app->isRecording());
     desk.queue.advance(std::chrono::milliseconds(150));
-    EXPECT_EQ(desk.events.last(), QStringLiteral("paste: eerste"));
+    EXPECT_EQ(desk.events.last(), u"paste: eerste"_s);
 }
 
 TEST_F(TextDeliveryTest, WithoutTrustTheTextStaysOnTheClipboardAndTheUserIsTold)
 {
     desk.keystroke.trusted = false;
-    dictate(QStringLiteral("hallo"));
+    dictate(u"hallo"_s);
     EXPECT_EQ(desk.app->statusLine(),
-              QStringLiteral("⚠️ Tekst staat op klembord (⌘V) - zet Toegankelijkheid weer aan "
-                             "voor automatisch plakken"));
+              u"⚠️ Tekst staat op klembord (⌘V) - zet Toegankelijkheid weer aan "
+              "voor automatisch plakken"_s);
     EXPECT_EQ(desk.events.mid(desk.events.size() - 3),
-              (QStringList{QStringLiteral("clipboard: hallo"), QStringLiteral("Basso 0.4"),
-                           QStringLiteral("trust settings")}));
+              (QStringList{u"clipboard: hallo"_s, u"Basso 0.4"_s, u"trust settings"_s}));
     const auto lines = desk.log.lines().size();
     desk.queue.advance(std::chrono::seconds(1));
-    EXPECT_TRUE(desk.events.filter(QStringLiteral("paste: ")).isEmpty());
-    gLang = QStringLiteral("en");
+    EXPECT_TRUE(desk.events.filter(u"paste: "_s).isEmpty());
+    gLang = u"en"_s;
     desk.app->pasteAgain();
     EXPECT_EQ(desk.app->statusLine(),
-              QStringLiteral("⚠️ Text is on the clipboard (⌘V) - re-enable Accessibility for automatic pasting"));
-    EXPECT_EQ(desk.events.filter(QStringLiteral("trust settings")).size(), 2);
+              u"⚠️ Text is on the clipboard (⌘V) - re-enable Accessibility for automatic pasting"_s);
+    EXPECT_EQ(desk.events.filter(u"trust settings"_s).size(), 2);
     EXPECT_EQ(desk.log.lines().size(), lines);
 }
 
 TEST_F(TextDeliveryTest, TrustIsAskedForOnEveryPaste)
 {
-    dictate(QStringLiteral("hallo"));
+    dictate(u"hallo"_s);
     desk.app->pasteAgain();
     EXPECT_EQ(desk.keystroke.trustQuestions, 2);
 }

@@ -1,20 +1,21 @@
 #include "app/text_rules.h"
+#include "platform/text_literals.h"
 
 #include <gtest/gtest.h>
 
 namespace tavlo {
 namespace {
 
-const QString kVocabulary = QStringLiteral("Kubernetes, PostgreSQL, Grafana");
+const QString kVocabulary = u"Kubernetes, PostgreSQL, Grafana"_s;
 
 TEST(TextRules, ACharacterIsWhatTheUserSeesAsOne)
 {
     EXPECT_EQ(characterCount(QString()), 0);
-    EXPECT_EQ(characterCount(QStringLiteral("hallo")), 5);
-    EXPECT_EQ(characterCount(QStringLiteral("e\u0301")), 1);
-    EXPECT_EQ(characterCount(QStringLiteral("👩‍👩‍👧")), 1);
-    EXPECT_EQ(characterCount(QStringLiteral("🇳🇱🇬🇧")), 2);
-    EXPECT_EQ(characterCount(QStringLiteral("a\r\nb")), 3);
+    EXPECT_EQ(characterCount(u"hallo"_s), 5);
+    EXPECT_EQ(characterCount(u"e\u0301"_s), 1);
+    EXPECT_EQ(characterCount(u"👩‍👩‍👧"_s), 1);
+    EXPECT_EQ(characterCount(u"🇳🇱🇬🇧"_s), 2);
+    EXPECT_EQ(characterCount(u"a\r\nb"_s), 3);
 }
 
 TEST(TextRules, ARecordingOfTenSecondsIsNeverSuspicious)
@@ -32,50 +33,48 @@ TEST(TextRules, FewerThanThreeCharactersASecondAreSuspicious)
 
 TEST(TextRules, ATranscriptThatRepeatsTheVocabularyIsAnEcho)
 {
-    EXPECT_TRUE(isVocabularyEcho(QStringLiteral(" kubernetes, postgresql, grafana."), kVocabulary));
-    EXPECT_TRUE(isVocabularyEcho(QStringLiteral("\n«Kubernetes, PostgreSQL»!?\u00a0"), kVocabulary));
+    EXPECT_TRUE(isVocabularyEcho(u" kubernetes, postgresql, grafana."_s, kVocabulary));
+    EXPECT_TRUE(isVocabularyEcho(u"\n«Kubernetes, PostgreSQL»!?\u00a0"_s, kVocabulary));
 }
 
 TEST(TextRules, AShortPartOfTheVocabularyIsNoEcho)
 {
-    EXPECT_FALSE(isVocabularyEcho(QStringLiteral("Grafana"), kVocabulary));
+    EXPECT_FALSE(isVocabularyEcho(u"Grafana"_s, kVocabulary));
     // "resql, grafana" has 14 characters, "gresql, grafana" has 15.
-    EXPECT_FALSE(isVocabularyEcho(QStringLiteral("resql, Grafana"), kVocabulary));
-    EXPECT_TRUE(isVocabularyEcho(QStringLiteral("gresql, Grafana"), kVocabulary));
+    EXPECT_FALSE(isVocabularyEcho(u"resql, Grafana"_s, kVocabulary));
+    EXPECT_TRUE(isVocabularyEcho(u"gresql, Grafana"_s, kVocabulary));
 }
 
 TEST(TextRules, InnerPunctuationCounts)
 {
-    EXPECT_FALSE(isVocabularyEcho(QStringLiteral("kubernetes postgresql grafana"), kVocabulary));
+    EXPECT_FALSE(isVocabularyEcho(u"kubernetes postgresql grafana"_s, kVocabulary));
 }
 
 TEST(TextRules, NothingEchoesAnEmptyVocabulary)
 {
-    EXPECT_FALSE(isVocabularyEcho(QStringLiteral("kubernetes, postgresql, grafana"), QStringLiteral(" \n")));
+    EXPECT_FALSE(isVocabularyEcho(u"kubernetes, postgresql, grafana"_s, u" \n"_s));
 }
 
 TEST(TextRules, TextsAreTheSameWhenCanonicallyEquivalent)
 {
-    EXPECT_TRUE(
-        isVocabularyEcho(QStringLiteral("cafe\u0301 cre\u0300me brule\u0301"), QStringLiteral("Café crème brulé")));
+    EXPECT_TRUE(isVocabularyEcho(u"cafe\u0301 cre\u0300me brule\u0301"_s, u"Café crème brulé"_s));
 }
 
 TEST(TextRules, AnEchoIsARunOfWholeCharacters)
 {
     // The transcript ends inside a character of the word list: a letter with a mark that has no composed form.
-    EXPECT_FALSE(isVocabularyEcho(QStringLiteral("abcdefghijklmnox"), QStringLiteral("abcdefghijklmnox\u0301 end")));
-    EXPECT_TRUE(
-        isVocabularyEcho(QStringLiteral("abcdefghijklmnox\u0301"), QStringLiteral("abcdefghijklmnox\u0301 end")));
+    EXPECT_FALSE(isVocabularyEcho(u"abcdefghijklmnox"_s, u"abcdefghijklmnox\u0301 end"_s));
+    EXPECT_TRUE(isVocabularyEcho(u"abcdefghijklmnox\u0301"_s, u"abcdefghijklmnox\u0301 end"_s));
 }
 
 TEST(TextRules, ThePeakPrintsAsTheShortestDecimalThatReadsBackTheSame)
 {
-    EXPECT_EQ(shortestDecimal(0.0F), QStringLiteral("0.0"));
-    EXPECT_EQ(shortestDecimal(1.0F), QStringLiteral("1.0"));
-    EXPECT_EQ(shortestDecimal(0.18F), QStringLiteral("0.18"));
-    EXPECT_EQ(shortestDecimal(0.1F), QStringLiteral("0.1"));
-    EXPECT_EQ(shortestDecimal(0.123456789F), QStringLiteral("0.12345679"));
-    EXPECT_EQ(shortestDecimal(0.00001F), QStringLiteral("0.00001"));
+    EXPECT_EQ(shortestDecimal(0.0F), u"0.0"_s);
+    EXPECT_EQ(shortestDecimal(1.0F), u"1.0"_s);
+    EXPECT_EQ(shortestDecimal(0.18F), u"0.18"_s);
+    EXPECT_EQ(shortestDecimal(0.1F), u"0.1"_s);
+    EXPECT_EQ(shortestDecimal(0.123456789F), u"0.12345679"_s);
+    EXPECT_EQ(shortestDecimal(0.00001F), u"0.00001"_s);
 }
 
 }  // namespace

@@ -1,16 +1,17 @@
 #include "desk.h"
+#include "platform/text_literals.h"
 
 #include <gtest/gtest.h>
 
 namespace tavlo {
 namespace {
 
-const QString kMic = QStringLiteral("mic");
-const QString kHourglass = QStringLiteral("hourglass");
+const QString kMic = u"mic"_s;
+const QString kHourglass = u"hourglass"_s;
 
 Error someError(const QString& description)
 {
-    return {QStringLiteral("Tavlo"), 500, description};
+    return {u"Tavlo"_s, 500, description};
 }
 
 class TranscriptionRoutingTest : public testing::Test {
@@ -19,8 +20,8 @@ protected:
 
     void useCloud(const QByteArray& more = {})
     {
-        desk.secrets.items[QStringLiteral("openai_api_key")] = "sk-test";
-        desk.secrets.items[QStringLiteral("groq_api_key")] = "gsk-test";
+        desk.secrets.items[u"openai_api_key"_s] = "sk-test";
+        desk.secrets.items[u"groq_api_key"_s] = "gsk-test";
         desk.writeSettings("{\"engine\": \"auto\"" + more + "}");
     }
 
@@ -37,12 +38,12 @@ protected:
         desk.queue.runPending();
     }
 
-    void cloudFails() { cloudAnswers(tl::unexpected<Error>(someError(QStringLiteral("OpenAI 500: kapot")))); }
+    void cloudFails() { cloudAnswers(tl::unexpected<Error>(someError(u"OpenAI 500: kapot"_s))); }
 
     QStringList pasted()
     {
         desk.queue.advance(std::chrono::milliseconds(150));
-        return desk.events.filter(QStringLiteral("paste: "));
+        return desk.events.filter(u"paste: "_s);
     }
 
     QString status() const { return desk.app->statusLine(); }
@@ -55,9 +56,9 @@ TEST_F(TranscriptionRoutingTest, WithoutAKeyTheLocalEngineTranscribes)
     dictate(1000);
     EXPECT_TRUE(desk.cloud.completions.empty());
     desk.runBackground();
-    EXPECT_EQ(status(), QStringLiteral("Geplakt via lokale Whisper"));
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("Klaar via lokale Whisper: 12 tekens"));
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste: goede morgen")});
+    EXPECT_EQ(status(), u"Geplakt via lokale Whisper"_s);
+    EXPECT_EQ(desk.log.lines().last(), u"Klaar via lokale Whisper: 12 tekens"_s);
+    EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
     EXPECT_EQ(desk.statusItem.icon, kMic);
     EXPECT_FALSE(desk.app->isBusy());
 }
@@ -68,11 +69,11 @@ TEST_F(TranscriptionRoutingTest, WithAKeyTheCloudTranscribes)
     dictate(1000);
     ASSERT_EQ(desk.cloud.wavs.size(), 1U);
     EXPECT_EQ(desk.cloud.wavs.front().size(), 32044);
-    EXPECT_EQ(desk.cloud.configs.front().apiKey, QStringLiteral("sk-test"));
-    cloudAnswers(QStringLiteral("dag"));
-    EXPECT_EQ(status(), QStringLiteral("Geplakt via OpenAI gpt-4o-transcribe"));
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("Klaar via OpenAI gpt-4o-transcribe: 3 tekens"));
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste: dag")});
+    EXPECT_EQ(desk.cloud.configs.front().apiKey, u"sk-test"_s);
+    cloudAnswers(u"dag"_s);
+    EXPECT_EQ(status(), u"Geplakt via OpenAI gpt-4o-transcribe"_s);
+    EXPECT_EQ(desk.log.lines().last(), u"Klaar via OpenAI gpt-4o-transcribe: 3 tekens"_s);
+    EXPECT_EQ(pasted(), QStringList{u"paste: dag"_s});
     EXPECT_TRUE(desk.background.tasks.empty());
 }
 
@@ -96,8 +97,8 @@ TEST_F(TranscriptionRoutingTest, TheEngineLabelOfGroqNamesItsModel)
 {
     useCloud(R"(, "provider": "groq")");
     dictate(1000);
-    cloudAnswers(QStringLiteral("dag"));
-    EXPECT_EQ(status(), QStringLiteral("Geplakt via Groq whisper-large-v3-turbo"));
+    cloudAnswers(u"dag"_s);
+    EXPECT_EQ(status(), u"Geplakt via Groq whisper-large-v3-turbo"_s);
 }
 
 TEST_F(TranscriptionRoutingTest, EngineLocalIgnoresTheKey)
@@ -125,7 +126,7 @@ TEST_F(TranscriptionRoutingTest, EngineOpenaiWithAnEmptyKeyStillCallsTheCloudAnd
     ASSERT_EQ(desk.cloud.completions.size(), 1U);
     cloudFails();
     desk.runBackground();
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste: goede morgen")});
+    EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
 }
 
 TEST_F(TranscriptionRoutingTest, ACloudFailureIsLoggedAndTheLocalEngineTakesOver)
@@ -133,27 +134,26 @@ TEST_F(TranscriptionRoutingTest, ACloudFailureIsLoggedAndTheLocalEngineTakesOver
     useCloud();
     dictate(1000);
     cloudFails();
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("OpenAI mislukt: OpenAI 500: kapot - fallback naar lokaal"));
-    EXPECT_EQ(status(), QStringLiteral("OpenAI niet bereikbaar - lokale Whisper als reserve…"));
+    EXPECT_EQ(desk.log.lines().last(), u"OpenAI mislukt: OpenAI 500: kapot - fallback naar lokaal"_s);
+    EXPECT_EQ(status(), u"OpenAI niet bereikbaar - lokale Whisper als reserve…"_s);
     EXPECT_EQ(desk.statusItem.icon, kHourglass);
     EXPECT_TRUE(desk.app->isBusy());
-    EXPECT_TRUE(desk.events.filter(QStringLiteral("Basso")).isEmpty());
+    EXPECT_TRUE(desk.events.filter(u"Basso"_s).isEmpty());
     desk.runBackground();
-    EXPECT_EQ(status(), QStringLiteral("Geplakt via lokale Whisper"));
+    EXPECT_EQ(status(), u"Geplakt via lokale Whisper"_s);
 }
 
 TEST_F(TranscriptionRoutingTest, TheFallbackRunsWithoutAskingForTheModelAndTellsItsFailure)
 {
     useCloud();
     desk.local.modelReady = false;
-    desk.local.result = failure(3, QStringLiteral("Het offline taalmodel is nog niet gedownload."));
+    desk.local.result = failure(3, u"Het offline taalmodel is nog niet gedownload."_s);
     dictate(1000);
     cloudFails();
     desk.runBackground();
-    EXPECT_EQ(status(), QStringLiteral("⚠️ Mislukt: Het offline taalmodel is nog niet gedownload."));
-    EXPECT_EQ(desk.log.lines().last(),
-              QStringLiteral("Lokale transcriptie mislukt: Het offline taalmodel is nog niet gedownload."));
-    EXPECT_EQ(desk.events.last(), QStringLiteral("Basso 0.5"));
+    EXPECT_EQ(status(), u"⚠️ Mislukt: Het offline taalmodel is nog niet gedownload."_s);
+    EXPECT_EQ(desk.log.lines().last(), u"Lokale transcriptie mislukt: Het offline taalmodel is nog niet gedownload."_s);
+    EXPECT_EQ(desk.events.last(), u"Basso 0.5"_s);
     EXPECT_EQ(desk.statusItem.icon, kMic);
     EXPECT_FALSE(desk.app->isBusy());
     EXPECT_FALSE(desk.offer.completion);
@@ -164,52 +164,51 @@ TEST_F(TranscriptionRoutingTest, ATenSecondRecordingNeverGetsTheCrossCheckButALo
 {
     useCloud();
     dictate(10'000);
-    cloudAnswers(QStringLiteral("kort"));
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste: kort")});
+    cloudAnswers(u"kort"_s);
+    EXPECT_EQ(pasted(), QStringList{u"paste: kort"_s});
     dictate(10'500);
     cloudAnswers(QString(31, QLatin1Char('a')));
-    EXPECT_EQ(desk.log.lines().last(),
-              QStringLiteral("Verdacht kort cloud-resultaat (31 tekens / 10s) - lokale kruischeck"));
-    EXPECT_EQ(status(), QStringLiteral("Cloud gaf weinig terug - lokale controle…"));
+    EXPECT_EQ(desk.log.lines().last(), u"Verdacht kort cloud-resultaat (31 tekens / 10s) - lokale kruischeck"_s);
+    EXPECT_EQ(status(), u"Cloud gaf weinig terug - lokale controle…"_s);
     EXPECT_TRUE(desk.app->isBusy());
 }
 
 TEST_F(TranscriptionRoutingTest, InTheCrossCheckALongerLocalTextWins)
 {
     useCloud();
-    desk.local.result = QStringLiteral("abcdefghij");
+    desk.local.result = u"abcdefghij"_s;
     dictate(11'000);
-    cloudAnswers(QStringLiteral("abcde"));
+    cloudAnswers(u"abcde"_s);
     desk.runBackground();
-    EXPECT_EQ(status(), QStringLiteral("Geplakt via lokale Whisper (cloud miste tekst)"));
-    EXPECT_TRUE(desk.log.lines().contains(QStringLiteral("Lokale kruischeck won: 10 vs 5 tekens")));
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("Klaar via lokale Whisper (cloud miste tekst): 10 tekens"));
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste: abcdefghij")});
+    EXPECT_EQ(status(), u"Geplakt via lokale Whisper (cloud miste tekst)"_s);
+    EXPECT_TRUE(desk.log.lines().contains(u"Lokale kruischeck won: 10 vs 5 tekens"_s));
+    EXPECT_EQ(desk.log.lines().last(), u"Klaar via lokale Whisper (cloud miste tekst): 10 tekens"_s);
+    EXPECT_EQ(pasted(), QStringList{u"paste: abcdefghij"_s});
 }
 
 TEST_F(TranscriptionRoutingTest, InTheCrossCheckTheCloudTextWinsATie)
 {
     useCloud();
-    desk.local.result = QStringLiteral("ABCDE");
+    desk.local.result = u"ABCDE"_s;
     dictate(11'000);
-    cloudAnswers(QStringLiteral("abcde"));
+    cloudAnswers(u"abcde"_s);
     desk.runBackground();
-    EXPECT_EQ(status(), QStringLiteral("Geplakt via OpenAI gpt-4o-transcribe"));
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste: abcde")});
+    EXPECT_EQ(status(), u"Geplakt via OpenAI gpt-4o-transcribe"_s);
+    EXPECT_EQ(pasted(), QStringList{u"paste: abcde"_s});
 }
 
 TEST_F(TranscriptionRoutingTest, InTheCrossCheckALocalFailureIsNotTold)
 {
     useCloud();
-    desk.local.result = failure(2, QStringLiteral("whisper-cli stopte met code 2."));
+    desk.local.result = failure(2, u"whisper-cli stopte met code 2."_s);
     dictate(11'000);
-    cloudAnswers(QStringLiteral("abcde"));
+    cloudAnswers(u"abcde"_s);
     const auto lines = desk.log.lines().size();
     desk.runBackground();
     EXPECT_EQ(desk.log.lines().size(), lines + 1);
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("Klaar via OpenAI gpt-4o-transcribe: 5 tekens"));
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste: abcde")});
-    EXPECT_TRUE(desk.events.filter(QStringLiteral("Basso")).isEmpty());
+    EXPECT_EQ(desk.log.lines().last(), u"Klaar via OpenAI gpt-4o-transcribe: 5 tekens"_s);
+    EXPECT_EQ(pasted(), QStringList{u"paste: abcde"_s});
+    EXPECT_TRUE(desk.events.filter(u"Basso"_s).isEmpty());
 }
 
 TEST_F(TranscriptionRoutingTest, CharactersAreCountedAsTheUserSeesThem)
@@ -217,21 +216,20 @@ TEST_F(TranscriptionRoutingTest, CharactersAreCountedAsTheUserSeesThem)
     useCloud();
     // Ten family pictures of eight code units each: ten characters, too few for eleven seconds.
     dictate(11'000);
-    cloudAnswers(QStringLiteral("👩‍👩‍👧").repeated(10));
-    EXPECT_EQ(desk.log.lines().last(),
-              QStringLiteral("Verdacht kort cloud-resultaat (10 tekens / 11s) - lokale kruischeck"));
+    cloudAnswers(u"👩‍👩‍👧"_s.repeated(10));
+    EXPECT_EQ(desk.log.lines().last(), u"Verdacht kort cloud-resultaat (10 tekens / 11s) - lokale kruischeck"_s);
 }
 
 TEST_F(TranscriptionRoutingTest, AutoWithoutKeyAndModelOffersTheDownload)
 {
     desk.local.modelReady = false;
     dictate(1000);
-    EXPECT_EQ(status(), QStringLiteral("Offline model nog niet geïnstalleerd"));
+    EXPECT_EQ(status(), u"Offline model nog niet geïnstalleerd"_s);
     EXPECT_EQ(desk.statusItem.icon, kMic);
     EXPECT_FALSE(desk.app->isBusy());
     ASSERT_TRUE(desk.offer.completion);
     desk.offer.completion(ModelOutcome::Declined);
-    EXPECT_EQ(status(), QStringLiteral("Offline model nog niet geïnstalleerd"));
+    EXPECT_EQ(status(), u"Offline model nog niet geïnstalleerd"_s);
     EXPECT_TRUE(desk.background.tasks.empty());
 }
 
@@ -241,11 +239,11 @@ TEST_F(TranscriptionRoutingTest, AnInstalledModelTranscribesTheRecordingThatWait
     dictate(1000);
     desk.local.modelReady = true;
     desk.offer.completion(ModelOutcome::Installed);
-    EXPECT_EQ(status(), QStringLiteral("Transcriberen…"));
+    EXPECT_EQ(status(), u"Transcriberen…"_s);
     EXPECT_EQ(desk.statusItem.icon, kHourglass);
     EXPECT_TRUE(desk.app->isBusy());
     desk.runBackground();
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste: goede morgen")});
+    EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
 }
 
 TEST_F(TranscriptionRoutingTest, TheOldWatchdogStillGuardsATranscriptionAfterAnAcceptedOffer)
@@ -256,7 +254,7 @@ TEST_F(TranscriptionRoutingTest, TheOldWatchdogStillGuardsATranscriptionAfterAnA
     desk.offer.completion(ModelOutcome::Installed);
     desk.queue.advance(std::chrono::seconds(20));
     EXPECT_FALSE(desk.app->isBusy());
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("WAAKHOND: transcriptie hing, app vrijgegeven"));
+    EXPECT_EQ(desk.log.lines().last(), u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
 }
 
 TEST_F(TranscriptionRoutingTest, AfterTheOldWatchdogHasFiredAnAcceptedOfferIsGuardedByNone)
@@ -264,7 +262,7 @@ TEST_F(TranscriptionRoutingTest, AfterTheOldWatchdogHasFiredAnAcceptedOfferIsGua
     desk.local.modelReady = false;
     dictate(1000);
     desk.queue.advance(std::chrono::seconds(121));
-    EXPECT_FALSE(desk.log.lines().contains(QStringLiteral("WAAKHOND: transcriptie hing, app vrijgegeven")));
+    EXPECT_FALSE(desk.log.lines().contains(u"WAAKHOND: transcriptie hing, app vrijgegeven"_s));
     desk.offer.completion(ModelOutcome::Installed);
     desk.queue.advance(std::chrono::seconds(300));
     EXPECT_TRUE(desk.app->isBusy());
@@ -275,17 +273,17 @@ TEST_F(TranscriptionRoutingTest, AnEmptyTextIsNoSpeech)
     desk.local.result = QString();
     dictate(1000);
     desk.runBackground();
-    EXPECT_EQ(status(), QStringLiteral("Geen spraak gedetecteerd"));
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("Klaar via lokale Whisper: 0 tekens"));
+    EXPECT_EQ(status(), u"Geen spraak gedetecteerd"_s);
+    EXPECT_EQ(desk.log.lines().last(), u"Klaar via lokale Whisper: 0 tekens"_s);
     EXPECT_TRUE(pasted().isEmpty());
 }
 
 TEST_F(TranscriptionRoutingTest, ATranscriptOfWhiteSpaceIsPastedAsItIs)
 {
-    desk.local.result = QStringLiteral(" \n ");
+    desk.local.result = u" \n "_s;
     dictate(1000);
     desk.runBackground();
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste:  \n ")});
+    EXPECT_EQ(pasted(), QStringList{u"paste:  \n "_s});
 }
 
 TEST_F(TranscriptionRoutingTest, AVocabularyEchoIsSuppressedAndPasteAgainPastesTheTextBefore)
@@ -295,33 +293,33 @@ TEST_F(TranscriptionRoutingTest, AVocabularyEchoIsSuppressedAndPasteAgainPastesT
     desk.queue.advance(std::chrono::seconds(1));
     desk.take(desk.events);
     desk.writeSettings(R"({"vocabulary": "Kubernetes, PostgreSQL, Grafana"})");
-    desk.local.result = QStringLiteral(" kubernetes, postgresql, grafana.");
+    desk.local.result = u" kubernetes, postgresql, grafana."_s;
     dictate(1000);
     desk.runBackground();
-    EXPECT_EQ(status(), QStringLiteral("Geen spraak gedetecteerd (woordenlijst-echo onderdrukt)"));
-    EXPECT_EQ(desk.log.lines().last(), QStringLiteral("Woordenlijst-echo onderdrukt"));
+    EXPECT_EQ(status(), u"Geen spraak gedetecteerd (woordenlijst-echo onderdrukt)"_s);
+    EXPECT_EQ(desk.log.lines().last(), u"Woordenlijst-echo onderdrukt"_s);
     EXPECT_TRUE(pasted().isEmpty());
     desk.app->perform(MenuAction::PasteAgain, {});
-    EXPECT_EQ(pasted(), QStringList{QStringLiteral("paste: goede morgen")});
+    EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
 }
 
 TEST_F(TranscriptionRoutingTest, TheSettingsAreReadAfreshForTheEchoTest)
 {
-    desk.local.result = QStringLiteral("kubernetes, postgresql, grafana.");
+    desk.local.result = u"kubernetes, postgresql, grafana."_s;
     dictate(1000);
     desk.writeSettings(R"({"vocabulary": "Kubernetes, PostgreSQL, Grafana"})");
     desk.runBackground();
-    EXPECT_EQ(status(), QStringLiteral("Geen spraak gedetecteerd (woordenlijst-echo onderdrukt)"));
+    EXPECT_EQ(status(), u"Geen spraak gedetecteerd (woordenlijst-echo onderdrukt)"_s);
 }
 
 TEST_F(TranscriptionRoutingTest, NoTranscriptAndNoKeyReachesTheLog)
 {
     useCloud();
     dictate(1000);
-    cloudAnswers(QStringLiteral("geheime woorden"));
+    cloudAnswers(u"geheime woorden"_s);
     const QString log = desk.log.lines().join(QLatin1Char('\n'));
-    EXPECT_FALSE(log.contains(QStringLiteral("geheime")));
-    EXPECT_FALSE(log.contains(QStringLiteral("sk-test")));
+    EXPECT_FALSE(log.contains(u"geheime"_s));
+    EXPECT_FALSE(log.contains(u"sk-test"_s));
 }
 
 TEST_F(TranscriptionRoutingTest, AResultForAnApplicationThatIsGoneIsDropped)
@@ -331,7 +329,7 @@ TEST_F(TranscriptionRoutingTest, AResultForAnApplicationThatIsGoneIsDropped)
     const auto completion = desk.cloud.completions.back();
     desk.app.reset();
     desk.take(desk.events);
-    completion(QStringLiteral("te laat"));
+    completion(u"te laat"_s);
     desk.queue.advance(std::chrono::seconds(200));
     EXPECT_TRUE(desk.events.isEmpty());
 }

@@ -1,4 +1,4 @@
-#include "audio/level.h"
+#include "audio/recorder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
 #include "audio/recorder.h"
 
+#include "platform/text_literals.h"
 #include "settings/language.h"
 #include "support/fakes/fake_audio_input.h"
 #include "support/fakes/manual_main_queue.h"
@@ -88,10 +89,9 @@ TEST_F(RecorderTest, NoInputFailsWithCodeOneInDutchWhateverTheLanguage)
         gLang = QString::fromLatin1(language);
         const Result<void> started = recorder.start();
         ASSERT_FALSE(started);
-        EXPECT_EQ(started.error(), (Error{QStringLiteral("Tavlo"), 1,
-                                          QStringLiteral("Geen microfoon beschikbaar (of geen toestemming).")}));
+        EXPECT_EQ(started.error(), (Error{u"Tavlo"_s, 1, u"Geen microfoon beschikbaar (of geen toestemming)."_s}));
     }
-    gLang = QStringLiteral("nl");
+    gLang = u"nl"_s;
     EXPECT_FALSE(recorder.isRecording());
     EXPECT_EQ(input.startCount(), 0);
 }
@@ -121,13 +121,13 @@ TEST(Recorder, AnInconvertibleFormatFailsWithCodeTwo)
     Recorder recorder(input, queue);
     const Result<void> started = recorder.start();
     ASSERT_FALSE(started);
-    EXPECT_EQ(started.error(), (Error{QStringLiteral("Tavlo"), 2, QStringLiteral("Audioconversie niet mogelijk.")}));
+    EXPECT_EQ(started.error(), (Error{u"Tavlo"_s, 2, u"Audioconversie niet mogelijk."_s}));
     EXPECT_FALSE(recorder.isRecording());
 }
 
 TEST_F(RecorderTest, TheInputsOwnErrorPassesUnchanged)
 {
-    const Error error{QStringLiteral("PulseAudio"), 6, QStringLiteral("Connection refused")};
+    const Error error{u"PulseAudio"_s, 6, u"Connection refused"_s};
     input.failStarts(error);
     const Result<void> started = recorder.start();
     ASSERT_FALSE(started);

@@ -1,4 +1,5 @@
 #include "audio/sound_cues.h"
+#include "platform/text_literals.h"
 
 #include <gtest/gtest.h>
 
@@ -52,9 +53,9 @@ INSTANTIATE_TEST_SUITE_P(All, SoundCues, testing::Values("Pop", "Tink", "Basso")
 
 TEST(SoundCue, TheThreeDiffer)
 {
-    const auto pop = soundCue(QStringLiteral("Pop"), 48000);
-    const auto tink = soundCue(QStringLiteral("Tink"), 48000);
-    const auto basso = soundCue(QStringLiteral("Basso"), 48000);
+    const auto pop = soundCue(u"Pop"_s, 48000);
+    const auto tink = soundCue(u"Tink"_s, 48000);
+    const auto basso = soundCue(u"Basso"_s, 48000);
     EXPECT_NE(pop, tink);
     EXPECT_NE(pop, basso);
     EXPECT_NE(tink, basso);
@@ -62,7 +63,7 @@ TEST(SoundCue, TheThreeDiffer)
 
 TEST(SoundCue, AnUnknownNameIsNoSound)
 {
-    EXPECT_TRUE(soundCue(QStringLiteral("pop"), 48000).empty());
+    EXPECT_TRUE(soundCue(u"pop"_s, 48000).empty());
     EXPECT_TRUE(soundCue(QString(), 48000).empty());
 }
 

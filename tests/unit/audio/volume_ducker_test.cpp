@@ -1,6 +1,7 @@
 #include "audio/volume_ducker.h"
 
 #include "audio/duck_journal.h"
+#include "platform/text_literals.h"
 #include "support/fakes/fake_output_volume.h"
 #include "support/fakes/manual_main_queue.h"
 
@@ -15,15 +16,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const QString kSpeakers = QStringLiteral("speakers");
-const QString kHeadset = QStringLiteral("headset");
+const QString kSpeakers = u"speakers"_s;
+const QString kHeadset = u"headset"_s;
 
 class RecordingJournal : public DuckJournal {
 public:
     void began(const DuckedOutput& ducked) override
     {
-        entries << QStringLiteral("%1 %2: %3 to %4")
-                       .arg(ducked.device)
+        entries << u"%1 %2: %3 to %4"_s.arg(ducked.device)
                        .arg(ducked.original, 0, 'f', 2)
                        .arg(ducked.from, 0, 'f', 2)
                        .arg(ducked.to, 0, 'f', 2);
@@ -31,7 +31,7 @@ public:
     }
     void ended() override
     {
-        entries << QStringLiteral("ended");
+        entries << u"ended"_s;
         isOpen = false;
     }
 
@@ -370,14 +370,14 @@ TEST_F(VolumeDuckerTest, JournalIsOpenFromBeforeTheFirstStepUntilTheFadeBackHasE
 {
     ducker.duckTo(0.2F);
     EXPECT_TRUE(output.settings.empty());
-    EXPECT_EQ(journal.entries, (QStringList{QStringLiteral("speakers 1.00: 1.00 to 0.20")}));
+    EXPECT_EQ(journal.entries, (QStringList{u"speakers 1.00: 1.00 to 0.20"_s}));
     queue.advance(1s);
     ducker.restore();
     queue.advance(449ms);
     EXPECT_TRUE(journal.isOpen);
     queue.advance(1ms);
-    EXPECT_EQ(journal.entries, (QStringList{QStringLiteral("speakers 1.00: 1.00 to 0.20"),
-                                            QStringLiteral("speakers 1.00: 0.20 to 1.00"), QStringLiteral("ended")}));
+    EXPECT_EQ(journal.entries,
+              (QStringList{u"speakers 1.00: 1.00 to 0.20"_s, u"speakers 1.00: 0.20 to 1.00"_s, u"ended"_s}));
 }
 
 TEST_F(VolumeDuckerTest, RestoreImmediatelyEndsTheJournalsEntry)
@@ -396,7 +396,7 @@ TEST_F(VolumeDuckerTest, AStopInTheFadeBackStaysInTheJournalWithTheVolumeReached
     queue.advance(150ms);
     ducker.restoreImmediately();
     EXPECT_TRUE(journal.isOpen);
-    EXPECT_EQ(journal.entries.last(), QStringLiteral("speakers 1.00: 0.47 to 0.47"));
+    EXPECT_EQ(journal.entries.last(), u"speakers 1.00: 0.47 to 0.47"_s);
 }
 
 TEST_F(VolumeDuckerTest, ADeviceThatWasTakenAwayStaysInTheJournal)
@@ -417,7 +417,7 @@ TEST_F(VolumeDuckerTest, ADuckDuringTheFadeUpReplacesTheJournalsEntry)
     queue.advance(90ms);
     ducker.duckTo(0.3F);
     queue.advance(1s);
-    EXPECT_EQ(journal.entries.last(), QStringLiteral("speakers 1.00: 0.36 to 0.30"));
+    EXPECT_EQ(journal.entries.last(), u"speakers 1.00: 0.36 to 0.30"_s);
     EXPECT_TRUE(journal.isOpen);
 }
 

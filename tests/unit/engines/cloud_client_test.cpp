@@ -1,7 +1,9 @@
-#include "engines/cloud_client.h"
+#include "engines/cloud/cloud_client.h"
 
 #include "audio/wav.h"
-#include "engines/platform_errors.h"
+#include "http/http_exchange.h"
+#include "platform/text_literals.h"
+#include "posix/system_error.h"
 #include "server_process.h"
 #include "support/held_thread.h"
 
@@ -26,21 +28,19 @@ using namespace std::chrono_literals;
 QJsonObject scenario(const char* kind, const QJsonObject& more = {})
 {
     QJsonObject object = more;
-    object[QStringLiteral("kind")] = QLatin1String(kind);
+    object[u"kind"_s] = QLatin1String(kind);
     return object;
 }
 
 QJsonObject statusScenario(int status, const QString& body, const QJsonObject& headers = {})
 {
-    return scenario(
-        "status",
-        {{QStringLiteral("status"), status}, {QStringLiteral("body"), body}, {QStringLiteral("headers"), headers}});
+    return scenario("status", {{u"status"_s, status}, {u"body"_s, body}, {u"headers"_s, headers}});
 }
 
 QJsonObject textScenario(const char* kind, const QString& text, const QJsonObject& more = {})
 {
     QJsonObject object = more;
-    object[QStringLiteral("text")] = text;
+    object[u"text"_s] = text;
     return scenario(kind, object);
 }
 
@@ -49,13 +49,13 @@ protected:
     void serve(const QJsonValue& scenarios)
     {
         if (!m_server) {
-            m_server = std::make_unique<ServerProcess>(QStringLiteral("provider.py"), scenarios);
+            m_server = std::make_unique<ServerProcess>(u"provider.py"_s, scenarios);
         } else {
             m_server->setScenario(scenarios);
         }
         m_config.openaiBaseUrl = m_server->baseUrl();
         m_config.groqBaseUrl = m_server->baseUrl();
-        m_config.apiKey = QStringLiteral("sk-sleutel");
+        m_config.apiKey = u"sk-sleutel"_s;
     }
 
     static std::future<TranscriptionResult> send(CloudClient& client, const QByteArray& wav, const Config& config)
@@ -92,42 +92,41 @@ protected:
 
 TEST_F(CloudClientTest, sendsTheRequestByteForByte)
 {
-    const QJsonObject expect{{QStringLiteral("provider"), QStringLiteral("openai")},
-                             {QStringLiteral("key"), QStringLiteral("sk-sleutel")},
-                             {QStringLiteral("model"), QStringLiteral("gpt-4o-transcribe")},
-                             {QStringLiteral("language"), QStringLiteral("nl")},
-                             {QStringLiteral("prompt"), QStringLiteral("Zoë, Grafana")}};
-    serve(textScenario("text", QStringLiteral("  Hallo.\n"), {{QStringLiteral("expect"), expect}}));
-    m_config.vocabulary = QStringLiteral("Zoë, Grafana");
-    EXPECT_EQ(transcribe().value(), QStringLiteral("Hallo."));
+    const QJsonObject expect{{u"provider"_s, u"openai"_s},
+                             {u"key"_s, u"sk-sleutel"_s},
+                             {u"model"_s, u"gpt-4o-transcribe"_s},
+                             {u"language"_s, u"nl"_s},
+                             {u"prompt"_s, u"Zoë, Grafana"_s}};
+    serve(textScenario("text", u"  Hallo.\n"_s, {{u"expect"_s, expect}}));
+    m_config.vocabulary = u"Zoë, Grafana"_s;
+    EXPECT_EQ(transcribe().value(), u"Hallo."_s);
     const QJsonObject seen = record();
-    EXPECT_TRUE(seen[QStringLiteral("valid")].toBool()) << seen[QStringLiteral("complaint")].toString().toStdString();
-    EXPECT_EQ(seen[QStringLiteral("wav_bytes")].toInt(), 32044);
+    EXPECT_TRUE(seen[u"valid"_s].toBool()) << seen[u"complaint"_s].toString().toStdString();
+    EXPECT_EQ(seen[u"wav_bytes"_s].toInt(), 32044);
 }
 
 TEST_F(CloudClientTest, sendsGroqItsPathAndModelAndNoPromptWithoutVocabulary)
 {
-    const QJsonObject expect{{QStringLiteral("provider"), QStringLiteral("groq")},
-                             {QStringLiteral("model"), QStringLiteral("whisper-large-v3-turbo")},
-                             {QStringLiteral("prompt"), QJsonValue::Null}};
-    serve(textScenario("text", QStringLiteral("Dag."), {{QStringLiteral("expect"), expect}}));
-    m_config.provider = QStringLiteral("groq");
-    EXPECT_EQ(transcribe().value(), QStringLiteral("Dag."));
+    const QJsonObject expect{
+        {u"provider"_s, u"groq"_s}, {u"model"_s, u"whisper-large-v3-turbo"_s}, {u"prompt"_s, QJsonValue::Null}};
+    serve(textScenario("text", u"Dag."_s, {{u"expect"_s, expect}}));
+    m_config.provider = u"groq"_s;
+    EXPECT_EQ(transcribe().value(), u"Dag."_s);
     const QJsonObject seen = record();
-    EXPECT_TRUE(seen[QStringLiteral("valid")].toBool()) << seen[QStringLiteral("complaint")].toString().toStdString();
+    EXPECT_TRUE(seen[u"valid"_s].toBool()) << seen[u"complaint"_s].toString().toStdString();
 }
 
 TEST_F(CloudClientTest, sendsALongRecordingWhole)
 {
-    serve(textScenario("text", QStringLiteral("lang")));
+    serve(textScenario("text", u"lang"_s));
     m_wav = makeWav(QByteArray(20'000'000, '\2'));
-    EXPECT_EQ(transcribe().value(), QStringLiteral("lang"));
-    EXPECT_TRUE(record()[QStringLiteral("valid")].toBool());
+    EXPECT_EQ(transcribe().value(), u"lang"_s);
+    EXPECT_TRUE(record()[u"valid"_s].toBool());
 }
 
 TEST_F(CloudClientTest, completesOnAThreadOfItsOwn)
 {
-    serve(textScenario("text", QStringLiteral("x")));
+    serve(textScenario("text", u"x"_s));
     std::promise<std::thread::id> thread;
     CloudClient client;
     client.warmUp();
@@ -138,31 +137,30 @@ TEST_F(CloudClientTest, completesOnAThreadOfItsOwn)
 
 TEST_F(CloudClientTest, opensNoConnectionToWarmUp)
 {
-    serve(textScenario("text", QStringLiteral("x")));
+    serve(textScenario("text", u"x"_s));
     CloudClient client;
     client.warmUp();
     auto future = send(client, m_wav, m_config);
     EXPECT_TRUE(wait(future));
-    EXPECT_EQ(record()[QStringLiteral("connection")].toInt(), 1);
+    EXPECT_EQ(record()[u"connection"_s].toInt(), 1);
 }
 
 TEST_F(CloudClientTest, twoRequestsAtOnceAreAnsweredEachWithABoundaryOfItsOwn)
 {
-    serve(textScenario("text", QStringLiteral("x")));
+    serve(textScenario("text", u"x"_s));
     CloudClient client;
     auto first = send(client, m_wav, m_config);
     auto second = send(client, m_wav, m_config);
     EXPECT_TRUE(wait(first));
     EXPECT_TRUE(wait(second));
-    const QString boundary = QStringLiteral("boundary");
+    const QString boundary = u"boundary"_s;
     EXPECT_NE(record()[boundary].toString(), record()[boundary].toString());
 }
 
 TEST_F(CloudClientTest, anAnswerOfStatus500With300CharactersIsCut)
 {
     serve(statusScenario(500, QString(300, QLatin1Char('e'))));
-    EXPECT_EQ(transcribe().error(),
-              (Error{QStringLiteral("Tavlo"), 500, QStringLiteral("OpenAI 500: ") + QString(200, QLatin1Char('e'))}));
+    EXPECT_EQ(transcribe().error(), (Error{u"Tavlo"_s, 500, u"OpenAI 500: "_s + QString(200, QLatin1Char('e'))}));
 }
 
 TEST_F(CloudClientTest, anAnswerOfStatus401TellsItsBody)
@@ -171,12 +169,10 @@ TEST_F(CloudClientTest, anAnswerOfStatus401TellsItsBody)
          {"", "Bearer realm=\"x\"", "Basic realm=\"x\"", "Digest realm=\"x\", nonce=\"y\"", "Negotiate", "NTLM"}) {
         QJsonObject headers;
         if (*challenge) {
-            headers[QStringLiteral("WWW-Authenticate")] = QLatin1String(challenge);
+            headers[u"WWW-Authenticate"_s] = QLatin1String(challenge);
         }
-        serve(statusScenario(401, QStringLiteral("bad key sk-sleutel"), headers));
-        EXPECT_EQ(transcribe().error(),
-                  (Error{QStringLiteral("Tavlo"), 401, QStringLiteral("OpenAI 401: bad key ***")}))
-            << challenge;
+        serve(statusScenario(401, u"bad key sk-sleutel"_s, headers));
+        EXPECT_EQ(transcribe().error(), (Error{u"Tavlo"_s, 401, u"OpenAI 401: bad key ***"_s})) << challenge;
     }
 }
 
@@ -184,58 +180,58 @@ TEST_F(CloudClientTest, everyOtherStatusIsAFailureWithIt)
 {
     for (const int status :
          {201, 204, 302, 304, 400, 403, 404, 407, 408, 409, 413, 418, 429, 499, 502, 503, 504, 529}) {
-        serve(statusScenario(status, status == 204 || status == 304 ? QString() : QStringLiteral("body")));
+        serve(statusScenario(status, status == 204 || status == 304 ? QString() : u"body"_s));
         const TranscriptionResult result = transcribe();
         ASSERT_FALSE(result) << status;
-        EXPECT_EQ(result.error().domain, QStringLiteral("Tavlo")) << status;
+        EXPECT_EQ(result.error().domain, u"Tavlo"_s) << status;
         EXPECT_EQ(result.error().code, status) << result.error().description.toStdString();
         EXPECT_EQ(result.error().description,
-                  QStringLiteral("OpenAI %1: ").arg(status) +
-                      (status == 204 || status == 304 ? QString() : QStringLiteral("body")));
+                  u"OpenAI %1: "_s.arg(status) + (status == 204 || status == 304 ? QString() : u"body"_s));
     }
 }
 
 TEST_F(CloudClientTest, aRedirectIsNotFollowed)
 {
     for (const int status : {301, 302, 303, 307, 308}) {
-        ServerProcess other(QStringLiteral("provider.py"), textScenario("text", QStringLiteral("gestolen")));
-        for (const QString& location : {other.baseUrl() + QStringLiteral("/v1/audio/transcriptions"), QString()}) {
-            QJsonObject more{{QStringLiteral("status"), status}};
+        ServerProcess other(u"provider.py"_s, textScenario("text", u"gestolen"_s));
+        for (const QString& location : {other.baseUrl() + u"/v1/audio/transcriptions"_s, QString()}) {
+            QJsonObject more{{u"status"_s, status}};
             if (!location.isEmpty()) {
-                more[QStringLiteral("location")] = location;
+                more[u"location"_s] = location;
             }
             serve(scenario("redirect", more));
-            EXPECT_EQ(transcribe().error(),
-                      (Error{QStringLiteral("Tavlo"), status, QStringLiteral("OpenAI %1: ").arg(status)}));
+            EXPECT_EQ(transcribe().error(), (Error{u"Tavlo"_s, status, u"OpenAI %1: "_s.arg(status)}));
         }
     }
 }
 
 TEST_F(CloudClientTest, anAnswerThatIsNotHttpIsStatus0)
 {
-    serve(textScenario("nonsense", QStringLiteral("SSH-2.0-OpenSSH\r\n\r\n")));
-    EXPECT_EQ(transcribe().error(), (Error{QStringLiteral("Tavlo"), 0, QStringLiteral("OpenAI 0: ")}));
+    serve(textScenario("nonsense", u"SSH-2.0-OpenSSH\r\n\r\n"_s));
+    EXPECT_EQ(transcribe().error(), (Error{u"Tavlo"_s, 0, u"OpenAI 0: "_s}));
 }
 
 TEST_F(CloudClientTest, aNoticeBeforeTheAnswerIsPassedOver)
 {
-    serve(textScenario("nonsense", QStringLiteral("HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\n"
-                                                  "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nHoi.")));
-    EXPECT_EQ(transcribe().value(), QStringLiteral("Hoi."));
+    serve(textScenario("nonsense",
+                       u"HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\n"
+                       "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nHoi."_s));
+    EXPECT_EQ(transcribe().value(), u"Hoi."_s);
 }
 
 TEST_F(CloudClientTest, anAnswerInChunksIsJoined)
 {
-    serve(textScenario("nonsense", QStringLiteral("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
-                                                  "4\r\nHoi \r\n5\r\ndaar.\r\n0\r\nTrailer: x\r\n\r\n")));
-    EXPECT_EQ(transcribe().value(), QStringLiteral("Hoi daar."));
+    serve(textScenario("nonsense",
+                       u"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                       "4\r\nHoi \r\n5\r\ndaar.\r\n0\r\nTrailer: x\r\n\r\n"_s));
+    EXPECT_EQ(transcribe().value(), u"Hoi daar."_s);
 }
 
 TEST_F(CloudClientTest, anAnswerThatBreaksTheRulesOfHttpIsThePlatformsFailure)
 {
     for (const char* rest : {"Content-Length: 4\r\nContent-Length: 5\r\n\r\nHoi.",
                              "Transfer-Encoding: chunked\r\n\r\nfour\r\nHoi.\r\n0\r\n\r\n"}) {
-        serve(textScenario("nonsense", QStringLiteral("HTTP/1.1 200 OK\r\n") + QLatin1String(rest)));
+        serve(textScenario("nonsense", u"HTTP/1.1 200 OK\r\n"_s + QLatin1String(rest)));
         const TranscriptionResult result = transcribe();
         ASSERT_FALSE(result) << rest;
         EXPECT_EQ(result.error().domain, kNetworkErrorDomain) << rest;
@@ -244,7 +240,7 @@ TEST_F(CloudClientTest, anAnswerThatBreaksTheRulesOfHttpIsThePlatformsFailure)
 
 TEST_F(CloudClientTest, aRefusedConnectionIsThePlatformsFailure)
 {
-    serve(textScenario("text", QStringLiteral("x")));
+    serve(textScenario("text", u"x"_s));
     m_server.reset();
     const TranscriptionResult result = transcribe();
     EXPECT_EQ(result.error().domain, kNetworkErrorDomain);
@@ -256,53 +252,53 @@ TEST_F(CloudClientTest, aConnectionThatIsResetIsThePlatformsFailureAndSendsNothi
 {
     int connections = 0;
     for (const char* at : {"accept", "request", "body"}) {
-        serve(textScenario("reset", QStringLiteral("halve tekst"), {{QStringLiteral("at"), QLatin1String(at)}}));
+        serve(textScenario("reset", u"halve tekst"_s, {{u"at"_s, QLatin1String(at)}}));
         const TranscriptionResult result = transcribe();
         ASSERT_FALSE(result) << at;
         EXPECT_EQ(result.error().domain, kNetworkErrorDomain) << at;
         EXPECT_THAT(result.error().code, testing::AnyOf(CURLE_SEND_ERROR, CURLE_RECV_ERROR)) << at;
-        EXPECT_EQ(record()[QStringLiteral("connection")].toInt(), ++connections);
+        EXPECT_EQ(record()[u"connection"_s].toInt(), ++connections);
         // No connection came in between.
-        serve(textScenario("text", QStringLiteral("x")));
+        serve(textScenario("text", u"x"_s));
         EXPECT_TRUE(transcribe());
-        EXPECT_EQ(record()[QStringLiteral("connection")].toInt(), ++connections) << at;
+        EXPECT_EQ(record()[u"connection"_s].toInt(), ++connections) << at;
     }
 }
 
 TEST_F(CloudClientTest, aTruncatedAnswerIsThePlatformsFailure)
 {
-    serve(textScenario("truncated", QStringLiteral("halve tekst")));
+    serve(textScenario("truncated", u"halve tekst"_s));
     EXPECT_EQ(transcribe().error().domain, kNetworkErrorDomain);
 }
 
 TEST_F(CloudClientTest, aServerThatStallsEndsAtTheIdleLimit)
 {
     for (const char* at : {"accept", "request", "body"}) {
-        serve(textScenario("stall", QStringLiteral("halve tekst"), {{QStringLiteral("at"), QLatin1String(at)}}));
+        serve(textScenario("stall", u"halve tekst"_s, {{u"at"_s, QLatin1String(at)}}));
         const TranscriptionResult result = transcribe({200ms, 20s});
         ASSERT_FALSE(result) << at;
-        EXPECT_EQ(result.error(), (Error{kSystemErrorDomain, ETIMEDOUT, QStringLiteral("Connection timed out")}));
+        EXPECT_EQ(result.error(), (Error{kSystemErrorDomain, ETIMEDOUT, u"Connection timed out"_s}));
     }
 }
 
 TEST_F(CloudClientTest, aSlowAnswerThatKeepsMovingIsWaitedFor)
 {
-    serve(textScenario("drip", QStringLiteral("langzaam aan"), {{QStringLiteral("interval"), 0.05}}));
-    EXPECT_EQ(transcribe({10s, 30s}).value(), QStringLiteral("langzaam aan"));
+    serve(textScenario("drip", u"langzaam aan"_s, {{u"interval"_s, 0.05}}));
+    EXPECT_EQ(transcribe({10s, 30s}).value(), u"langzaam aan"_s);
 }
 
 TEST_F(CloudClientTest, aSlowUploadThatKeepsMovingIsWaitedFor)
 {
     // Longer than the idle limit in all, although the answer comes only after the whole of it.
-    serve(textScenario("text", QStringLiteral("traag"), {{QStringLiteral("read_rate"), 8'000'000}}));
+    serve(textScenario("text", u"traag"_s, {{u"read_rate"_s, 8'000'000}}));
     m_wav = makeWav(QByteArray(24'000'000, '\3'));
-    EXPECT_EQ(transcribe({2s, 60s}).value(), QStringLiteral("traag"));
-    EXPECT_TRUE(record()[QStringLiteral("valid")].toBool());
+    EXPECT_EQ(transcribe({2s, 60s}).value(), u"traag"_s);
+    EXPECT_TRUE(record()[u"valid"_s].toBool());
 }
 
 TEST_F(CloudClientTest, aSlowAnswerEndsAtTheLimitOfTheWholeTransfer)
 {
-    serve(textScenario("drip", QString(1000, QLatin1Char('x')), {{QStringLiteral("interval"), 0.02}}));
+    serve(textScenario("drip", QString(1000, QLatin1Char('x')), {{u"interval"_s, 0.02}}));
     EXPECT_EQ(transcribe({10s, 400ms}).error(), timeoutError());
 }
 
@@ -314,32 +310,30 @@ TEST_F(CloudClientTest, anAnswerWithoutEndIsCutOff)
 
 TEST_F(CloudClientTest, aConnectionThatTheServerClosedMeanwhileIsReplaced)
 {
-    serve(QJsonArray{textScenario("text", QStringLiteral("een"),
-                                  {{QStringLiteral("headers"),
-                                    QJsonObject{{QStringLiteral("Connection"), QStringLiteral("close")}}}}),
-                     textScenario("text", QStringLiteral("twee"))});
+    serve(QJsonArray{textScenario("text", u"een"_s, {{u"headers"_s, QJsonObject{{u"Connection"_s, u"close"_s}}}}),
+                     textScenario("text", u"twee"_s)});
     CloudClient client;
     auto first = send(client, m_wav, m_config);
-    EXPECT_EQ(wait(first).value(), QStringLiteral("een"));
+    EXPECT_EQ(wait(first).value(), u"een"_s);
     auto second = send(client, m_wav, m_config);
-    EXPECT_EQ(wait(second).value(), QStringLiteral("twee"));
+    EXPECT_EQ(wait(second).value(), u"twee"_s);
 }
 
 TEST_F(CloudClientTest, anUnusableAddressOrKeySendsNothingAndFailsLater)
 {
-    serve(textScenario("text", QStringLiteral("x")));
+    serve(textScenario("text", u"x"_s));
     Config config = m_config;
-    config.openaiBaseUrl = QStringLiteral("http://provider.example");
+    config.openaiBaseUrl = u"http://provider.example"_s;
     CloudClient client;
     auto future = send(client, m_wav, config);
     EXPECT_EQ(wait(future).error().code, 5);
     config = m_config;
-    config.apiKey = QStringLiteral("sk\r\nX-Injected: 1");
+    config.apiKey = u"sk\r\nX-Injected: 1"_s;
     future = send(client, m_wav, config);
     EXPECT_EQ(wait(future).error().code, 6);
     future = send(client, m_wav, m_config);
     EXPECT_TRUE(wait(future));
-    EXPECT_EQ(record()[QStringLiteral("connection")].toInt(), 1);
+    EXPECT_EQ(record()[u"connection"_s].toInt(), 1);
 }
 
 TEST_F(CloudClientTest, destructionCancelsWhatRunsWithoutDelay)
@@ -377,17 +371,17 @@ TEST_F(CloudClientTest, aProxyCarriesWhatGoesToOthersAndNothingThatGoesToThisMac
     for (const char* name : {"http_proxy", "https_proxy"}) {
         qputenv(name, m_server->baseUrl().toUtf8());
     }
-    m_config.openaiBaseUrl = QStringLiteral("https://api.invalid");
+    m_config.openaiBaseUrl = u"https://api.invalid"_s;
     EXPECT_FALSE(transcribe());
     const QJsonObject asked = record();
-    EXPECT_EQ(asked[QStringLiteral("method")].toString(), QStringLiteral("CONNECT"));
-    EXPECT_EQ(asked[QStringLiteral("path")].toString(), QStringLiteral("api.invalid:443"));
+    EXPECT_EQ(asked[u"method"_s].toString(), u"CONNECT"_s);
+    EXPECT_EQ(asked[u"path"_s].toString(), u"api.invalid:443"_s);
 
     for (const char* name : {"http_proxy", "https_proxy"}) {
         qputenv(name, "http://127.0.0.1:1");
     }
-    serve(textScenario("text", QStringLiteral("x")));
-    EXPECT_EQ(transcribe().value(), QStringLiteral("x"));
+    serve(textScenario("text", u"x"_s));
+    EXPECT_EQ(transcribe().value(), u"x"_s);
     for (const char* name : {"http_proxy", "https_proxy"}) {
         qunsetenv(name);
     }
@@ -395,9 +389,7 @@ TEST_F(CloudClientTest, aProxyCarriesWhatGoesToOthersAndNothingThatGoesToThisMac
 
 TEST_F(CloudClientTest, aCertificateThatNobodyKnowsIsThePlatformsFailure)
 {
-    ServerProcess stranger(
-        QStringLiteral("model_server.py"),
-        QJsonObject{{QStringLiteral("kind"), QStringLiteral("status")}, {QStringLiteral("status"), 500}});
+    ServerProcess stranger(u"model_server.py"_s, QJsonObject{{u"kind"_s, u"status"_s}, {u"status"_s, 500}});
     m_config.openaiBaseUrl = stranger.baseUrl();
     EXPECT_EQ(transcribe().error().code, CURLE_PEER_FAILED_VERIFICATION);
     EXPECT_EQ(transcribe(kCloudLimits, stranger.authority()).error().code, 500);

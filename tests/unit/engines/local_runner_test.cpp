@@ -1,7 +1,8 @@
-#include "engines/local_runner.h"
+#include "engines/local/local_runner.h"
 
-#include "engines/child_process.h"
-#include "engines/platform_errors.h"
+#include "platform/text_literals.h"
+#include "posix/child_process.h"
+#include "posix/system_error.h"
 #include "support/fakes/memory_log.h"
 
 #include <gtest/gtest.h>
@@ -65,23 +66,21 @@ protected:
 
     TranscriptionResult run(const Config& config = {}, std::chrono::milliseconds limit = std::chrono::seconds(180))
     {
-        return LocalRunner(m_locations, m_log, limit)
-            .transcribeLocal(m_home.filePath(QStringLiteral("een opname.wav")), config);
+        return LocalRunner(m_locations, m_log, limit).transcribeLocal(m_home.filePath(u"een opname.wav"_s), config);
     }
 
     static constexpr QFile::Permissions kRunnable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
 
     QTemporaryDir m_home;
-    Locations m_locations =
-        Locations::inFolders(m_home.filePath(QStringLiteral("data")), m_home.filePath(QStringLiteral("prefix/bin")));
-    const QString m_bundled = m_locations.kBundleResourceDir + QStringLiteral("/whisper-cli");
-    const QString m_own = m_locations.kAppSupportDir + QStringLiteral("/bin/whisper-cli");
+    Locations m_locations = Locations::inFolders(m_home.filePath(u"data"_s), m_home.filePath(u"prefix/bin"_s));
+    const QString m_bundled = m_locations.kBundleResourceDir + u"/whisper-cli"_s;
+    const QString m_own = m_locations.kAppSupportDir + u"/bin/whisper-cli"_s;
     MemoryLog m_log;
 };
 
 TEST(CleanedTranscript, joinsTrimmedLinesByOneBlank)
 {
-    EXPECT_EQ(cleanedTranscript("  Hallo wereld. \n\n  Tweede regel\n"), QStringLiteral("Hallo wereld. Tweede regel"));
+    EXPECT_EQ(cleanedTranscript("  Hallo wereld. \n\n  Tweede regel\n"), u"Hallo wereld. Tweede regel"_s);
 }
 
 TEST(CleanedTranscript, isEmptyForBlankLines)
@@ -92,13 +91,13 @@ TEST(CleanedTranscript, isEmptyForBlankLines)
 
 TEST(CleanedTranscript, keepsOtherLineEndsInsideAndTrimsThemAtTheEnds)
 {
-    EXPECT_EQ(cleanedTranscript("\r\nEen \r\n\tTwee\r\n"), QStringLiteral("Een \r Twee"));
+    EXPECT_EQ(cleanedTranscript("\r\nEen \r\n\tTwee\r\n"), u"Een \r Twee"_s);
 }
 
 TEST(CleanedTranscript, isEmptyForOutputThatIsNotUtf8)
 {
     EXPECT_EQ(cleanedTranscript("Hallo \xff wereld\n"), QString());
-    EXPECT_EQ(cleanedTranscript("Zo\xc3\xab\n"), QStringLiteral("Zo\u00eb"));
+    EXPECT_EQ(cleanedTranscript("Zo\xc3\xab\n"), u"Zo\u00eb"_s);
 }
 
 TEST_F(LocalRunnerTest, aModelOfExactlyTheSmallestSizeIsReady)
@@ -125,10 +124,10 @@ TEST_F(LocalRunnerTest, theBundlesProgramComesBeforeTheUsersOwn)
 {
     writeProgram(m_own, "#!/bin/sh\necho eigen\n");
     EXPECT_EQ(LocalRunner(m_locations, m_log).whisperBinaryURL(), m_own);
-    EXPECT_EQ(run().value(), QStringLiteral("eigen"));
+    EXPECT_EQ(run().value(), u"eigen"_s);
     writeProgram(m_bundled, "#!/bin/sh\necho bundel\n");
     EXPECT_EQ(LocalRunner(m_locations, m_log).whisperBinaryURL(), m_bundled);
-    EXPECT_EQ(run().value(), QStringLiteral("bundel"));
+    EXPECT_EQ(run().value(), u"bundel"_s);
 }
 
 TEST_F(LocalRunnerTest, aProgramThatIsNotExecutableIsSkipped)
@@ -147,26 +146,24 @@ TEST_F(LocalRunnerTest, aFolderInTheProgramsPlaceIsSkipped)
 
 TEST_F(LocalRunnerTest, aMissingProgramIsAFailureWithCode3)
 {
-    EXPECT_EQ(run().error(), (Error{QStringLiteral("Tavlo"), 3, QStringLiteral("whisper-cli ontbreekt in de app.")}));
+    EXPECT_EQ(run().error(), (Error{u"Tavlo"_s, 3, u"whisper-cli ontbreekt in de app."_s}));
 }
 
 TEST_F(LocalRunnerTest, aMissingModelIsAFailureWithCode3)
 {
     installScript("echo nooit\n");
     makeModel(10);
-    EXPECT_EQ(run().error(),
-              (Error{QStringLiteral("Tavlo"), 3, QStringLiteral("Het offline taalmodel is nog niet gedownload.")}));
+    EXPECT_EQ(run().error(), (Error{u"Tavlo"_s, 3, u"Het offline taalmodel is nog niet gedownload."_s}));
 }
 
 TEST_F(LocalRunnerTest, theChildGetsExactlyEightArguments)
 {
     installScript("printf '%s\\n' \"$#\" \"$@\"\n");
     Config config;
-    config.language = QStringLiteral("auto");
-    config.vocabulary = QStringLiteral("woorden");
-    EXPECT_EQ(run(config).value(), QStringLiteral("8 -m ") + m_locations.kModelURL +
-                                       QStringLiteral(" -l auto --no-timestamps -np -f ") +
-                                       m_home.filePath(QStringLiteral("een opname.wav")));
+    config.language = u"auto"_s;
+    config.vocabulary = u"woorden"_s;
+    EXPECT_EQ(run(config).value(), u"8 -m "_s + m_locations.kModelURL + u" -l auto --no-timestamps -np -f "_s +
+                                       m_home.filePath(u"een opname.wav"_s));
 }
 
 TEST_F(LocalRunnerTest, theChildInheritsEnvironmentAndWorkingDirectory)
@@ -175,7 +172,7 @@ TEST_F(LocalRunnerTest, theChildInheritsEnvironmentAndWorkingDirectory)
     installScript("echo \"$TAVLO_UNIT_MARK\"\npwd\n");
     const TranscriptionResult result = run();
     qunsetenv("TAVLO_UNIT_MARK");
-    EXPECT_EQ(result.value(), QStringLiteral("merk ") + QDir::currentPath());
+    EXPECT_EQ(result.value(), u"merk "_s + QDir::currentPath());
 }
 
 TEST_F(LocalRunnerTest, outputOfBlankLinesIsAnEmptyTranscript)
@@ -187,19 +184,19 @@ TEST_F(LocalRunnerTest, outputOfBlankLinesIsAnEmptyTranscript)
 TEST_F(LocalRunnerTest, exitStatus2IsAFailureWithCode2)
 {
     installScript("echo tekst\nexit 2\n");
-    EXPECT_EQ(run().error(), (Error{QStringLiteral("Tavlo"), 2, QStringLiteral("whisper-cli stopte met code 2.")}));
+    EXPECT_EQ(run().error(), (Error{u"Tavlo"_s, 2, u"whisper-cli stopte met code 2."_s}));
 }
 
 TEST_F(LocalRunnerTest, aChildKilledByASignalIsAFailureWithTheSignalsNumber)
 {
     installScript("echo tekst\nkill -KILL $$\n");
-    EXPECT_EQ(run().error(), (Error{QStringLiteral("Tavlo"), 9, QStringLiteral("whisper-cli stopte met code 9.")}));
+    EXPECT_EQ(run().error(), (Error{u"Tavlo"_s, 9, u"whisper-cli stopte met code 9."_s}));
 }
 
 TEST_F(LocalRunnerTest, megabytesOnStandardErrorDoNotStallTheChild)
 {
     installScript("head -c 8000000 /dev/zero >&2\necho klaar\nexec >&-\nhead -c 8000000 /dev/zero >&2\n");
-    EXPECT_EQ(run().value(), QStringLiteral("klaar"));
+    EXPECT_EQ(run().value(), u"klaar"_s);
 }
 
 TEST_F(LocalRunnerTest, megabytesOnStandardOutputAreReadToTheEnd)
@@ -207,7 +204,7 @@ TEST_F(LocalRunnerTest, megabytesOnStandardOutputAreReadToTheEnd)
     installScript("head -c 3000000 /dev/zero | tr '\\000' a\necho b\n");
     const QString text = run().value();
     EXPECT_EQ(text.size(), 3000001);
-    EXPECT_TRUE(text.endsWith(QStringLiteral("ab")));
+    EXPECT_TRUE(text.endsWith(u"ab"_s));
 }
 
 TEST_F(LocalRunnerTest, outputThatIsNotUtf8IsAnEmptyTranscript)
@@ -232,8 +229,8 @@ TEST_F(LocalRunnerTest, aChildThatHangsPastTheLimitIsAskedToEndAndLogged)
 {
     installScript("echo tekst\nexec tail -f /dev/null\n");
     EXPECT_EQ(run({}, std::chrono::milliseconds(50)).error(),
-              (Error{QStringLiteral("Tavlo"), SIGTERM, QStringLiteral("whisper-cli stopte met code 15.")}));
-    EXPECT_EQ(m_log.lines(), QStringList(QStringLiteral("whisper-cli geforceerd gestopt (timeout)")));
+              (Error{u"Tavlo"_s, SIGTERM, u"whisper-cli stopte met code 15."_s}));
+    EXPECT_EQ(m_log.lines(), QStringList(u"whisper-cli geforceerd gestopt (timeout)"_s));
 }
 
 TEST_F(LocalRunnerTest, aChildThatHangsAfterItsOutputIsAskedToEndToo)
@@ -246,7 +243,7 @@ TEST_F(LocalRunnerTest, aChildThatHangsAfterItsOutputIsAskedToEndToo)
 TEST_F(LocalRunnerTest, aChildThatRefusesToEndIsAskedOnceAndWaitedFor)
 {
     installScript("trap '' TERM\necho klaar > \"$0.fifo\"\nread -r line < \"$0.fifo\"\necho \"$line\"\n");
-    const QByteArray fifo = QFile::encodeName(m_bundled + QStringLiteral(".fifo"));
+    const QByteArray fifo = QFile::encodeName(m_bundled + u".fifo"_s);
     ASSERT_EQ(::mkfifo(fifo.constData(), 0600), 0);
     int asked = 0;
     // The first word comes once the script ignores the request; the second lets it go on, into its end.
@@ -267,14 +264,14 @@ TEST_F(LocalRunnerTest, aChildThatRefusesToEndIsAskedOnceAndWaitedFor)
 TEST_F(LocalRunnerTest, aChildIsAskedToEndWhenTheProcessIsAboutTo)
 {
     installScript("echo klaar > \"$0.fifo\"\nexec tail -f /dev/null\n");
-    const QByteArray fifo = QFile::encodeName(m_bundled + QStringLiteral(".fifo"));
+    const QByteArray fifo = QFile::encodeName(m_bundled + u".fifo"_s);
     ASSERT_EQ(::mkfifo(fifo.constData(), 0600), 0);
     LocalRunner runner(m_locations, m_log);
     std::thread hand([&] {
         EXPECT_EQ(readFifo(fifo), "klaar\n");
         runner.stop();
     });
-    const QString wav = m_home.filePath(QStringLiteral("een opname.wav"));
+    const QString wav = m_home.filePath(u"een opname.wav"_s);
     EXPECT_EQ(runner.transcribeLocal(wav, {}).error().code, SIGTERM);
     hand.join();
     EXPECT_TRUE(m_log.lines().isEmpty());
@@ -285,18 +282,18 @@ TEST_F(LocalRunnerTest, aChildIsAskedToEndWhenTheProcessIsAboutTo)
 TEST_F(LocalRunnerTest, aChildWithinTheLimitIsNotLogged)
 {
     installScript("echo tekst\n");
-    EXPECT_EQ(run().value(), QStringLiteral("tekst"));
+    EXPECT_EQ(run().value(), u"tekst"_s);
     EXPECT_TRUE(m_log.lines().isEmpty());
 }
 
 TEST_F(LocalRunnerTest, theOutputOfAChildsChildIsReadToItsEnd)
 {
     // The child does not wait for its own child, which still holds the output.
-    const QByteArray fifo = QFile::encodeName(m_bundled + QStringLiteral(".fifo"));
+    const QByteArray fifo = QFile::encodeName(m_bundled + u".fifo"_s);
     installScript("echo eerst\n(read -r line < \"$0.fifo\"; echo \"later: $line\") &\n");
     ASSERT_EQ(::mkfifo(fifo.constData(), 0600), 0);
     std::thread hand([&] { writeFifo(fifo, "regel\n"); });
-    EXPECT_EQ(run().value(), QStringLiteral("eerst later: regel"));
+    EXPECT_EQ(run().value(), u"eerst later: regel"_s);
     hand.join();
     EXPECT_TRUE(m_log.lines().isEmpty());
 }

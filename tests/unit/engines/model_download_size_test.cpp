@@ -1,5 +1,6 @@
-#include "engines/model_downloader.h"
+#include "engines/model/model_downloader.h"
 
+#include "platform/text_literals.h"
 #include "server_process.h"
 #include "support/fakes/memory_log.h"
 #include "support/fakes/pumped_main_queue.h"
@@ -22,7 +23,7 @@ namespace {
 // Resident memory of this process that no file backs, in bytes.
 qint64 ownMemory()
 {
-    QFile file(QStringLiteral("/proc/self/status"));
+    QFile file(u"/proc/self/status"_s);
     EXPECT_TRUE(file.open(QIODevice::ReadOnly));
     for (const QByteArray& line : file.readAll().split('\n')) {
         if (line.startsWith("RssAnon:")) {
@@ -46,12 +47,10 @@ class ModelDownloadSizeTest : public testing::Test {
 protected:
     Result<void> download(qint64 size)
     {
-        ServerProcess server(
-            QStringLiteral("model_server.py"),
-            QJsonObject{{QStringLiteral("kind"), QStringLiteral("body")}, {QStringLiteral("size"), size}});
+        ServerProcess server(u"model_server.py"_s, QJsonObject{{u"kind"_s, u"body"_s}, {u"size"_s, size}});
         DownloadTerms terms;
         terms.authorities = server.authority();
-        ModelDownloader downloader(m_locations, m_log, m_queue, server.baseUrl() + QStringLiteral("/model"), terms);
+        ModelDownloader downloader(m_locations, m_log, m_queue, server.baseUrl() + u"/model"_s, terms);
         std::optional<Result<void>> end;
         downloader.onDone = [&](const Result<void>& result) { end = result; };
         qint64 atStart = 0;
@@ -78,8 +77,7 @@ protected:
     }
 
     QTemporaryDir m_home;
-    Locations m_locations =
-        Locations::inFolders(m_home.filePath(QStringLiteral("data")), m_home.filePath(QStringLiteral("bin")));
+    Locations m_locations = Locations::inFolders(m_home.filePath(u"data"_s), m_home.filePath(u"bin"_s));
     MemoryLog m_log;
     PumpedMainQueue m_queue;
     qint64 m_memoryGrowth = 0;
@@ -96,8 +94,7 @@ TEST_F(ModelDownloadSizeTest, aModelOf1500000000BytesIsInstalledWithinAFewMegaby
 
 TEST_F(ModelDownloadSizeTest, aDownloadOf1400000000BytesIsRejectedAndLeavesNeitherStagingFileNorModel)
 {
-    EXPECT_EQ(download(1'400'000'000).error(),
-              (Error{QStringLiteral("Tavlo"), 4, QStringLiteral("Download onvolledig (1400000000 bytes).")}));
+    EXPECT_EQ(download(1'400'000'000).error(), (Error{u"Tavlo"_s, 4, u"Download onvolledig (1400000000 bytes)."_s}));
     EXPECT_EQ(modelFolder(), QStringList());
 }
 

@@ -1,6 +1,8 @@
-#include "engines/model_downloader.h"
+#include "engines/model/model_downloader.h"
 
-#include "engines/platform_errors.h"
+#include "http/http_exchange.h"
+#include "platform/text_literals.h"
+#include "posix/system_error.h"
 #include "server_process.h"
 #include "support/fakes/memory_log.h"
 #include "support/fakes/pumped_main_queue.h"
@@ -31,14 +33,14 @@ constexpr qint64 kSmallModel = 3'000'000;
 QJsonObject body(const char* kind, qint64 size, const QJsonObject& more = {})
 {
     QJsonObject object = more;
-    object[QStringLiteral("kind")] = QLatin1String(kind);
-    object[QStringLiteral("size")] = size;
+    object[u"kind"_s] = QLatin1String(kind);
+    object[u"size"_s] = size;
     return object;
 }
 
 QJsonObject redirectTo(const QString& location)
 {
-    return {{QStringLiteral("kind"), QStringLiteral("redirect")}, {QStringLiteral("location"), location}};
+    return {{u"kind"_s, u"redirect"_s}, {u"location"_s, location}};
 }
 
 // No write of this process makes a file longer, as on a disk that is full.
@@ -80,11 +82,11 @@ private:
 
 class ModelDownloaderTest : public testing::Test {
 protected:
-    ModelDownloaderTest() : m_server(QStringLiteral("model_server.py"), body("body", kSmallModel))
+    ModelDownloaderTest() : m_server(u"model_server.py"_s, body("body", kSmallModel))
     {
         m_terms.minimumBytes = kSmallModel;
         m_terms.authorities = m_server.authority();
-        m_url = m_server.baseUrl() + QStringLiteral("/whisper.cpp/resolve/main/ggml-large-v3-turbo.bin");
+        m_url = m_server.baseUrl() + u"/whisper.cpp/resolve/main/ggml-large-v3-turbo.bin"_s;
     }
 
     ModelDownloader& downloader()
@@ -118,11 +120,8 @@ protected:
         return QDir(m_locations.kModelsDir).entryList(QDir::NoDotAndDotDot | QDir::AllEntries);
     }
 
-    QString started() const { return QStringLiteral("Model-download gestart van ") + m_url; }
-    static QString failed(const QString& description)
-    {
-        return QStringLiteral("Model-download mislukt: ") + description;
-    }
+    QString started() const { return u"Model-download gestart van "_s + m_url; }
+    static QString failed(const QString& description) { return u"Model-download mislukt: "_s + description; }
 
     struct Progress {
         double fraction;
@@ -131,8 +130,7 @@ protected:
     };
 
     QTemporaryDir m_home;
-    Locations m_locations =
-        Locations::inFolders(m_home.filePath(QStringLiteral("data")), m_home.filePath(QStringLiteral("bin")));
+    Locations m_locations = Locations::inFolders(m_home.filePath(u"data"_s), m_home.filePath(u"bin"_s));
     ServerProcess m_server;
     MemoryLog m_log;
     PumpedMainQueue m_queue;
@@ -141,7 +139,7 @@ protected:
     std::vector<Progress> m_progress;
     std::vector<Result<void>> m_ends;
     std::optional<ModelDownloader> m_downloader;
-    const QStringList m_modelAlone{QStringLiteral("ggml-large-v3-turbo.bin")};
+    const QStringList m_modelAlone{u"ggml-large-v3-turbo.bin"_s};
 };
 
 TEST_F(ModelDownloaderTest, aCompleteDownloadIsInstalledAndLogged)
@@ -151,7 +149,7 @@ TEST_F(ModelDownloaderTest, aCompleteDownloadIsInstalledAndLogged)
     const QFileInfo model(m_locations.kModelURL);
     EXPECT_EQ(model.size(), kSmallModel);
     EXPECT_EQ(model.permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
-    EXPECT_EQ(m_log.lines(), (QStringList{started(), QStringLiteral("Model-download klaar: 3000000 bytes")}));
+    EXPECT_EQ(m_log.lines(), (QStringList{started(), u"Model-download klaar: 3000000 bytes"_s}));
 }
 
 TEST_F(ModelDownloaderTest, progressGrowsToTheWholeAndComesBeforeTheEnd)
@@ -174,7 +172,7 @@ TEST_F(ModelDownloaderTest, progressGrowsToTheWholeAndComesBeforeTheEnd)
 
 TEST_F(ModelDownloaderTest, anUnknownLengthGivesNoFractionAndIsInstalled)
 {
-    m_server.setScenario(body("body", kSmallModel, {{QStringLiteral("length"), false}}));
+    m_server.setScenario(body("body", kSmallModel, {{u"length"_s, false}}));
     EXPECT_TRUE(download());
     ASSERT_FALSE(m_progress.empty());
     EXPECT_EQ(m_progress.back().written, kSmallModel);
@@ -184,20 +182,20 @@ TEST_F(ModelDownloaderTest, anUnknownLengthGivesNoFractionAndIsInstalled)
 
 TEST_F(ModelDownloaderTest, startWhileADownloadRunsDoesNothing)
 {
-    m_server.setScenario(body("hold", kSmallModel, {{QStringLiteral("after"), 1000000}}));
+    m_server.setScenario(body("hold", kSmallModel, {{u"after"_s, 1000000}}));
     downloader().start();
-    EXPECT_EQ(m_server.nextLine()[QStringLiteral("kind")].toString(), QStringLiteral("hold"));
+    EXPECT_EQ(m_server.nextLine()[u"kind"_s].toString(), u"hold"_s);
     downloader().start();
     // A new window's handlers get what comes from now on.
     int reportsToTheNewWindow = 0;
     downloader().onProgress = [&](double, qint64, qint64) { ++reportsToTheNewWindow; };
-    m_server.send({{QStringLiteral("release"), true}});
+    m_server.send({{u"release"_s, true}});
     EXPECT_TRUE(m_queue.runUntil([&] { return !m_ends.empty(); }));
     EXPECT_TRUE(m_ends.front());
     EXPECT_GT(reportsToTheNewWindow, 0);
     EXPECT_TRUE(m_progress.empty());
     EXPECT_EQ(m_log.lines().count(started()), 1);
-    EXPECT_EQ(m_server.nextLine()[QStringLiteral("sent")].toInt(), 1000000);
+    EXPECT_EQ(m_server.nextLine()[u"sent"_s].toInt(), 1000000);
 }
 
 TEST_F(ModelDownloaderTest, anAddressThatIsNotValidStartsNothing)
@@ -213,10 +211,8 @@ TEST_F(ModelDownloaderTest, anAddressThatIsNotValidStartsNothing)
 
 TEST_F(ModelDownloaderTest, status404IsAFailureThatTheLogDoesNotRepeat)
 {
-    m_server.setScenario(QJsonObject{{QStringLiteral("kind"), QStringLiteral("status")},
-                                     {QStringLiteral("status"), 404},
-                                     {QStringLiteral("body"), QStringLiteral("niets")}});
-    EXPECT_EQ(download().error(), (Error{QStringLiteral("Tavlo"), 404, QStringLiteral("Download gaf status 404.")}));
+    m_server.setScenario(QJsonObject{{u"kind"_s, u"status"_s}, {u"status"_s, 404}, {u"body"_s, u"niets"_s}});
+    EXPECT_EQ(download().error(), (Error{u"Tavlo"_s, 404, u"Download gaf status 404."_s}));
     EXPECT_EQ(modelFolder(), QStringList());
     EXPECT_EQ(m_log.lines(), QStringList(started()));
 }
@@ -224,8 +220,7 @@ TEST_F(ModelDownloaderTest, status404IsAFailureThatTheLogDoesNotRepeat)
 TEST_F(ModelDownloaderTest, everyStatusBut200IsAFailure)
 {
     for (const int status : {206, 304, 400, 401, 403, 500, 503}) {
-        m_server.setScenario(
-            QJsonObject{{QStringLiteral("kind"), QStringLiteral("status")}, {QStringLiteral("status"), status}});
+        m_server.setScenario(QJsonObject{{u"kind"_s, u"status"_s}, {u"status"_s, status}});
         EXPECT_EQ(download().error().code, status);
         EXPECT_EQ(modelFolder(), QStringList());
     }
@@ -234,32 +229,29 @@ TEST_F(ModelDownloaderTest, everyStatusBut200IsAFailure)
 TEST_F(ModelDownloaderTest, aTooSmallDownloadIsRejectedAndLeavesNothing)
 {
     m_server.setScenario(body("body", kSmallModel - 1));
-    EXPECT_EQ(download().error(),
-              (Error{QStringLiteral("Tavlo"), 4, QStringLiteral("Download onvolledig (2999999 bytes).")}));
+    EXPECT_EQ(download().error(), (Error{u"Tavlo"_s, 4, u"Download onvolledig (2999999 bytes)."_s}));
     EXPECT_EQ(modelFolder(), QStringList());
     EXPECT_EQ(m_log.lines(), QStringList(started()));
 }
 
 TEST_F(ModelDownloaderTest, aRedirectToHttpsIsFollowed)
 {
-    m_server.setScenario(
-        QJsonArray{redirectTo(QStringLiteral("/relative")),
-                   redirectTo(QStringLiteral("https://localhost:%1/cdn?token=a%2Fb").arg(m_server.port())),
-                   body("body", kSmallModel)});
+    m_server.setScenario(QJsonArray{redirectTo(u"/relative"_s),
+                                    redirectTo(u"https://localhost:%1/cdn?token=a%2Fb"_s.arg(m_server.port())),
+                                    body("body", kSmallModel)});
     EXPECT_TRUE(download());
     EXPECT_EQ(modelFolder(), m_modelAlone);
     m_server.nextLine();
-    EXPECT_EQ(m_server.nextLine()[QStringLiteral("request")].toString(), QStringLiteral("/relative"));
-    EXPECT_EQ(m_server.nextLine()[QStringLiteral("request")].toString(), QStringLiteral("/cdn?token=a%2Fb"));
+    EXPECT_EQ(m_server.nextLine()[u"request"_s].toString(), u"/relative"_s);
+    EXPECT_EQ(m_server.nextLine()[u"request"_s].toString(), u"/cdn?token=a%2Fb"_s);
 }
 
 TEST_F(ModelDownloaderTest, aRedirectToHttpIsNotFollowed)
 {
-    ServerProcess plain(QStringLiteral("model_server.py"), body("body", kSmallModel), {QStringLiteral("--plain")});
-    for (const QString& location : {plain.baseUrl() + QStringLiteral("/model"), QStringLiteral("file:///etc/passwd"),
-                                    QStringLiteral("https://"), QString()}) {
+    ServerProcess plain(u"model_server.py"_s, body("body", kSmallModel), {u"--plain"_s});
+    for (const QString& location : {plain.baseUrl() + u"/model"_s, u"file:///etc/passwd"_s, u"https://"_s, QString()}) {
         m_server.setScenario(redirectTo(location));
-        EXPECT_EQ(download().error(), (Error{QStringLiteral("Tavlo"), 302, QStringLiteral("Download gaf status 302.")}))
+        EXPECT_EQ(download().error(), (Error{u"Tavlo"_s, 302, u"Download gaf status 302."_s}))
             << location.toStdString();
     }
     EXPECT_EQ(modelFolder(), QStringList());
@@ -267,14 +259,14 @@ TEST_F(ModelDownloaderTest, aRedirectToHttpIsNotFollowed)
 
 TEST_F(ModelDownloaderTest, redirectsInACircleEnd)
 {
-    m_server.setScenario(redirectTo(QStringLiteral("/again")));
+    m_server.setScenario(redirectTo(u"/again"_s));
     EXPECT_EQ(download().error().code, 302);
 }
 
 TEST_F(ModelDownloaderTest, aConnectionThatBreaksInTheMiddleIsThePlatformsFailureAndLeavesNothing)
 {
     for (const char* kind : {"reset", "truncated"}) {
-        m_server.setScenario(body(kind, kSmallModel, {{QStringLiteral("after"), 2000000}}));
+        m_server.setScenario(body(kind, kSmallModel, {{u"after"_s, 2000000}}));
         const Error error = download().error();
         EXPECT_EQ(error.domain, kNetworkErrorDomain) << kind;
         EXPECT_EQ(m_log.lines().last(), failed(error.description));
@@ -285,7 +277,7 @@ TEST_F(ModelDownloaderTest, aConnectionThatBreaksInTheMiddleIsThePlatformsFailur
 TEST_F(ModelDownloaderTest, aStallEndsAtTheIdleLimit)
 {
     m_terms.limits = {300ms, 30s};
-    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    m_server.setScenario(body("stall", kSmallModel, {{u"after"_s, 2000000}}));
     const Error error = download().error();
     EXPECT_EQ(error, timeoutError());
     EXPECT_EQ(m_log.lines().last(), failed(error.description));
@@ -295,15 +287,14 @@ TEST_F(ModelDownloaderTest, aStallEndsAtTheIdleLimit)
 TEST_F(ModelDownloaderTest, aSlowDownloadEndsAtTheLimitOfTheWhole)
 {
     m_terms.limits = {30s, 500ms};
-    m_server.setScenario(body("body", kSmallModel, {{QStringLiteral("rate"), 1000000}}));
+    m_server.setScenario(body("body", kSmallModel, {{u"rate"_s, 1000000}}));
     EXPECT_EQ(download().error(), timeoutError());
     EXPECT_EQ(modelFolder(), QStringList());
 }
 
 TEST_F(ModelDownloaderTest, anAnswerThatIsNotHttpIsThePlatformsFailure)
 {
-    m_server.setScenario(QJsonObject{{QStringLiteral("kind"), QStringLiteral("nonsense")},
-                                     {QStringLiteral("text"), QStringLiteral("220 mail\r\n")}});
+    m_server.setScenario(QJsonObject{{u"kind"_s, u"nonsense"_s}, {u"text"_s, u"220 mail\r\n"_s}});
     EXPECT_EQ(download().error(), invalidAnswerError());
 }
 
@@ -316,20 +307,18 @@ TEST_F(ModelDownloaderTest, aCertificateThatNobodyKnowsIsThePlatformsFailure)
 
 TEST_F(ModelDownloaderTest, aCertificateForAnotherHostIsThePlatformsFailure)
 {
-    ServerProcess other(QStringLiteral("model_server.py"), body("body", kSmallModel),
-                        {QStringLiteral("--name"), QStringLiteral("other.example")});
-    m_url = other.baseUrl() + QStringLiteral("/model");
+    ServerProcess other(u"model_server.py"_s, body("body", kSmallModel), {u"--name"_s, u"other.example"_s});
+    m_url = other.baseUrl() + u"/model"_s;
     m_terms.authorities = other.authority();
     EXPECT_EQ(download().error().code, CURLE_PEER_FAILED_VERIFICATION);
 }
 
 TEST_F(ModelDownloaderTest, aDiskWithoutRoomForTheAnnouncedSizeIsFoundBeforeTheTransfer)
 {
-    m_server.setScenario(body("stall", 4'000'000'000'000'000'000, {{QStringLiteral("after"), 0}}));
+    m_server.setScenario(body("stall", 4'000'000'000'000'000'000, {{u"after"_s, 0}}));
     const Error error = download().error();
     EXPECT_EQ(error,
-              (Error{QStringLiteral("Tavlo"), 7,
-                     QStringLiteral("Te weinig schijfruimte voor het model (4000000000000000000 bytes nodig).")}));
+              (Error{u"Tavlo"_s, 7, u"Te weinig schijfruimte voor het model (4000000000000000000 bytes nodig)."_s}));
     EXPECT_TRUE(m_progress.empty());
     EXPECT_EQ(m_log.lines().last(), failed(error.description));
     EXPECT_EQ(modelFolder(), QStringList());
@@ -339,7 +328,7 @@ TEST_F(ModelDownloaderTest, aDiskThatRunsFullIsThePlatformsFailureAndLeavesNothi
 {
     const SmallDisk disk(1'500'000);
     const Error error = download().error();
-    EXPECT_EQ(error.domain, kFileErrorDomain);
+    EXPECT_EQ(error.domain, u"QFileDevice"_s);
     EXPECT_NE(error.code, QFileDevice::NoError);
     EXPECT_EQ(error.description, systemError(EFBIG).description);
     EXPECT_EQ(m_log.lines().last(), failed(error.description));
@@ -362,8 +351,7 @@ TEST_F(ModelDownloaderTest, leftoversOfADownloadThatWasKilledGoAtTheNextStart)
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     }
-    m_server.setScenario(
-        QJsonObject{{QStringLiteral("kind"), QStringLiteral("status")}, {QStringLiteral("status"), 500}});
+    m_server.setScenario(QJsonObject{{u"kind"_s, u"status"_s}, {u"status"_s, 500}});
     EXPECT_FALSE(download());
     EXPECT_EQ(modelFolder(), QStringList());
 }
@@ -371,7 +359,7 @@ TEST_F(ModelDownloaderTest, leftoversOfADownloadThatWasKilledGoAtTheNextStart)
 TEST_F(ModelDownloaderTest, whatCameBeforeAPauseIsOnTheDiskAndReported)
 {
     constexpr qint64 kBeforeThePause = 2'345'678;
-    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), kBeforeThePause}}));
+    m_server.setScenario(body("stall", kSmallModel, {{u"after"_s, kBeforeThePause}}));
     downloader().start();
     EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty() && m_progress.back().written == kBeforeThePause; }));
     EXPECT_EQ(QFileInfo(ModelFiles(m_locations).temporaryPath()).size(), kBeforeThePause);
@@ -381,7 +369,7 @@ TEST_F(ModelDownloaderTest, whatCameBeforeAPauseIsOnTheDiskAndReported)
 
 TEST_F(ModelDownloaderTest, aDownloadLeavesTheProcessorToTheInterface)
 {
-    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    m_server.setScenario(body("stall", kSmallModel, {{u"after"_s, 2000000}}));
     const int before = getpriority(PRIO_PROCESS, 0);
     downloader().start();
     EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty(); }));
@@ -398,10 +386,10 @@ TEST(DownloadTerms, aDownloadMayTakeAMinuteWithoutAByteAndAnHourInAll)
 
 TEST_F(ModelDownloaderTest, aCancelledDownloadReportsTheCancellationLaterAndLeavesNothing)
 {
-    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    m_server.setScenario(body("stall", kSmallModel, {{u"after"_s, 2000000}}));
     downloader().start();
     EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty(); }));
-    EXPECT_EQ(modelFolder(), QStringList(QStringLiteral("ggml-large-v3-turbo.part.download")));
+    EXPECT_EQ(modelFolder(), QStringList(u"ggml-large-v3-turbo.part.download"_s));
     downloader().cancel();
     EXPECT_FALSE(downloader().isRunning());
     EXPECT_TRUE(m_ends.empty());
@@ -421,8 +409,7 @@ TEST_F(ModelDownloaderTest, cancelWithoutADownloadDoesNothing)
 
 TEST_F(ModelDownloaderTest, aDownloadThatIsNoLongerTheCurrentOneIsOnlyLogged)
 {
-    m_server.setScenario(
-        QJsonArray{body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}), body("body", kSmallModel)});
+    m_server.setScenario(QJsonArray{body("stall", kSmallModel, {{u"after"_s, 2000000}}), body("body", kSmallModel)});
     downloader().start();
     EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty(); }));
     downloader().cancel();
@@ -433,13 +420,13 @@ TEST_F(ModelDownloaderTest, aDownloadThatIsNoLongerTheCurrentOneIsOnlyLogged)
     ASSERT_EQ(m_ends.size(), 1U);
     EXPECT_TRUE(m_ends.front());
     EXPECT_EQ(modelFolder(), m_modelAlone);
-    EXPECT_EQ(m_log.lines().filter(QStringLiteral("mislukt")).size(), 1);
+    EXPECT_EQ(m_log.lines().filter(u"mislukt"_s).size(), 1);
 }
 
 TEST_F(ModelDownloaderTest, aFailedDownloadCanBeStartedAgainFromItsOwnReport)
 {
     m_server.setScenario(
-        QJsonArray{body("truncated", kSmallModel, {{QStringLiteral("after"), 2000000}}), body("body", kSmallModel)});
+        QJsonArray{body("truncated", kSmallModel, {{u"after"_s, 2000000}}), body("body", kSmallModel)});
     downloader().onDone = [this](const Result<void>& result) {
         EXPECT_FALSE(result);
         downloader().onDone = [this](const Result<void>& second) { m_ends.push_back(second); };
@@ -460,7 +447,7 @@ TEST_F(ModelDownloaderTest, aDownloadWithoutHandlersInstallsTheModel)
 
 TEST_F(ModelDownloaderTest, destructionEndsADownloadWithoutReportAndLeavesNothing)
 {
-    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    m_server.setScenario(body("stall", kSmallModel, {{u"after"_s, 2000000}}));
     downloader().start();
     EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty(); }));
     m_downloader.reset();
@@ -472,7 +459,7 @@ TEST_F(ModelDownloaderTest, destructionEndsADownloadWithoutReportAndLeavesNothin
 // The end of the program does not wait for a disk that does not answer. What the transfer reports to is then gone.
 TEST_F(ModelDownloaderTest, aTransferThatIsHeldUpAtTheDestructionReportsToNobodyAndCleansUpWhenItGoesOn)
 {
-    m_server.setScenario(body("stall", kSmallModel, {{QStringLiteral("after"), 2000000}}));
+    m_server.setScenario(body("stall", kSmallModel, {{u"after"_s, 2000000}}));
     CountingQueue queue;
     bool progressed = false;
     std::optional<ModelDownloader> downloader(std::in_place, m_locations, m_log, queue, m_url, m_terms);
@@ -487,7 +474,7 @@ TEST_F(ModelDownloaderTest, aTransferThatIsHeldUpAtTheDestructionReportsToNobody
     EXPECT_TRUE(NetworkThread::isAnyLeftBehind());
     const int posted = queue.count();
     EXPECT_EQ(m_log.lines(), QStringList(started()));
-    EXPECT_EQ(modelFolder(), QStringList(QStringLiteral("ggml-large-v3-turbo.part.download")));
+    EXPECT_EQ(modelFolder(), QStringList(u"ggml-large-v3-turbo.part.download"_s));
 
     thread.letGo();
     EXPECT_EQ(queue.count(), posted);

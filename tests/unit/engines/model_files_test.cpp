@@ -1,6 +1,7 @@
-#include "engines/model_files.h"
+#include "engines/model/model_files.h"
 
-#include "engines/platform_errors.h"
+#include "platform/text_literals.h"
+#include "posix/system_error.h"
 
 #include <gtest/gtest.h>
 
@@ -33,10 +34,9 @@ protected:
     }
 
     QTemporaryDir m_home;
-    Locations m_locations =
-        Locations::inFolders(m_home.filePath(QStringLiteral("data")), m_home.filePath(QStringLiteral("bin")));
+    Locations m_locations = Locations::inFolders(m_home.filePath(u"data"_s), m_home.filePath(u"bin"_s));
     ModelFiles m_files{m_locations};
-    const QStringList m_modelAlone{QStringLiteral("ggml-large-v3-turbo.bin")};
+    const QStringList m_modelAlone{u"ggml-large-v3-turbo.bin"_s};
 };
 
 TEST_F(ModelFilesTest, aCompleteModelOf1500000000BytesIsInstalled)
@@ -49,8 +49,7 @@ TEST_F(ModelFilesTest, aCompleteModelOf1500000000BytesIsInstalled)
 TEST_F(ModelFilesTest, oneByteLessIsRejected)
 {
     makeFile(m_files.temporaryPath(), 1'499'999'999);
-    EXPECT_EQ(m_files.install().error(),
-              (Error{QStringLiteral("Tavlo"), 4, QStringLiteral("Download onvolledig (1499999999 bytes).")}));
+    EXPECT_EQ(m_files.install().error(), (Error{u"Tavlo"_s, 4, u"Download onvolledig (1499999999 bytes)."_s}));
     EXPECT_EQ(modelFolder(), QStringList());
 }
 
@@ -74,7 +73,7 @@ TEST_F(ModelFilesTest, anOldStagingFileAndAnOldModelAreReplaced)
 
 TEST_F(ModelFilesTest, aMoveThatFailsIsThePlatformsFailureAndLeavesNoFileOfTheTransfer)
 {
-    QDir().mkpath(m_locations.kModelURL + QStringLiteral("/folder"));
+    QDir().mkpath(m_locations.kModelURL + u"/folder"_s);
     makeFile(m_files.temporaryPath(), 1'500'000'000);
     const Error error = m_files.install().error();
     EXPECT_EQ(error.domain, kSystemErrorDomain);
@@ -85,7 +84,7 @@ TEST_F(ModelFilesTest, aMoveThatFailsIsThePlatformsFailureAndLeavesNoFileOfTheTr
 
 TEST_F(ModelFilesTest, theFolderIsMadeWithItsParentsForTheOwnerAlone)
 {
-    QDir(m_home.filePath(QStringLiteral("data"))).removeRecursively();
+    QDir(m_home.filePath(u"data"_s)).removeRecursively();
     EXPECT_TRUE(m_files.createFolder());
     EXPECT_TRUE(m_files.createFolder());
     EXPECT_EQ(QFileInfo(m_locations.kModelsDir).permissions() & (QFile::ReadGroup | QFile::ReadOther | QFile::ExeOther),
@@ -104,8 +103,7 @@ TEST_F(ModelFilesTest, roomForTheAnnouncedSizeIsAskedFor)
     EXPECT_TRUE(m_files.checkRoom(1));
     constexpr qint64 kFarTooMuch = std::numeric_limits<qint64>::max();
     EXPECT_EQ(m_files.checkRoom(kFarTooMuch).error(),
-              (Error{QStringLiteral("Tavlo"), 7,
-                     QStringLiteral("Te weinig schijfruimte voor het model (9223372036854775807 bytes nodig).")}));
+              (Error{u"Tavlo"_s, 7, u"Te weinig schijfruimte voor het model (9223372036854775807 bytes nodig)."_s}));
 }
 
 TEST_F(ModelFilesTest, roomForTheSmallestModelIsAskedForWhileTheSizeIsUnknown)

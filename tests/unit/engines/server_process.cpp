@@ -1,4 +1,5 @@
 #include "server_process.h"
+#include "platform/text_literals.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
@@ -24,8 +25,8 @@ QByteArray jsonLine(const QJsonValue& value)
 ServerProcess::ServerProcess(const QString& script, const QJsonValue& scenario, const QStringList& arguments)
 {
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_process.start(QStringLiteral("/usr/bin/python3"),
-                    QStringList{QStringLiteral("-B"), QStringLiteral(TAVLO_SERVER_SCRIPTS "/") + script} + arguments);
+    m_process.start(u"/usr/bin/python3"_s,
+                    QStringList{u"-B"_s, QStringLiteral(TAVLO_SERVER_SCRIPTS "/") + script} + arguments);
     m_greeting = nextLine();
     setScenario(scenario);
 }
@@ -42,7 +43,7 @@ void ServerProcess::setScenario(const QJsonValue& scenario)
     // What it told about earlier requests and nobody read is passed over.
     while (true) {
         const QJsonObject line = nextLine();
-        if (line.isEmpty() || line.contains(QStringLiteral("scenario"))) {
+        if (line.isEmpty() || line.contains(u"scenario"_s)) {
             return;
         }
     }
@@ -50,7 +51,7 @@ void ServerProcess::setScenario(const QJsonValue& scenario)
 
 QByteArray ServerProcess::authority() const
 {
-    QFile file(m_greeting[QStringLiteral("authority")].toString());
+    QFile file(m_greeting[u"authority"_s].toString());
     EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << "the server named no certificate";
     return file.readAll();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text_literals.h"
+
 #include <QByteArray>
 #include <QJsonObject>
 #include <QJsonValue>
@@ -18,8 +20,8 @@ public:
     ~ServerProcess();
 
     // What it said at its start.
-    QString baseUrl() const { return m_greeting[QStringLiteral("base_url")].toString(); }
-    int port() const { return m_greeting[QStringLiteral("port")].toInt(); }
+    QString baseUrl() const { return m_greeting[u"base_url"_s].toString(); }
+    int port() const { return m_greeting[u"port"_s].toInt(); }
     // The certificate of the authority that vouches for it, in PEM form.
     QByteArray authority() const;
 

@@ -2,6 +2,7 @@
 
 #include "hotkeys/hotkey_catalogue.h"
 #include "hotkeys/hotkey_detection.h"
+#include "platform/text_literals.h"
 #include "settings/language.h"
 #include "support/fakes/fake_hotkey_display.h"
 #include "support/fakes/fake_hotkey_target.h"
@@ -19,7 +20,7 @@ using Message = FakeHotkeyDisplay::Message;
 
 class HotkeyCaptureTest : public ::testing::Test, protected TemporarySettings {
 protected:
-    ~HotkeyCaptureTest() override { gLang = QStringLiteral("nl"); }
+    ~HotkeyCaptureTest() override { gLang = u"nl"_s; }
 
     void press(std::uint16_t keyCode, const QString& characters = {})
     {
@@ -48,8 +49,8 @@ TEST_F(HotkeyCaptureTest, StartingShowsTheKeyboardIconAndTheStatusLineAtOnce)
 {
     m_capture->startCapture();
     EXPECT_TRUE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, QStringLiteral("keyboard"));
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Druk nu op de gewenste toets… (Esc = annuleren)"));
+    EXPECT_EQ(m_display.icon, u"keyboard"_s);
+    EXPECT_EQ(m_display.statusLine, u"Druk nu op de gewenste toets… (Esc = annuleren)"_s);
     EXPECT_GE(m_display.menuBuilds, 1);
     EXPECT_FALSE(m_display.message.has_value());
 }
@@ -61,8 +62,7 @@ TEST_F(HotkeyCaptureTest, TheMessageComesAfterThreeTenthsOfASecondAndStays)
     EXPECT_FALSE(m_display.message.has_value());
     queue.advance(std::chrono::milliseconds(1));
     EXPECT_EQ(m_display.message,
-              (Message{QStringLiteral(
-                           "⌨️  Druk nu op de toets die je als sneltoets wilt gebruiken - Esc om te annuleren"),
+              (Message{u"⌨️  Druk nu op de toets die je als sneltoets wilt gebruiken - Esc om te annuleren"_s,
                        std::nullopt}));
 }
 
@@ -92,7 +92,7 @@ TEST_F(HotkeyCaptureTest, StartingWhileRecordingOrBusyDoesNothing)
     m_display.busy = true;
     m_capture->startCapture();
     EXPECT_FALSE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, QStringLiteral("mic"));
+    EXPECT_EQ(m_display.icon, u"mic"_s);
     EXPECT_EQ(m_display.menuBuilds, 0);
     EXPECT_EQ(queue.waitingCount(), 0u);
 }
@@ -103,42 +103,42 @@ TEST_F(HotkeyCaptureTest, F5IsSavedWithoutAnAlert)
     m_capture->startCapture();
     press(96);
     EXPECT_TRUE(m_display.alerts.empty());
-    EXPECT_EQ(object(), (QJsonObject{{QStringLiteral("hotkey"), QStringLiteral("custom")},
-                                     {QStringLiteral("custom_keycode"), 96},
-                                     {QStringLiteral("custom_label"), QStringLiteral("F5")},
-                                     {QStringLiteral("custom_is_modifier"), false}}));
+    EXPECT_EQ(object(), (QJsonObject{{u"hotkey"_s, u"custom"_s},
+                                     {u"custom_keycode"_s, 96},
+                                     {u"custom_label"_s, u"F5"_s},
+                                     {u"custom_is_modifier"_s, false}}));
     EXPECT_FALSE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, QStringLiteral("mic"));
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Sneltoets is nu: F5"));
-    EXPECT_EQ(m_display.message, (Message{QStringLiteral("✓ Sneltoets is nu: F5"), 2.5}));
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("Sneltoets gewijzigd naar F5 (keycode 96)")});
+    EXPECT_EQ(m_display.icon, u"mic"_s);
+    EXPECT_EQ(m_display.statusLine, u"Sneltoets is nu: F5"_s);
+    EXPECT_EQ(m_display.message, (Message{u"✓ Sneltoets is nu: F5"_s, 2.5}));
+    EXPECT_EQ(log.lines(), QStringList{u"Sneltoets gewijzigd naar F5 (keycode 96)"_s});
 }
 
 TEST_F(HotkeyCaptureTest, TheSpaceBarRaisesTheAlertInEnglish)
 {
-    gLang = QStringLiteral("en");
+    gLang = u"en"_s;
     put(m_before);
     m_capture->startCapture();
     queue.advance(std::chrono::milliseconds(300));
-    press(49, QStringLiteral(" "));
+    press(49, u" "_s);
     ASSERT_EQ(m_display.alerts.size(), 1u);
     const TypingKeyAlert& alert = m_display.alerts[0];
-    EXPECT_EQ(alert.title, QStringLiteral("'Space' is a commonly used typing key"));
+    EXPECT_EQ(alert.title, u"'Space' is a commonly used typing key"_s);
     EXPECT_EQ(alert.text,
-              QStringLiteral("If you set this key as the hotkey, recording will start or stop every time you type it "
-                             "anywhere. An F-key (or §) is usually a better choice."));
-    EXPECT_EQ(alert.chooseAnother, QStringLiteral("Choose another key"));
-    EXPECT_EQ(alert.useAnyway, QStringLiteral("Use anyway"));
-    EXPECT_EQ(alert.cancel, QStringLiteral("Cancel"));
+              u"If you set this key as the hotkey, recording will start or stop every time you type it "
+              "anywhere. An F-key (or §) is usually a better choice."_s);
+    EXPECT_EQ(alert.chooseAnother, u"Choose another key"_s);
+    EXPECT_EQ(alert.useAnyway, u"Use anyway"_s);
+    EXPECT_EQ(alert.cancel, u"Cancel"_s);
     EXPECT_FALSE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, QStringLiteral("mic"));
+    EXPECT_EQ(m_display.icon, u"mic"_s);
     EXPECT_FALSE(m_display.message.has_value());
     EXPECT_EQ(bytes(), m_before);
 
     m_display.answer(TypingKeyAnswer::UseAnyway);
-    EXPECT_EQ(file.loadWithoutKey().customLabel, QStringLiteral("Space"));
+    EXPECT_EQ(file.loadWithoutKey().customLabel, u"Space"_s);
     EXPECT_EQ(file.loadWithoutKey().customKeycode, 49);
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Hotkey is now: Space"));
+    EXPECT_EQ(m_display.statusLine, u"Hotkey is now: Space"_s);
 }
 
 TEST_F(HotkeyCaptureTest, TheAlertSpeaksDutchToo)
@@ -147,12 +147,13 @@ TEST_F(HotkeyCaptureTest, TheAlertSpeaksDutchToo)
     press(49);
     ASSERT_EQ(m_display.alerts.size(), 1u);
     const TypingKeyAlert& alert = m_display.alerts[0];
-    EXPECT_EQ(alert.title, QStringLiteral("'Spatie' is een veelgebruikte typtoets"));
-    EXPECT_EQ(alert.text, QStringLiteral("Als je deze toets als sneltoets instelt, start of stopt de opname élke keer "
-                                         "dat je hem ergens typt. Een F-toets (of §) is meestal een betere keuze."));
-    EXPECT_EQ(alert.chooseAnother, QStringLiteral("Andere toets kiezen"));
-    EXPECT_EQ(alert.useAnyway, QStringLiteral("Toch gebruiken"));
-    EXPECT_EQ(alert.cancel, QStringLiteral("Annuleer"));
+    EXPECT_EQ(alert.title, u"'Spatie' is een veelgebruikte typtoets"_s);
+    EXPECT_EQ(alert.text,
+              u"Als je deze toets als sneltoets instelt, start of stopt de opname élke keer "
+              "dat je hem ergens typt. Een F-toets (of §) is meestal een betere keuze."_s);
+    EXPECT_EQ(alert.chooseAnother, u"Andere toets kiezen"_s);
+    EXPECT_EQ(alert.useAnyway, u"Toch gebruiken"_s);
+    EXPECT_EQ(alert.cancel, u"Annuleer"_s);
 }
 
 TEST_F(HotkeyCaptureTest, ChoosingAnotherKeyStartsAFreshCapture)
@@ -161,7 +162,7 @@ TEST_F(HotkeyCaptureTest, ChoosingAnotherKeyStartsAFreshCapture)
     press(36);
     m_display.answer(TypingKeyAnswer::ChooseAnother);
     EXPECT_TRUE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, QStringLiteral("keyboard"));
+    EXPECT_EQ(m_display.icon, u"keyboard"_s);
     EXPECT_FALSE(QFile::exists(file.path()));
 }
 
@@ -172,7 +173,7 @@ TEST_F(HotkeyCaptureTest, CancellingTheAlertKeepsTheOldHotkey)
     const int builds = m_display.menuBuilds;
     m_display.answer(TypingKeyAnswer::Cancel);
     EXPECT_FALSE(m_display.capturing);
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Toetskeuze geannuleerd"));
+    EXPECT_EQ(m_display.statusLine, u"Toetskeuze geannuleerd"_s);
     EXPECT_EQ(m_display.menuBuilds, builds + 1);
     EXPECT_FALSE(QFile::exists(file.path()));
 }
@@ -184,10 +185,10 @@ TEST_F(HotkeyCaptureTest, OnlyTheFourTypingKeysRaiseTheAlert)
         press(code);
     }
     EXPECT_EQ(m_display.alerts.size(), 4u);
-    EXPECT_EQ(m_display.alerts[3].title, QStringLiteral("'⌫' is een veelgebruikte typtoets"));
+    EXPECT_EQ(m_display.alerts[3].title, u"'⌫' is een veelgebruikte typtoets"_s);
     for (const std::uint16_t code : std::to_array<std::uint16_t>({0, 117, 76, 10})) {
         m_capture->startCapture();
-        press(code, QStringLiteral("x"));
+        press(code, u"x"_s);
     }
     EXPECT_EQ(m_display.alerts.size(), 4u);
 }
@@ -203,36 +204,36 @@ TEST_F(HotkeyCaptureTest, AnAnswerAfterTheObjectIsGoneDoesNothing)
 
 TEST_F(HotkeyCaptureTest, ALetterIsSavedUpperCasedWithoutAnAlert)
 {
-    EXPECT_EQ(captured(0, QStringLiteral("a")), QStringLiteral("A"));
+    EXPECT_EQ(captured(0, u"a"_s), u"A"_s);
     EXPECT_TRUE(m_display.alerts.empty());
 }
 
 TEST_F(HotkeyCaptureTest, AKeyIsNamedByItsFirstCharacterWhenThatCanBeShown)
 {
-    EXPECT_EQ(captured(23, QStringLiteral("5")), QStringLiteral("5"));
-    EXPECT_EQ(captured(27, QStringLiteral("-")), QStringLiteral("-"));
-    EXPECT_EQ(captured(24, QStringLiteral("=")), QStringLiteral("="));
-    EXPECT_EQ(captured(50, QStringLiteral("²")), QStringLiteral("²"));
-    EXPECT_EQ(captured(41, QStringLiteral("ö")), QStringLiteral("Ö"));
-    EXPECT_EQ(captured(41, QStringLiteral("é")), QStringLiteral("É"));
-    EXPECT_EQ(captured(12, QStringLiteral("й")), QStringLiteral("Й"));
-    EXPECT_EQ(captured(27, QStringLiteral("ß")), QStringLiteral("SS"));
-    EXPECT_EQ(captured(1, QStringLiteral("xy")), QStringLiteral("X"));
+    EXPECT_EQ(captured(23, u"5"_s), u"5"_s);
+    EXPECT_EQ(captured(27, u"-"_s), u"-"_s);
+    EXPECT_EQ(captured(24, u"="_s), u"="_s);
+    EXPECT_EQ(captured(50, u"²"_s), u"²"_s);
+    EXPECT_EQ(captured(41, u"ö"_s), u"Ö"_s);
+    EXPECT_EQ(captured(41, u"é"_s), u"É"_s);
+    EXPECT_EQ(captured(12, u"й"_s), u"Й"_s);
+    EXPECT_EQ(captured(27, u"ß"_s), u"SS"_s);
+    EXPECT_EQ(captured(1, u"xy"_s), u"X"_s);
 }
 
 TEST_F(HotkeyCaptureTest, AKeyWithoutANameIsNamedByItsNumber)
 {
-    EXPECT_EQ(captured(76, QString()), QStringLiteral("Toets 76"));
-    EXPECT_EQ(captured(77, QStringLiteral("\u001b")), QStringLiteral("Toets 77"));
-    EXPECT_EQ(captured(78, QStringLiteral(" ")), QStringLiteral("Toets 78"));
-    gLang = QStringLiteral("en");
-    EXPECT_EQ(captured(76, QString()), QStringLiteral("Key 76"));
+    EXPECT_EQ(captured(76, QString()), u"Toets 76"_s);
+    EXPECT_EQ(captured(77, u"\u001b"_s), u"Toets 77"_s);
+    EXPECT_EQ(captured(78, u" "_s), u"Toets 78"_s);
+    gLang = u"en"_s;
+    EXPECT_EQ(captured(76, QString()), u"Key 76"_s);
 }
 
 TEST_F(HotkeyCaptureTest, TheTableOfNamesGoesBeforeTheCharacters)
 {
-    EXPECT_EQ(captured(10, QStringLiteral("<")), QStringLiteral("§"));
-    EXPECT_EQ(captured(123, QStringLiteral("x")), QStringLiteral("←"));
+    EXPECT_EQ(captured(10, u"<"_s), u"§"_s);
+    EXPECT_EQ(captured(123, u"x"_s), u"←"_s);
 }
 
 TEST_F(HotkeyCaptureTest, LeftOptionIsSavedAsAModifierAndWorksAsTheHotkey)
@@ -240,9 +241,9 @@ TEST_F(HotkeyCaptureTest, LeftOptionIsSavedAsAModifierAndWorksAsTheHotkey)
     m_capture->startCapture();
     modifier(58, kOptionFlag);
     const Config config = file.loadWithoutKey();
-    EXPECT_EQ(config.hotkey, QStringLiteral("custom"));
+    EXPECT_EQ(config.hotkey, u"custom"_s);
     EXPECT_EQ(config.customKeycode, 58);
-    EXPECT_EQ(config.customLabel, QStringLiteral("Linker ⌥"));
+    EXPECT_EQ(config.customLabel, u"Linker ⌥"_s);
     EXPECT_TRUE(config.customIsModifier);
     EXPECT_TRUE(m_display.alerts.empty());
 
@@ -256,27 +257,27 @@ TEST_F(HotkeyCaptureTest, LeftOptionIsSavedAsAModifierAndWorksAsTheHotkey)
 
 TEST_F(HotkeyCaptureTest, LeftOptionHasItsEnglishName)
 {
-    gLang = QStringLiteral("en");
+    gLang = u"en"_s;
     m_capture->startCapture();
     modifier(58, kOptionFlag);
-    EXPECT_EQ(file.loadWithoutKey().customLabel, QStringLiteral("Left ⌥"));
-    EXPECT_EQ(m_display.message, (Message{QStringLiteral("✓ Hotkey is now: Left ⌥"), 2.5}));
+    EXPECT_EQ(file.loadWithoutKey().customLabel, u"Left ⌥"_s);
+    EXPECT_EQ(m_display.message, (Message{u"✓ Hotkey is now: Left ⌥"_s, 2.5}));
 }
 
 TEST_F(HotkeyCaptureTest, CapsLockIsRefusedAndEscapeThenEndsTheCapture)
 {
-    gLang = QStringLiteral("en");
+    gLang = u"en"_s;
     m_capture->startCapture();
     modifier(57, 0x10000);
     EXPECT_TRUE(m_display.capturing);
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Caps Lock is not suitable - choose another key"));
+    EXPECT_EQ(m_display.statusLine, u"Caps Lock is not suitable - choose another key"_s);
     EXPECT_EQ(m_display.message,
-              (Message{QStringLiteral("Caps Lock is not suitable - press another key (Esc = cancel)"), std::nullopt}));
+              (Message{u"Caps Lock is not suitable - press another key (Esc = cancel)"_s, std::nullopt}));
     press(kEscapeKeyCode);
     EXPECT_FALSE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, QStringLiteral("mic"));
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Key selection cancelled"));
-    EXPECT_EQ(m_display.message, (Message{QStringLiteral("Key selection cancelled"), 1.5}));
+    EXPECT_EQ(m_display.icon, u"mic"_s);
+    EXPECT_EQ(m_display.statusLine, u"Key selection cancelled"_s);
+    EXPECT_EQ(m_display.message, (Message{u"Key selection cancelled"_s, 1.5}));
     EXPECT_FALSE(QFile::exists(file.path()));
 }
 
@@ -284,9 +285,8 @@ TEST_F(HotkeyCaptureTest, CapsLockIsRefusedInDutch)
 {
     m_capture->startCapture();
     modifier(57, 0);
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Caps Lock is niet geschikt - kies een andere toets"));
-    EXPECT_EQ(m_display.message->text,
-              QStringLiteral("Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"));
+    EXPECT_EQ(m_display.statusLine, u"Caps Lock is niet geschikt - kies een andere toets"_s);
+    EXPECT_EQ(m_display.message->text, u"Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"_s);
 }
 
 TEST_F(HotkeyCaptureTest, ReleasesAndOtherKeysLeaveTheCaptureRunning)
@@ -310,23 +310,24 @@ TEST_F(HotkeyCaptureTest, EventsThatComeAfterTheCaptureEndedDoNothing)
 TEST_F(HotkeyCaptureTest, PickingARowKeepsTheCapturedKey)
 {
     put(R"({"hotkey": "custom", "custom_keycode": 96, "custom_label": "F5", "custom_is_modifier": false})");
-    m_capture->pickHotkey(QStringLiteral("rechter-shift"));
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Sneltoets is nu: Rechter ⇧ Shift"));
+    m_capture->pickHotkey(u"rechter-shift"_s);
+    EXPECT_EQ(m_display.statusLine, u"Sneltoets is nu: Rechter ⇧ Shift"_s);
     EXPECT_EQ(file.loadWithoutKey().customKeycode, 96);
-    m_capture->pickHotkey(QStringLiteral("custom"));
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Sneltoets is nu: F5"));
+    m_capture->pickHotkey(u"custom"_s);
+    EXPECT_EQ(m_display.statusLine, u"Sneltoets is nu: F5"_s);
 }
 
 TEST_F(HotkeyCaptureTest, PickingFnAddsTheGlobeKeyHint)
 {
-    m_capture->pickHotkey(QStringLiteral("fn"));
-    EXPECT_EQ(m_display.statusLine, QStringLiteral("Sneltoets is nu: Fn 🌐 (wereldbol) - zet evt. Systeeminstellingen ▸ "
-                                                   "Toetsenbord ▸ 'Druk op 🌐' op 'Doe niets'"));
-    gLang = QStringLiteral("en");
-    m_capture->pickHotkey(QStringLiteral("fn"));
+    m_capture->pickHotkey(u"fn"_s);
     EXPECT_EQ(m_display.statusLine,
-              QStringLiteral("Hotkey is now: Fn 🌐 (globe) - you may want to set System Settings ▸ "
-                             "Keyboard ▸ 'Press 🌐' to 'Do Nothing'"));
+              u"Sneltoets is nu: Fn 🌐 (wereldbol) - zet evt. Systeeminstellingen ▸ "
+              "Toetsenbord ▸ 'Druk op 🌐' op 'Doe niets'"_s);
+    gLang = u"en"_s;
+    m_capture->pickHotkey(u"fn"_s);
+    EXPECT_EQ(m_display.statusLine,
+              u"Hotkey is now: Fn 🌐 (globe) - you may want to set System Settings ▸ "
+              "Keyboard ▸ 'Press 🌐' to 'Do Nothing'"_s);
 }
 
 TEST_F(HotkeyCaptureTest, PickingWhatIsNoTextDoesNothing)

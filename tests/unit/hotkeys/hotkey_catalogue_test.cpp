@@ -1,5 +1,6 @@
 #include "hotkeys/hotkey_catalogue.h"
 
+#include "platform/text_literals.h"
 #include "settings/language.h"
 #include "support/temporary_settings.h"
 
@@ -10,7 +11,7 @@ namespace {
 
 class HotkeyCatalogueTest : public ::testing::Test, protected TemporarySettings {
 protected:
-    ~HotkeyCatalogueTest() override { gLang = QStringLiteral("nl"); }
+    ~HotkeyCatalogueTest() override { gLang = u"nl"_s; }
 
     HotkeyOption hotkey(const QByteArray& settings)
     {
@@ -73,9 +74,9 @@ TEST_F(HotkeyCatalogueTest, NamesTheNineModifierKeysInBothLanguages)
          {Row{54, "Rechter ⌘", "Right ⌘"}, Row{55, "Linker ⌘", "Left ⌘"}, Row{56, "Linker ⇧", "Left ⇧"},
           Row{60, "Rechter ⇧", "Right ⇧"}, Row{58, "Linker ⌥", "Left ⌥"}, Row{61, "Rechter ⌥", "Right ⌥"},
           Row{59, "Linker ⌃", "Left ⌃"}, Row{62, "Rechter ⌃", "Right ⌃"}, Row{63, "Fn 🌐", "Fn 🌐"}}) {
-        gLang = QStringLiteral("nl");
+        gLang = u"nl"_s;
         EXPECT_EQ(modifierLabel(static_cast<std::uint16_t>(row.code)), QString::fromUtf8(row.nl));
-        gLang = QStringLiteral("en");
+        gLang = u"en"_s;
         EXPECT_EQ(modifierLabel(static_cast<std::uint16_t>(row.code)), QString::fromUtf8(row.en));
     }
     EXPECT_EQ(modifierLabel(57), std::nullopt);
@@ -91,30 +92,30 @@ TEST_F(HotkeyCatalogueTest, CustomWithoutAKeyCodeGivesTheRightCommandKey)
 
 TEST_F(HotkeyCatalogueTest, FnIsKeyCode63WithTheFunctionFlag)
 {
-    gLang = QStringLiteral("en");
+    gLang = u"en"_s;
     const HotkeyOption option = hotkey(R"({"hotkey": "fn"})");
     EXPECT_EQ(option.keyCode, 63);
     EXPECT_EQ(option.flag, kFunctionFlag);
-    EXPECT_EQ(option.label(), QStringLiteral("Fn 🌐 (globe)"));
+    EXPECT_EQ(option.label(), u"Fn 🌐 (globe)"_s);
 }
 
 TEST_F(HotkeyCatalogueTest, ACustomKeyWithoutALabelIsNamedByItsNumberInTheInterfaceLanguage)
 {
     const QByteArray settings = R"({"hotkey": "custom", "custom_keycode": 50})";
-    EXPECT_EQ(hotkey(settings).label(), QStringLiteral("Toets 50"));
+    EXPECT_EQ(hotkey(settings).label(), u"Toets 50"_s);
     EXPECT_EQ(hotkey(settings).flag, 0u);
-    EXPECT_EQ(hotkey(settings).id, QStringLiteral("custom"));
-    gLang = QStringLiteral("en");
-    EXPECT_EQ(hotkey(settings).label(), QStringLiteral("Key 50"));
-    EXPECT_EQ(hotkey(settings).nlLabel, QStringLiteral("Key 50"));
+    EXPECT_EQ(hotkey(settings).id, u"custom"_s);
+    gLang = u"en"_s;
+    EXPECT_EQ(hotkey(settings).label(), u"Key 50"_s);
+    EXPECT_EQ(hotkey(settings).nlLabel, u"Key 50"_s);
 }
 
 TEST_F(HotkeyCatalogueTest, ACustomLabelStandsInBothLanguages)
 {
     const HotkeyOption option =
         hotkey(R"({"hotkey": "custom", "custom_keycode": 58, "custom_label": "Linker ⌥", "custom_is_modifier": true})");
-    EXPECT_EQ(option.nlLabel, QStringLiteral("Linker ⌥"));
-    EXPECT_EQ(option.enLabel, QStringLiteral("Linker ⌥"));
+    EXPECT_EQ(option.nlLabel, u"Linker ⌥"_s);
+    EXPECT_EQ(option.enLabel, u"Linker ⌥"_s);
     EXPECT_EQ(option.flag, kOptionFlag);
     EXPECT_EQ(option.keyCode, 58);
 }
@@ -148,7 +149,7 @@ TEST_F(HotkeyCatalogueTest, AKeyCodeAbove65535IsHarmlessWhileAnotherHotkeyIsInFo
 TEST_F(HotkeyCatalogueTest, TheHotkeyIsReadAfreshAndNeverAsksTheKeychain)
 {
     EXPECT_EQ(hotkey(R"({"hotkey": "fn"})").keyCode, 63);
-    file.update(QStringLiteral("hotkey"), QStringLiteral("rechter-shift"));
+    file.update(u"hotkey"_s, u"rechter-shift"_s);
     EXPECT_EQ(currentHotkey(file).keyCode, 60);
     EXPECT_EQ(store.calls, 0);
 }

@@ -1,6 +1,7 @@
 #include "hotkeys/hotkey_detection.h"
 
 #include "hotkeys/hotkey_catalogue.h"
+#include "platform/text_literals.h"
 #include "support/fakes/fake_hotkey_target.h"
 #include "support/temporary_settings.h"
 
@@ -27,8 +28,8 @@ protected:
 
     void useKey(int keyCode)
     {
-        file.update(QStringLiteral("hotkey"), QStringLiteral("custom"));
-        file.update(QStringLiteral("custom_keycode"), keyCode);
+        file.update(u"hotkey"_s, u"custom"_s);
+        file.update(u"custom_keycode"_s, keyCode);
     }
 
     FakeHotkeyTarget m_target;
@@ -84,7 +85,7 @@ TEST_F(HotkeyDetectionTest, TheHotkeyFiresAlsoAsPartOfAShortcut)
 
 TEST_F(HotkeyDetectionTest, RightOptionWithoutItsFlagDoesNothing)
 {
-    file.update(QStringLiteral("hotkey"), QStringLiteral("rechter-option"));
+    file.update(u"hotkey"_s, u"rechter-option"_s);
     flags(61, 0);
     flags(61, kCommandFlag);
     queue.runPending();
@@ -140,7 +141,7 @@ TEST_F(HotkeyDetectionTest, AModifierHotkeyIsNotHeardAsAKeyDown)
 TEST_F(HotkeyDetectionTest, ACapturedModifierIsHeardByItsFlag)
 {
     useKey(58);
-    file.update(QStringLiteral("custom_is_modifier"), true);
+    file.update(u"custom_is_modifier"_s, true);
     flags(58, kOptionFlag);
     flags(58, 0);
     queue.runPending();
@@ -197,7 +198,7 @@ TEST_F(HotkeyDetectionTest, ACaptureGetsEveryEventAndTheHotkeyDoesNotFire)
 TEST_F(HotkeyDetectionTest, AChangedSettingCountsAtTheNextEvent)
 {
     flags(54, kCommandFlag);
-    file.update(QStringLiteral("hotkey"), QStringLiteral("rechter-shift"));
+    file.update(u"hotkey"_s, u"rechter-shift"_s);
     flags(54, kCommandFlag);
     flags(60, kShiftFlag);
     queue.runPending();

@@ -1,4 +1,5 @@
 #include "settings/config_file.h"
+#include "platform/text_literals.h"
 
 #include "support/temporary_settings.h"
 
@@ -25,8 +26,8 @@ protected:
         return file.load();
     }
 
-    const QString m_openAI = QStringLiteral("openai_api_key");
-    const QString m_groq = QStringLiteral("groq_api_key");
+    const QString m_openAI = u"openai_api_key"_s;
+    const QString m_groq = u"groq_api_key"_s;
 };
 
 TEST_F(ConfigFileTest, WithoutAFileThereAreDefaultsAndNoKeyWhateverTheKeychainHolds)
@@ -40,22 +41,22 @@ TEST_F(ConfigFileTest, WithoutAFileThereAreDefaultsAndNoKeyWhateverTheKeychainHo
 TEST_F(ConfigFileTest, TheDefaultsAreThoseOfTheTable)
 {
     const Config config;
-    EXPECT_EQ(config.engine, QStringLiteral("auto"));
+    EXPECT_EQ(config.engine, u"auto"_s);
     EXPECT_EQ(config.apiKey, QString());
-    EXPECT_EQ(config.model, QStringLiteral("gpt-4o-transcribe"));
-    EXPECT_EQ(config.language, QStringLiteral("nl"));
+    EXPECT_EQ(config.model, u"gpt-4o-transcribe"_s);
+    EXPECT_EQ(config.language, u"nl"_s);
     EXPECT_EQ(config.vocabulary, QString());
-    EXPECT_EQ(config.appLanguage, QStringLiteral("nl"));
-    EXPECT_EQ(config.provider, QStringLiteral("openai"));
-    EXPECT_EQ(config.groqModel, QStringLiteral("whisper-large-v3-turbo"));
-    EXPECT_EQ(config.hotkey, QStringLiteral("rechter-command"));
+    EXPECT_EQ(config.appLanguage, u"nl"_s);
+    EXPECT_EQ(config.provider, u"openai"_s);
+    EXPECT_EQ(config.groqModel, u"whisper-large-v3-turbo"_s);
+    EXPECT_EQ(config.hotkey, u"rechter-command"_s);
     EXPECT_EQ(config.customKeycode, -1);
     EXPECT_EQ(config.customLabel, QString());
     EXPECT_FALSE(config.customIsModifier);
     EXPECT_TRUE(config.duckEnabled);
     EXPECT_EQ(config.duckVolume, 0.08);
-    EXPECT_EQ(config.cloudModel(), QStringLiteral("gpt-4o-transcribe"));
-    EXPECT_EQ(config.providerName(), QStringLiteral("OpenAI"));
+    EXPECT_EQ(config.cloudModel(), u"gpt-4o-transcribe"_s);
+    EXPECT_EQ(config.providerName(), u"OpenAI"_s);
 }
 
 class BrokenConfigFileTest : public ConfigFileTest, public ::testing::WithParamInterface<const char*> {};
@@ -65,8 +66,8 @@ TEST_P(BrokenConfigFileTest, LoadsAsDefaultsAndIsReplacedByTheOneKeyThatAnUpdate
     storeKey(m_openAI, "sk-stored");
     EXPECT_EQ(loaded(GetParam()), Config());
     EXPECT_TRUE(store.askedFor.empty());
-    file.update(QStringLiteral("hotkey"), QStringLiteral("fn"));
-    EXPECT_EQ(object(), (QJsonObject{{QStringLiteral("hotkey"), QStringLiteral("fn")}}));
+    file.update(u"hotkey"_s, u"fn"_s);
+    EXPECT_EQ(object(), (QJsonObject{{u"hotkey"_s, u"fn"_s}}));
     EXPECT_TRUE(log.lines().isEmpty());
 }
 
@@ -82,16 +83,16 @@ TEST_F(ConfigFileTest, EveryKeyFillsItsField)
         "vocabulary": "Tavlo, ë", "app_language": "en", "hotkey": "custom", "custom_keycode": 96,
         "custom_label": "F5", "custom_is_modifier": true, "duck_enabled": false, "duck_volume": 0.25})");
     Config expected;
-    expected.engine = QStringLiteral("local");
-    expected.provider = QStringLiteral("groq");
-    expected.groqModel = QStringLiteral("g");
-    expected.model = QStringLiteral("o");
-    expected.language = QStringLiteral("de");
-    expected.vocabulary = QStringLiteral("Tavlo, ë");
-    expected.appLanguage = QStringLiteral("en");
-    expected.hotkey = QStringLiteral("custom");
+    expected.engine = u"local"_s;
+    expected.provider = u"groq"_s;
+    expected.groqModel = u"g"_s;
+    expected.model = u"o"_s;
+    expected.language = u"de"_s;
+    expected.vocabulary = u"Tavlo, ë"_s;
+    expected.appLanguage = u"en"_s;
+    expected.hotkey = u"custom"_s;
     expected.customKeycode = 96;
-    expected.customLabel = QStringLiteral("F5");
+    expected.customLabel = u"F5"_s;
     expected.customIsModifier = true;
     expected.duckEnabled = false;
     expected.duckVolume = 0.25;
@@ -137,7 +138,7 @@ TEST_F(ConfigFileTest, ValuesAreTakenAsTheyStandWithoutRangeChecks)
 {
     const Config config = loaded(R"({"engine": "", "provider": "x", "custom_keycode": 70000, "duck_volume": 7.5})");
     EXPECT_EQ(config.engine, QString());
-    EXPECT_EQ(config.provider, QStringLiteral("x"));
+    EXPECT_EQ(config.provider, u"x"_s);
     EXPECT_EQ(config.customKeycode, 70000);
     EXPECT_EQ(config.duckVolume, 7.5);
 }
@@ -146,9 +147,9 @@ TEST_F(ConfigFileTest, GroqTakesItsKeyFromTheKeychain)
 {
     storeKey(m_groq, "gsk-stored");
     const Config config = loaded(R"({"provider": "groq"})");
-    EXPECT_EQ(config.apiKey, QStringLiteral("gsk-stored"));
-    EXPECT_EQ(config.cloudModel(), QStringLiteral("whisper-large-v3-turbo"));
-    EXPECT_EQ(config.providerName(), QStringLiteral("Groq"));
+    EXPECT_EQ(config.apiKey, u"gsk-stored"_s);
+    EXPECT_EQ(config.cloudModel(), u"whisper-large-v3-turbo"_s);
+    EXPECT_EQ(config.providerName(), u"Groq"_s);
 }
 
 TEST_F(ConfigFileTest, TheFilesKeyIsNeverUsedForGroq)
@@ -158,21 +159,21 @@ TEST_F(ConfigFileTest, TheFilesKeyIsNeverUsedForGroq)
 
 TEST_F(ConfigFileTest, TheFilesKeyIsTrimmedAndUsedWhenTheKeychainHasNone)
 {
-    EXPECT_EQ(loaded(R"({"openai_api_key": "  sk-x\n"})").apiKey, QStringLiteral("sk-x"));
+    EXPECT_EQ(loaded(R"({"openai_api_key": "  sk-x\n"})").apiKey, u"sk-x"_s);
 }
 
 TEST_F(ConfigFileTest, TheKeychainsKeyGoesBeforeTheFilesAndIsNotTrimmed)
 {
     storeKey(m_openAI, " sk-stored \n");
-    EXPECT_EQ(loaded(R"({"openai_api_key": "sk-x"})").apiKey, QStringLiteral(" sk-stored \n"));
+    EXPECT_EQ(loaded(R"({"openai_api_key": "sk-x"})").apiKey, u" sk-stored \n"_s);
 }
 
 TEST_F(ConfigFileTest, AnUnknownProviderCountsAsOpenAIButItsOwnAccountIsAskedFor)
 {
     const Config config = loaded(R"({"provider": "GROQ", "openai_api_key": "sk-x"})");
-    EXPECT_EQ(config.cloudModel(), QStringLiteral("gpt-4o-transcribe"));
-    EXPECT_EQ(config.providerName(), QStringLiteral("OpenAI"));
-    EXPECT_EQ(store.askedFor, std::vector<QString>{QStringLiteral("GROQ_api_key")});
+    EXPECT_EQ(config.cloudModel(), u"gpt-4o-transcribe"_s);
+    EXPECT_EQ(config.providerName(), u"OpenAI"_s);
+    EXPECT_EQ(store.askedFor, std::vector<QString>{u"GROQ_api_key"_s});
     EXPECT_EQ(config.apiKey, QString());
 }
 
@@ -181,7 +182,7 @@ TEST_F(ConfigFileTest, LoadingWithoutTheKeyNeverAsksTheKeychain)
     storeKey(m_openAI, "sk-stored");
     put(R"({"engine": "local", "openai_api_key": "sk-x"})");
     const Config config = file.loadWithoutKey();
-    EXPECT_EQ(config.engine, QStringLiteral("local"));
+    EXPECT_EQ(config.engine, u"local"_s);
     EXPECT_EQ(config.apiKey, QString());
     EXPECT_EQ(store.calls, 0);
 }
@@ -190,7 +191,7 @@ TEST_F(ConfigFileTest, OwnServersAreTakenAsTheyStandOfWhateverType)
 {
     EXPECT_FALSE(loaded("{}").openaiBaseUrl.isValid());
     const Config config = loaded(R"({"openai_base_url": "https://a.example", "groq_base_url": 5})");
-    EXPECT_EQ(config.openaiBaseUrl, QVariant(QStringLiteral("https://a.example")));
+    EXPECT_EQ(config.openaiBaseUrl, QVariant(u"https://a.example"_s));
     EXPECT_EQ(config.groqBaseUrl.toInt(), 5);
     EXPECT_TRUE(loaded(R"({"openai_base_url": null})").openaiBaseUrl.isValid());
 }
@@ -218,8 +219,7 @@ TEST_F(ConfigFileTest, TheTemplateSeedsAVocabularyWhereAMissingKeyIsEmpty)
 {
     file.writeTemplateIfMissing();
     Config expected;
-    expected.vocabulary =
-        QStringLiteral("Claude Code, git, commit, branch, deploy, terminal, PHP, WordPress, SEO, API");
+    expected.vocabulary = u"Claude Code, git, commit, branch, deploy, terminal, PHP, WordPress, SEO, API"_s;
     EXPECT_EQ(file.load(), expected);
 }
 
@@ -235,7 +235,7 @@ TEST_F(ConfigFileTest, AnExistingFileIsNeverReplacedByTheTemplate)
 TEST_F(ConfigFileTest, AnUpdateKeepsEveryOtherKeyAsItStands)
 {
     put(R"({"zz_own": {"list": [1, 2.5, null, "ë"]}, "big": 9007199254740993, "small": 0.08, "tiny": 1e-7, "engine": "auto"})");
-    file.update(QStringLiteral("engine"), QStringLiteral("local"));
+    file.update(u"engine"_s, u"local"_s);
     EXPECT_EQ(bytes(), QByteArray(R"({
     "big": 9007199254740993,
     "engine": "local",
@@ -256,9 +256,9 @@ TEST_F(ConfigFileTest, AnUpdateKeepsEveryOtherKeyAsItStands)
 TEST_F(ConfigFileTest, AnUpdateReplacesAnEarlierValueOfAnyType)
 {
     put(R"({"duck_volume": {"left": 1}})");
-    file.update(QStringLiteral("duck_volume"), 0.13);
-    file.update(QStringLiteral("custom_keycode"), 96);
-    file.update(QStringLiteral("duck_enabled"), false);
+    file.update(u"duck_volume"_s, 0.13);
+    file.update(u"custom_keycode"_s, 96);
+    file.update(u"duck_enabled"_s, false);
     EXPECT_EQ(file.load().duckVolume, 0.13);
     EXPECT_EQ(file.load().customKeycode, 96);
     EXPECT_FALSE(file.load().duckEnabled);
@@ -266,24 +266,24 @@ TEST_F(ConfigFileTest, AnUpdateReplacesAnEarlierValueOfAnyType)
 
 TEST_F(ConfigFileTest, AnotherProgramsChangeBetweenTwoUpdatesIsKept)
 {
-    file.update(QStringLiteral("engine"), QStringLiteral("local"));
+    file.update(u"engine"_s, u"local"_s);
     put(R"({"engine": "local", "language": "fr"})");
-    file.update(QStringLiteral("provider"), QStringLiteral("groq"));
-    EXPECT_EQ(file.load().language, QStringLiteral("fr"));
-    EXPECT_EQ(file.load().engine, QStringLiteral("local"));
+    file.update(u"provider"_s, u"groq"_s);
+    EXPECT_EQ(file.load().language, u"fr"_s);
+    EXPECT_EQ(file.load().engine, u"local"_s);
 }
 
 TEST_F(ConfigFileTest, AnUnreadablePlaceDropsEverythingSilently)
 {
     ASSERT_TRUE(QDir().mkpath(file.path()));  // A folder stands in the file's place.
     file.writeTemplateIfMissing();
-    file.update(QStringLiteral("engine"), QStringLiteral("local"));
+    file.update(u"engine"_s, u"local"_s);
     EXPECT_EQ(file.load(), Config());
     EXPECT_TRUE(QFileInfo(file.path()).isDir());
 
-    ConfigFile missing(folder.filePath(QStringLiteral("none/config.json")), keychain, log);
+    ConfigFile missing(folder.filePath(u"none/config.json"_s), keychain, log);
     missing.writeTemplateIfMissing();
-    missing.update(QStringLiteral("engine"), QStringLiteral("local"));
+    missing.update(u"engine"_s, u"local"_s);
     EXPECT_EQ(missing.load(), Config());
     EXPECT_TRUE(log.lines().isEmpty());
 }
@@ -292,7 +292,7 @@ TEST_F(ConfigFileTest, APipeInTheFilesPlaceNeverHoldsUpTheCaller)
 {
     ASSERT_EQ(::mkfifo(QFile::encodeName(file.path()).constData(), 0600), 0);
     EXPECT_EQ(file.load(), Config());
-    file.update(QStringLiteral("engine"), QStringLiteral("local"));
+    file.update(u"engine"_s, u"local"_s);
     EXPECT_EQ(file.load(), Config());
 }
 
@@ -302,10 +302,10 @@ TEST_F(ConfigFileTest, MigrationMovesTheTrimmedKeyAndSaysSoInTheLog)
 {
     put(R"({"openai_api_key": "  sk-abc \n", "own": 1})");
     file.migrateToKeychain();
-    EXPECT_EQ(keychain.get(m_openAI), QStringLiteral("sk-abc"));
+    EXPECT_EQ(keychain.get(m_openAI), u"sk-abc"_s);
     EXPECT_EQ(object().value(m_openAI), QJsonValue(QString()));
-    EXPECT_EQ(object().value(QStringLiteral("own")), QJsonValue(1));
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("API-sleutel verplaatst naar de Sleutelhanger")});
+    EXPECT_EQ(object().value(u"own"_s), QJsonValue(1));
+    EXPECT_EQ(log.lines(), QStringList{u"API-sleutel verplaatst naar de Sleutelhanger"_s});
 }
 
 TEST_F(ConfigFileTest, MigrationNeverOverwritesAnotherKeyOfTheKeychain)
@@ -314,10 +314,10 @@ TEST_F(ConfigFileTest, MigrationNeverOverwritesAnotherKeyOfTheKeychain)
     const QByteArray text = R"({"openai_api_key": "sk-new"})";
     put(text);
     file.migrateToKeychain();
-    EXPECT_EQ(keychain.get(m_openAI), QStringLiteral("sk-old"));
+    EXPECT_EQ(keychain.get(m_openAI), u"sk-old"_s);
     EXPECT_EQ(bytes(), text);
     EXPECT_TRUE(log.lines().isEmpty());
-    EXPECT_EQ(file.load().apiKey, QStringLiteral("sk-old"));
+    EXPECT_EQ(file.load().apiKey, u"sk-old"_s);
 }
 
 TEST_F(ConfigFileTest, MigrationEmptiesTheFileWhenTheKeychainHoldsTheSameKey)
@@ -352,7 +352,7 @@ TEST_F(ConfigFileTest, MigrationNeverOverwritesAKeyOfAKeychainThatIsTooSlowToTel
     store.isSlow = true;
     file.migrateToKeychain();
     store.isSlow = false;
-    EXPECT_EQ(keychain.get(m_openAI), QStringLiteral("sk-old"));
+    EXPECT_EQ(keychain.get(m_openAI), u"sk-old"_s);
     EXPECT_EQ(bytes(), text);
     EXPECT_TRUE(log.lines().isEmpty());
 }

@@ -1,4 +1,5 @@
 #include "settings/file_log.h"
+#include "platform/text_literals.h"
 
 #include <gtest/gtest.h>
 
@@ -41,27 +42,26 @@ protected:
     }
 
     QTemporaryDir m_folder;
-    QString m_path = m_folder.filePath(QStringLiteral("app.log"));
+    QString m_path = m_folder.filePath(u"app.log"_s);
     static constexpr int kStampLength = 20;  // "2026-01-31 23:59:59 "
 };
 
 TEST_F(FileLogTest, ALineIsTheLocalTimeABlankTheMessageAndALineFeed)
 {
     const QDateTime before = QDateTime::currentDateTime();
-    write({QStringLiteral("Opname gestart – ë")});
+    write({u"Opname gestart – ë"_s});
     const QString text = QString::fromUtf8(content());
-    static const QRegularExpression form(
-        QStringLiteral("^(\\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2}) Opname gestart – ë\n$"));
+    static const QRegularExpression form(u"^(\\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2}) Opname gestart – ë\n$"_s);
     const auto match = form.match(text);
     ASSERT_TRUE(match.hasMatch()) << text.toStdString();
-    const QDateTime stamp = QDateTime::fromString(match.captured(1), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    const QDateTime stamp = QDateTime::fromString(match.captured(1), u"yyyy-MM-dd HH:mm:ss"_s);
     EXPECT_LE(stamp, QDateTime::currentDateTime());
     EXPECT_GE(stamp, before.addSecs(-1));
 }
 
 TEST_F(FileLogTest, AMessageWithLineBreaksIsWrittenAsGiven)
 {
-    write({QStringLiteral("een\ntwee\n"), QString()});
+    write({u"een\ntwee\n"_s, QString()});
     const QList<QByteArray> lines = content().split('\n');
     ASSERT_EQ(lines.size(), 5);
     EXPECT_EQ(lines[0].mid(kStampLength), "een");
@@ -76,11 +76,11 @@ TEST_F(FileLogTest, LinesOfOneThreadKeepTheirOrderAndNeverMix)
         FileLog log(m_path);
         std::thread other([&] {
             for (int i = 0; i < 200; ++i) {
-                log.appLog(QStringLiteral("b%1").arg(i));
+                log.appLog(u"b%1"_s.arg(i));
             }
         });
         for (int i = 0; i < 200; ++i) {
-            log.appLog(QStringLiteral("a%1").arg(i));
+            log.appLog(u"a%1"_s.arg(i));
         }
         other.join();
     }
@@ -98,7 +98,7 @@ TEST_F(FileLogTest, LinesOfOneThreadKeepTheirOrderAndNeverMix)
 TEST_F(FileLogTest, ALogOfExactlyTheLargestSizeIsAppendedTo)
 {
     fill(512'000);
-    write({QStringLiteral("x")});
+    write({u"x"_s});
     EXPECT_EQ(content().size(), 512'000 + kStampLength + 2);
     EXPECT_TRUE(content().startsWith("...."));
 }
@@ -106,39 +106,39 @@ TEST_F(FileLogTest, ALogOfExactlyTheLargestSizeIsAppendedTo)
 TEST_F(FileLogTest, ALargerLogStartsOverWithTheNewLineOnly)
 {
     fill(512'001);
-    write({QStringLiteral("x")});
+    write({u"x"_s});
     EXPECT_EQ(content().size(), kStampLength + 2);
     EXPECT_TRUE(content().endsWith(" x\n"));
 }
 
 TEST_F(FileLogTest, AMissingFolderIsSilentAndTheLogComesWhenTheFolderDoes)
 {
-    const QString folder = m_folder.filePath(QStringLiteral("later"));
-    m_path = folder + QStringLiteral("/app.log");
-    write({QStringLiteral("lost")});
+    const QString folder = m_folder.filePath(u"later"_s);
+    m_path = folder + u"/app.log"_s;
+    write({u"lost"_s});
     EXPECT_FALSE(QFileInfo::exists(folder));
     ASSERT_TRUE(QDir().mkpath(folder));
-    write({QStringLiteral("kept")});
+    write({u"kept"_s});
     EXPECT_TRUE(content().endsWith(" kept\n"));
 }
 
 TEST_F(FileLogTest, AFullDiskIsSilent)
 {
-    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/full"), m_path));
-    write({QStringLiteral("een"), QStringLiteral("twee")});
-    EXPECT_EQ(QFileInfo(m_path).symLinkTarget(), QStringLiteral("/dev/full"));
+    ASSERT_TRUE(QFile::link(u"/dev/full"_s, m_path));
+    write({u"een"_s, u"twee"_s});
+    EXPECT_EQ(QFileInfo(m_path).symLinkTarget(), u"/dev/full"_s);
 }
 
 TEST_F(FileLogTest, APipeWithoutAReaderIsSilent)
 {
     ASSERT_EQ(::mkfifo(QFile::encodeName(m_path).constData(), 0600), 0);
-    write({QStringLiteral("x")});
+    write({u"x"_s});
     EXPECT_FALSE(QFileInfo(m_path).isFile());
 }
 
 TEST_F(FileLogTest, TheFileIsReadableByItsOwnerOnly)
 {
-    write({QStringLiteral("x")});
+    write({u"x"_s});
     struct stat status = {};
     ASSERT_EQ(::stat(QFile::encodeName(m_path).constData(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, mode_t{0600});

@@ -1,4 +1,5 @@
 #include "settings/language.h"
+#include "platform/text_literals.h"
 
 #include <gtest/gtest.h>
 
@@ -10,13 +11,13 @@ TEST(Language, GivesTheEnglishTextOnlyWhenTheLanguageIsExactlyEn)
     const QString before = gLang;
     const auto text = [](const QString& language) {
         gLang = language;
-        return t(QStringLiteral("Klaar"), QStringLiteral("Ready"));
+        return t(u"Klaar"_s, u"Ready"_s);
     };
-    EXPECT_EQ(text(QStringLiteral("en")), QStringLiteral("Ready"));
-    EXPECT_EQ(text(QStringLiteral("nl")), QStringLiteral("Klaar"));
-    EXPECT_EQ(text(QString()), QStringLiteral("Klaar"));
-    EXPECT_EQ(text(QStringLiteral("de")), QStringLiteral("Klaar"));
-    EXPECT_EQ(text(QStringLiteral("EN")), QStringLiteral("Klaar"));
+    EXPECT_EQ(text(u"en"_s), u"Ready"_s);
+    EXPECT_EQ(text(u"nl"_s), u"Klaar"_s);
+    EXPECT_EQ(text(QString()), u"Klaar"_s);
+    EXPECT_EQ(text(u"de"_s), u"Klaar"_s);
+    EXPECT_EQ(text(u"EN"_s), u"Klaar"_s);
     gLang = before;
 }
 

@@ -1,4 +1,5 @@
 #include "settings/locations.h"
+#include "platform/text_literals.h"
 
 #include <gtest/gtest.h>
 
@@ -53,15 +54,14 @@ protected:
 
 TEST_F(LocationsTest, EveryPlaceStandsInTheSupportFolder)
 {
-    const Locations locations =
-        Locations::inFolders(QStringLiteral("/home/anna/.local/share"), QStringLiteral("/usr/bin"));
-    EXPECT_EQ(locations.kAppSupportDir, QStringLiteral("/home/anna/.local/share/Tavlo"));
-    EXPECT_EQ(locations.kConfigURL, QStringLiteral("/home/anna/.local/share/Tavlo/config.json"));
-    EXPECT_EQ(locations.kLastWavURL, QStringLiteral("/home/anna/.local/share/Tavlo/laatste-opname.wav"));
-    EXPECT_EQ(locations.kLogURL, QStringLiteral("/home/anna/.local/share/Tavlo/app.log"));
-    EXPECT_EQ(locations.kModelsDir, QStringLiteral("/home/anna/.local/share/Tavlo/models"));
-    EXPECT_EQ(locations.kModelURL, QStringLiteral("/home/anna/.local/share/Tavlo/models/ggml-large-v3-turbo.bin"));
-    EXPECT_EQ(locations.kBundleResourceDir, QStringLiteral("/usr/libexec/tavlo"));
+    const Locations locations = Locations::inFolders(u"/home/anna/.local/share"_s, u"/usr/bin"_s);
+    EXPECT_EQ(locations.kAppSupportDir, u"/home/anna/.local/share/Tavlo"_s);
+    EXPECT_EQ(locations.kConfigURL, u"/home/anna/.local/share/Tavlo/config.json"_s);
+    EXPECT_EQ(locations.kLastWavURL, u"/home/anna/.local/share/Tavlo/laatste-opname.wav"_s);
+    EXPECT_EQ(locations.kLogURL, u"/home/anna/.local/share/Tavlo/app.log"_s);
+    EXPECT_EQ(locations.kModelsDir, u"/home/anna/.local/share/Tavlo/models"_s);
+    EXPECT_EQ(locations.kModelURL, u"/home/anna/.local/share/Tavlo/models/ggml-large-v3-turbo.bin"_s);
+    EXPECT_EQ(locations.kBundleResourceDir, u"/usr/libexec/tavlo"_s);
     EXPECT_EQ(kModelMinBytes, 1'500'000'000);
 }
 
@@ -69,7 +69,7 @@ TEST_F(LocationsTest, TheDesktopsDataFolderGoesBeforeTheOneInTheHomeFolder)
 {
     const Variable data("XDG_DATA_HOME", "/data");
     const Variable home("HOME", "/home/anna");
-    EXPECT_EQ(supportFolder(), QStringLiteral("/data/Tavlo"));
+    EXPECT_EQ(supportFolder(), u"/data/Tavlo"_s);
 }
 
 TEST_F(LocationsTest, WithoutADataFolderTheHomeFolderHasIt)
@@ -77,7 +77,7 @@ TEST_F(LocationsTest, WithoutADataFolderTheHomeFolderHasIt)
     const Variable home("HOME", "/home/anna");
     for (const QByteArray& value : {QByteArray(), QByteArray(""), QByteArray("relative/folder")}) {
         const Variable data("XDG_DATA_HOME", value);
-        EXPECT_EQ(supportFolder(), QStringLiteral("/home/anna/.local/share/Tavlo"));
+        EXPECT_EQ(supportFolder(), u"/home/anna/.local/share/Tavlo"_s);
     }
 }
 

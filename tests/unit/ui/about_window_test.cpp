@@ -1,7 +1,7 @@
-#include "ui/about_window.h"
+#include "ui/windows/about_window.h"
+#include "platform/text_literals.h"
 
 #include "support/fakes/fake_screens.h"
-#include "ui/about_window_layout.h"
 #include "window_test_support.h"
 
 #include <QPushButton>
@@ -16,50 +16,47 @@ protected:
     WindowFrame& window() { return *m_about.aboutWindow(); }
     void click(const char* button) { window().control<QPushButton>(QString::fromLatin1(button)).click(); }
 
-    InLanguage m_language{QStringLiteral("nl")};
+    InLanguage m_language{u"nl"_s};
     FakeScreens m_screens;
     int m_websites = 0;
     int m_feedbacks = 0;
-    AboutWindow m_about{QStringLiteral("1.0"), m_screens, {[this] { ++m_websites; }, [this] { ++m_feedbacks; }}};
+    AboutWindow m_about{u"1.0"_s, m_screens, {[this] { ++m_websites; }, [this] { ++m_feedbacks; }}};
 };
 
 }  // namespace
 
 TEST_F(AboutWindowTest, TheLayoutIsTheAgreedTable)
 {
-    const WindowDescription layout = aboutWindowLayout(QStringLiteral("1.0"));
-    EXPECT_EQ(layout.title, QStringLiteral("Over Tavlo"));
+    const WindowDescription layout = aboutWindowLayout(u"1.0"_s);
+    EXPECT_EQ(layout.title, u"Over Tavlo"_s);
     EXPECT_EQ(layout.size, QSize(460, 470));
     const std::vector<WindowElement> elements{
-        {.name = QStringLiteral("icon"), .kind = ElementKind::Icon, .frame = {198, 386, 64, 64}},
-        {.name = QStringLiteral("title"),
+        {.name = u"icon"_s, .kind = ElementKind::Icon, .frame = {198, 386, 64, 64}},
+        {.name = u"title"_s,
          .kind = ElementKind::Label,
          .frame = {20, 356, 420, 24},
          .pixelSize = 18,
          .weight = FontWeight::Semibold,
          .alignment = TextAlignment::Centre},
-        {.name = QStringLiteral("tagline"),
+        {.name = u"tagline"_s,
          .kind = ElementKind::Label,
          .frame = {20, 332, 420, 18},
          .colour = ColourRole::SecondaryLabel,
          .alignment = TextAlignment::Centre},
-        {.name = QStringLiteral("features"),
-         .kind = ElementKind::WrappingLabel,
-         .frame = {30, 150, 400, 170},
-         .pixelSize = 12},
-        {.name = QStringLiteral("disclaimer"),
+        {.name = u"features"_s, .kind = ElementKind::WrappingLabel, .frame = {30, 150, 400, 170}, .pixelSize = 12},
+        {.name = u"disclaimer"_s,
          .kind = ElementKind::WrappingLabel,
          .frame = {30, 106, 400, 34},
          .pixelSize = 10,
          .colour = ColourRole::TertiaryLabel},
-        {.name = QStringLiteral("support"),
+        {.name = u"support"_s,
          .kind = ElementKind::WrappingLabel,
          .frame = {30, 60, 400, 40},
          .pixelSize = 11,
          .colour = ColourRole::SecondaryLabel},
-        {.name = QStringLiteral("websiteButton"), .kind = ElementKind::Button, .frame = {30, 20, 130, 32}},
-        {.name = QStringLiteral("feedbackButton"), .kind = ElementKind::Button, .frame = {165, 20, 130, 32}},
-        {.name = QStringLiteral("maker"),
+        {.name = u"websiteButton"_s, .kind = ElementKind::Button, .frame = {30, 20, 130, 32}},
+        {.name = u"feedbackButton"_s, .kind = ElementKind::Button, .frame = {165, 20, 130, 32}},
+        {.name = u"maker"_s,
          .kind = ElementKind::Label,
          .frame = {300, 27, 130, 16},
          .pixelSize = 11,
@@ -73,14 +70,14 @@ TEST_F(AboutWindowTest, WithoutAVersionItShowsTavlo10)
 {
     AboutWindow about(QString(), m_screens, {[] {}, [] {}});
     about.openAbout();
-    EXPECT_EQ(labelText(*about.aboutWindow(), "title"), QStringLiteral("Tavlo 1.0"));
+    EXPECT_EQ(labelText(*about.aboutWindow(), "title"), u"Tavlo 1.0"_s);
 }
 
 TEST_F(AboutWindowTest, TheVersionStandsInTheTitle)
 {
-    AboutWindow about(QStringLiteral("2.7"), m_screens, {[] {}, [] {}});
+    AboutWindow about(u"2.7"_s, m_screens, {[] {}, [] {}});
     about.openAbout();
-    EXPECT_EQ(labelText(*about.aboutWindow(), "title"), QStringLiteral("Tavlo 2.7"));
+    EXPECT_EQ(labelText(*about.aboutWindow(), "title"), u"Tavlo 2.7"_s);
 }
 
 TEST_F(AboutWindowTest, OpeningTwiceLeavesOneVisibleWindow)
@@ -93,29 +90,29 @@ TEST_F(AboutWindowTest, OpeningTwiceLeavesOneVisibleWindow)
 TEST_F(AboutWindowTest, AnotherLanguageShowsAtTheNextOpening)
 {
     m_about.openAbout();
-    EXPECT_EQ(labelText(window(), "tagline"), QStringLiteral("Praat in plaats van typen - in elke app op je Mac."));
-    gLang = QStringLiteral("en");
-    EXPECT_EQ(labelText(window(), "tagline"), QStringLiteral("Praat in plaats van typen - in elke app op je Mac."));
+    EXPECT_EQ(labelText(window(), "tagline"), u"Praat in plaats van typen - in elke app op je Mac."_s);
+    gLang = u"en"_s;
+    EXPECT_EQ(labelText(window(), "tagline"), u"Praat in plaats van typen - in elke app op je Mac."_s);
     m_about.openAbout();
-    EXPECT_EQ(window().windowTitle(), QStringLiteral("About Tavlo"));
-    EXPECT_EQ(labelText(window(), "tagline"), QStringLiteral("Talk instead of type - in any app on your Mac."));
-    EXPECT_TRUE(labelText(window(), "features").startsWith(QStringLiteral("•  Dictate with a hotkey")));
-    EXPECT_TRUE(labelText(window(), "disclaimer").startsWith(QStringLiteral("Transcription may contain errors.")));
-    EXPECT_TRUE(labelText(window(), "support").startsWith(QStringLiteral("Free and subscription-free")));
-    EXPECT_EQ(window().control<QPushButton>(QStringLiteral("feedbackButton")).text(), QStringLiteral("Give feedback"));
-    EXPECT_EQ(window().control<QPushButton>(QStringLiteral("websiteButton")).text(), QStringLiteral("Website"));
-    EXPECT_EQ(labelText(window(), "maker"), QStringLiteral("Pelloquintar"));
+    EXPECT_EQ(window().windowTitle(), u"About Tavlo"_s);
+    EXPECT_EQ(labelText(window(), "tagline"), u"Talk instead of type - in any app on your Mac."_s);
+    EXPECT_TRUE(labelText(window(), "features").startsWith(u"•  Dictate with a hotkey"_s));
+    EXPECT_TRUE(labelText(window(), "disclaimer").startsWith(u"Transcription may contain errors."_s));
+    EXPECT_TRUE(labelText(window(), "support").startsWith(u"Free and subscription-free"_s));
+    EXPECT_EQ(window().control<QPushButton>(u"feedbackButton"_s).text(), u"Give feedback"_s);
+    EXPECT_EQ(window().control<QPushButton>(u"websiteButton"_s).text(), u"Website"_s);
+    EXPECT_EQ(labelText(window(), "maker"), u"Pelloquintar"_s);
 }
 
 TEST_F(AboutWindowTest, TheFeatureListHasSixLinesInBothLanguages)
 {
-    for (const QString& language : {QStringLiteral("nl"), QStringLiteral("en")}) {
+    for (const QString& language : {u"nl"_s, u"en"_s}) {
         gLang = language;
         m_about.openAbout();
         const QStringList lines = labelText(window(), "features").split(QLatin1Char('\n'));
         EXPECT_EQ(lines.size(), 6);
         for (const QString& line : lines) {
-            EXPECT_TRUE(line.startsWith(QStringLiteral("•  "))) << line.toStdString();
+            EXPECT_TRUE(line.startsWith(u"•  "_s)) << line.toStdString();
         }
     }
 }
@@ -145,7 +142,7 @@ TEST_F(AboutWindowTest, EveryControlHasItsNameAndRole)
     m_about.openAbout();
     for (const WindowElement& element : window().description().elements) {
         QWidget* control = window().widget(element.name);
-        EXPECT_EQ(accessibleName(*control), element.kind == ElementKind::Icon ? QStringLiteral("Tavlo") : element.text);
+        EXPECT_EQ(accessibleName(*control), element.kind == ElementKind::Icon ? u"Tavlo"_s : element.text);
         const auto expected = element.kind == ElementKind::Icon     ? QAccessible::Graphic
                               : element.kind == ElementKind::Button ? QAccessible::PushButton
                                                                     : QAccessible::StaticText;

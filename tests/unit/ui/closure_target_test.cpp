@@ -1,4 +1,4 @@
-#include "ui/closure_target.h"
+#include "ui/windows/closure_target.h"
 
 #include <QPushButton>
 

@@ -1,4 +1,4 @@
-#include "ui/level_view.h"
+#include "ui/overlays/recording_hud.h"
 
 #include <QCoreApplication>
 #include <QImage>

@@ -1,4 +1,5 @@
-#include "ui/menu_mirror.h"
+#include "ui/tray/menu_mirror.h"
+#include "platform/text_literals.h"
 
 #include "language_scope.h"
 
@@ -30,7 +31,7 @@ protected:
     QAction* action(qsizetype index) const { return menu.actions().value(index); }
     QMenu* hotkeys() const { return action(7)->menu(); }
 
-    LanguageScope language{QStringLiteral("en")};
+    LanguageScope language{u"en"_s};
     MenuState state;
     std::vector<Chosen> chosen;
     QMenu menu;
@@ -49,7 +50,7 @@ TEST_F(MenuMirrorTest, ShowsTitlesGreyedRowsChecksKeysAndSubmenus)
     EXPECT_EQ(action(2)->menu()->actions().size(), 2);
     EXPECT_TRUE(action(2)->menu()->actions()[1]->isChecked());
     EXPECT_TRUE(action(3)->isSeparator());
-    EXPECT_EQ(action(4)->text(), QStringLiteral("Start recording  (Right ⌘ Command)"));
+    EXPECT_EQ(action(4)->text(), u"Start recording  (Right ⌘ Command)"_s);
     EXPECT_FALSE(action(4)->isCheckable());
     EXPECT_FALSE(action(5)->isEnabled());
     EXPECT_TRUE(action(8)->isCheckable());
@@ -65,8 +66,8 @@ TEST_F(MenuMirrorTest, HandsOutTheActionAndItsValue)
     action(2)->menu()->actions()[0]->trigger();
     hotkeys()->actions()[4]->trigger();
     action(15)->trigger();
-    EXPECT_EQ(chosen, (std::vector<Chosen>{{MenuAction::PickLanguage, QStringLiteral("nl")},
-                                           {MenuAction::PickHotkey, QStringLiteral("fn")},
+    EXPECT_EQ(chosen, (std::vector<Chosen>{{MenuAction::PickLanguage, u"nl"_s},
+                                           {MenuAction::PickHotkey, u"fn"_s},
                                            {MenuAction::Quit, QVariant()}}));
 }
 
@@ -87,18 +88,18 @@ TEST_F(MenuMirrorTest, ChangesItemsInPlace)
     show();
     const QList<QAction*> before = menu.actions();
     QMenu* const submenu = hotkeys();
-    state.statusLine = QStringLiteral("Recording");
+    state.statusLine = u"Recording"_s;
     state.recording = true;
-    state.lastText = QStringLiteral("text");
-    gLang = QStringLiteral("nl");
+    state.lastText = u"text"_s;
+    gLang = u"nl"_s;
     show();
     EXPECT_EQ(menu.actions(), before);
     EXPECT_EQ(hotkeys(), submenu);
-    EXPECT_EQ(action(0)->text(), QStringLiteral("Recording"));
-    EXPECT_EQ(action(4)->text(), QStringLiteral("Stop opname"));
+    EXPECT_EQ(action(0)->text(), u"Recording"_s);
+    EXPECT_EQ(action(4)->text(), u"Stop opname"_s);
     EXPECT_TRUE(action(5)->isEnabled());
-    EXPECT_EQ(action(15)->text(), QStringLiteral("Stop Tavlo"));
-    EXPECT_EQ(submenu->accessibleName(), QStringLiteral("Sneltoets"));
+    EXPECT_EQ(action(15)->text(), u"Stop Tavlo"_s);
+    EXPECT_EQ(submenu->accessibleName(), u"Sneltoets"_s);
 }
 
 TEST_F(MenuMirrorTest, AKeyEquivalentChoosesItsRow)
@@ -122,17 +123,17 @@ TEST_F(MenuMirrorTest, AddsAndRemovesTheCustomHotkey)
     show();
     ASSERT_EQ(hotkeys()->actions().size(), 7);
     state.config.customKeycode = 96;
-    state.config.customLabel = QStringLiteral("F5");
+    state.config.customLabel = u"F5"_s;
     show();
     ASSERT_EQ(hotkeys()->actions().size(), 8);
-    EXPECT_EQ(hotkeys()->actions()[6]->text(), QStringLiteral("Custom: F5"));
+    EXPECT_EQ(hotkeys()->actions()[6]->text(), u"Custom: F5"_s);
     EXPECT_TRUE(hotkeys()->actions()[6]->isCheckable());
-    EXPECT_EQ(hotkeys()->actions()[7]->text(), QStringLiteral("Choose another key…"));
+    EXPECT_EQ(hotkeys()->actions()[7]->text(), u"Choose another key…"_s);
     EXPECT_FALSE(hotkeys()->actions()[7]->isCheckable());
     state.config.customKeycode = -1;
     show();
     ASSERT_EQ(hotkeys()->actions().size(), 7);
-    EXPECT_EQ(hotkeys()->actions()[6]->text(), QStringLiteral("Choose another key…"));
+    EXPECT_EQ(hotkeys()->actions()[6]->text(), u"Choose another key…"_s);
     EXPECT_FALSE(hotkeys()->actions()[6]->isCheckable());
     hotkeys()->actions()[6]->trigger();
     EXPECT_EQ(chosen, (std::vector<Chosen>{{MenuAction::StartCapture, QVariant()}}));
@@ -141,11 +142,11 @@ TEST_F(MenuMirrorTest, AddsAndRemovesTheCustomHotkey)
 TEST_F(MenuMirrorTest, ReplacesRowsOfAnotherKind)
 {
     MenuItemDescription plain;
-    plain.title = QStringLiteral("plain");
+    plain.title = u"plain"_s;
     MenuItemDescription separator;
     separator.separator = true;
     MenuItemDescription folder;
-    folder.title = QStringLiteral("folder");
+    folder.title = u"folder"_s;
     folder.submenu = {plain};
     mirror.show({plain, separator, folder}, menu);
     mirror.show({folder, plain, separator}, menu);
@@ -153,14 +154,14 @@ TEST_F(MenuMirrorTest, ReplacesRowsOfAnotherKind)
     ASSERT_EQ(menu.actions().size(), 3);
     ASSERT_NE(action(0)->menu(), nullptr);
     EXPECT_EQ(action(0)->menu()->actions().size(), 1);
-    EXPECT_EQ(action(1)->text(), QStringLiteral("plain"));
+    EXPECT_EQ(action(1)->text(), u"plain"_s);
     EXPECT_TRUE(action(2)->isSeparator());
 }
 
 TEST_F(MenuMirrorTest, ARowMayVanishWithinItsOwnHandler)
 {
     MenuItemDescription row;
-    row.title = QStringLiteral("row");
+    row.title = u"row"_s;
     row.action = MenuAction::Quit;
     QMenu shrinking;
     MenuMirror* self = nullptr;
@@ -174,14 +175,14 @@ TEST_F(MenuMirrorTest, ARowMayVanishWithinItsOwnHandler)
 
 TEST(EscapedTitle, KeepsEveryAmpersandInMenusOfTheToolkit)
 {
-    EXPECT_EQ(escapedTitle(QStringLiteral("R&D && more_"), TitleEscaping::Toolkit), QStringLiteral("R&&D &&&& more_"));
-    EXPECT_EQ(escapedTitle(QStringLiteral("Stop"), TitleEscaping::Toolkit), QStringLiteral("Stop"));
+    EXPECT_EQ(escapedTitle(u"R&D && more_"_s, TitleEscaping::Toolkit), u"R&&D &&&& more_"_s);
+    EXPECT_EQ(escapedTitle(u"Stop"_s, TitleEscaping::Toolkit), u"Stop"_s);
 }
 
 TEST(EscapedTitle, MarksTheFirstAmpersandOnlyAndDoublesUnderscoresOnTheBus)
 {
-    EXPECT_EQ(escapedTitle(QStringLiteral("a & b & c_d"), TitleEscaping::Bus), QStringLiteral("a && b & c__d"));
-    EXPECT_EQ(escapedTitle(QStringLiteral("at the end &"), TitleEscaping::Bus), QStringLiteral("at the end &"));
+    EXPECT_EQ(escapedTitle(u"a & b & c_d"_s, TitleEscaping::Bus), u"a && b & c__d"_s);
+    EXPECT_EQ(escapedTitle(u"at the end &"_s, TitleEscaping::Bus), u"at the end &"_s);
     EXPECT_EQ(escapedTitle(QString(), TitleEscaping::Bus), QString());
 }
 

@@ -1,8 +1,9 @@
 // The texts of the message overlay and of the warning about a typing key, in the fonts that desktops come with.
 
 #include "hotkeys/hotkey_capture.h"
-#include "ui/message_view.h"
-#include "ui/typing_key_alert.h"
+#include "platform/text_literals.h"
+#include "ui/overlays/message_hud.h"
+#include "ui/windows/typing_key_alert.h"
 #include "window_test_support.h"
 
 #include <QAbstractButton>
@@ -24,21 +25,21 @@ namespace {
 std::vector<QString> longMessages()
 {
     return {
-        QStringLiteral("Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de microfoon? Beëindig het "
-                       "gesprek of geef Tavlo even de microfoon."),
-        QStringLiteral("No microphone signal received. Is FaceTime, Zoom or Teams using the mic? End the call or let "
-                       "Tavlo use the microphone."),
-        QStringLiteral("Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk op "
-                       "de sneltoets om opnieuw te beginnen."),
-        QStringLiteral("Your microphone or audio device changed during recording. Recording stopped - press the "
-                       "hotkey to start again."),
-        QStringLiteral("⌨️  Druk nu op de toets die je als sneltoets wilt gebruiken - Esc om te annuleren"),
-        QStringLiteral("⌨️  Now press the key you want to use as the hotkey - Esc to cancel"),
-        QStringLiteral("Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"),
-        QStringLiteral("Caps Lock is not suitable - press another key (Esc = cancel)"),
-        QStringLiteral("✓ Sneltoets is nu: Page Down"),
-        QStringLiteral("Toetskeuze geannuleerd"),
-        QStringLiteral("Key selection cancelled")};
+        u"Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de microfoon? Beëindig het "
+        "gesprek of geef Tavlo even de microfoon."_s,
+        u"No microphone signal received. Is FaceTime, Zoom or Teams using the mic? End the call or let "
+        "Tavlo use the microphone."_s,
+        u"Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk op "
+        "de sneltoets om opnieuw te beginnen."_s,
+        u"Your microphone or audio device changed during recording. Recording stopped - press the "
+        "hotkey to start again."_s,
+        u"⌨️  Druk nu op de toets die je als sneltoets wilt gebruiken - Esc om te annuleren"_s,
+        u"⌨️  Now press the key you want to use as the hotkey - Esc to cancel"_s,
+        u"Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"_s,
+        u"Caps Lock is not suitable - press another key (Esc = cancel)"_s,
+        u"✓ Sneltoets is nu: Page Down"_s,
+        u"Toetskeuze geannuleerd"_s,
+        u"Key selection cancelled"_s};
 }
 
 class MessageFont : public testing::TestWithParam<const char*> {};
@@ -68,7 +69,7 @@ TEST_P(MessageFont, TheTypingKeyAlertHasRoomForItsTexts)
     for (const char* const language : {"nl", "en"}) {
         const InLanguage inLanguage(QString::fromLatin1(language));
         TypingKeyAlertBox alert;
-        alert.show(typingKeyAlert(t(QStringLiteral("Spatie"), QStringLiteral("Space"))), [](TypingKeyAnswer) {});
+        alert.show(typingKeyAlert(t(u"Spatie"_s, u"Space"_s)), [](TypingKeyAnswer) {});
         QApplication::processEvents();
         int measured = 0;
         for (const QLabel* const label : alert.box()->findChildren<QLabel*>()) {

@@ -1,6 +1,7 @@
-#include "ui/message_hud.h"
+#include "ui/overlays/message_hud.h"
+#include "platform/text_literals.h"
 
-#include "ui/floating_panel.h"
+#include "ui/overlays/floating_panel.h"
 
 #include "support/fakes/fake_screens.h"
 #include "support/fakes/manual_main_queue.h"
@@ -25,7 +26,7 @@ protected:
     static FloatingPanel* panel()
     {
         for (QWidget* window : QApplication::topLevelWidgets()) {
-            if (window->objectName() == QLatin1String("MessageHUD")) {
+            if (window->objectName() == "MessageHUD"_L1) {
                 return dynamic_cast<FloatingPanel*>(window);
             }
         }
@@ -43,14 +44,14 @@ TEST_F(MessageHUDTest, IsBuiltAtTheFirstShow)
     EXPECT_EQ(panel(), nullptr);
     hud->hide();
     EXPECT_EQ(panel(), nullptr);
-    hud->show(QStringLiteral("Hallo"), std::nullopt);
+    hud->show(u"Hallo"_s, std::nullopt);
     EXPECT_TRUE(visible());
-    EXPECT_EQ(hud->view().text(), QStringLiteral("Hallo"));
+    EXPECT_EQ(hud->view().text(), u"Hallo"_s);
 }
 
 TEST_F(MessageHUDTest, StandsInTheMiddleOfTheVisibleFrame)
 {
-    hud->show(QStringLiteral("Hallo"), std::nullopt);
+    hud->show(u"Hallo"_s, std::nullopt);
     const int margin = panel()->shadowMargin();
     EXPECT_EQ(panel()->geometry().marginsRemoved({margin, margin, margin, margin}),
               QRect(640 - 230, 30 + 385 - 32, 460, 64));
@@ -59,7 +60,7 @@ TEST_F(MessageHUDTest, StandsInTheMiddleOfTheVisibleFrame)
 TEST_F(MessageHUDTest, WithoutAMainScreenAtTheFirstShowItIsShownAtTheInitialOrigin)
 {
     screens.frame.reset();
-    hud->show(QStringLiteral("Hallo"), std::nullopt);
+    hud->show(u"Hallo"_s, std::nullopt);
     EXPECT_TRUE(visible());
     EXPECT_EQ(panel()->pos(), QPoint(0, 0));
     const int margins = 2 * panel()->shadowMargin();
@@ -68,18 +69,18 @@ TEST_F(MessageHUDTest, WithoutAMainScreenAtTheFirstShowItIsShownAtTheInitialOrig
 
 TEST_F(MessageHUDTest, WithoutAMainScreenItIsShownWhereItWas)
 {
-    hud->show(QStringLiteral("Hallo"), std::nullopt);
+    hud->show(u"Hallo"_s, std::nullopt);
     const QRect before = panel()->geometry();
     hud->hide();
     screens.frame.reset();
-    hud->show(QStringLiteral("Hallo"), std::nullopt);
+    hud->show(u"Hallo"_s, std::nullopt);
     EXPECT_TRUE(visible());
     EXPECT_EQ(panel()->geometry(), before);
 }
 
 TEST_F(MessageHUDTest, HidesItselfAfterTheDelayAndNotBefore)
 {
-    hud->show(QStringLiteral("Hallo"), 2.5);
+    hud->show(u"Hallo"_s, 2.5);
     queue.advance(milliseconds(2499));
     EXPECT_TRUE(visible());
     queue.advance(milliseconds(1));
@@ -88,25 +89,25 @@ TEST_F(MessageHUDTest, HidesItselfAfterTheDelayAndNotBefore)
 
 TEST_F(MessageHUDTest, StaysWithoutADelay)
 {
-    hud->show(QStringLiteral("Hallo"), std::nullopt);
+    hud->show(u"Hallo"_s, std::nullopt);
     queue.advance(std::chrono::hours(24));
     EXPECT_TRUE(visible());
 }
 
 TEST_F(MessageHUDTest, AShowWithADelayFollowedByOneWithoutStays)
 {
-    hud->show(QStringLiteral("Een"), 1.5);
-    hud->show(QStringLiteral("Twee"), std::nullopt);
+    hud->show(u"Een"_s, 1.5);
+    hud->show(u"Twee"_s, std::nullopt);
     queue.advance(std::chrono::minutes(1));
     EXPECT_TRUE(visible());
-    EXPECT_EQ(hud->view().text(), QStringLiteral("Twee"));
+    EXPECT_EQ(hud->view().text(), u"Twee"_s);
 }
 
 TEST_F(MessageHUDTest, ANewMessageStartsItsOwnDelay)
 {
-    hud->show(QStringLiteral("Een"), 5.0);
+    hud->show(u"Een"_s, 5.0);
     queue.advance(milliseconds(4000));
-    hud->show(QStringLiteral("Twee"), 6.0);
+    hud->show(u"Twee"_s, 6.0);
     queue.advance(milliseconds(5999));
     EXPECT_TRUE(visible());
     queue.advance(milliseconds(1));
@@ -115,18 +116,18 @@ TEST_F(MessageHUDTest, ANewMessageStartsItsOwnDelay)
 
 TEST_F(MessageHUDTest, AfterHideNoTimerIsLeftToFire)
 {
-    hud->show(QStringLiteral("Een"), 1.5);
+    hud->show(u"Een"_s, 1.5);
     hud->hide();
     EXPECT_FALSE(visible());
     EXPECT_EQ(queue.waitingCount(), 0U);
-    hud->show(QStringLiteral("Twee"), std::nullopt);
+    hud->show(u"Twee"_s, std::nullopt);
     queue.advance(std::chrono::minutes(1));
     EXPECT_TRUE(visible());
 }
 
 TEST_F(MessageHUDTest, ATimerThatOutlivesItDoesNothing)
 {
-    hud->show(QStringLiteral("Een"), 1.5);
+    hud->show(u"Een"_s, 1.5);
     hud.reset();
     EXPECT_EQ(queue.waitingCount(), 0U);
     queue.advance(std::chrono::minutes(1));
@@ -135,14 +136,14 @@ TEST_F(MessageHUDTest, ATimerThatOutlivesItDoesNothing)
 TEST_F(MessageHUDTest, StandsAboveTheRecordingPanel)
 {
     EXPECT_GT(PanelLevel::ScreenSaver, PanelLevel::Status);
-    hud->show(QStringLiteral("Een"), std::nullopt);
+    hud->show(u"Een"_s, std::nullopt);
     EXPECT_EQ(panel()->level(), PanelLevel::ScreenSaver);
 }
 
 TEST_F(MessageHUDTest, IsCutToItsRoundedShapeWithoutACompositor)
 {
     screens.compositingNow = Compositing::Absent;
-    hud->show(QStringLiteral("Een"), std::nullopt);
+    hud->show(u"Een"_s, std::nullopt);
     EXPECT_EQ(panel()->size(), QSize(460, 64));
     EXPECT_FALSE(panel()->mask().contains(QPoint(2, 2)));
     EXPECT_TRUE(panel()->mask().contains(QPoint(6, 6)));
@@ -184,7 +185,7 @@ TEST(MessageView, DrawsADarkRoundedBox)
 
 TEST(MessageView, DrawsAShortMessageAtFifteenPixelsMediumInTheMiddle)
 {
-    const QString text = QStringLiteral("Opname geannuleerd");
+    const QString text = u"Opname geannuleerd"_s;
     EXPECT_EQ(messageStyle(text).font.pixelSize(), 15);
     EXPECT_EQ(messageStyle(text).font.weight(), QFont::Medium);
     const QRect area = inked(picture(text));
@@ -194,7 +195,7 @@ TEST(MessageView, DrawsAShortMessageAtFifteenPixelsMediumInTheMiddle)
 
 TEST(MessageView, CutsWhatIsBeyondTwoLinesAndStaysWithinItsFrame)
 {
-    const QString text = QStringLiteral("Een woord en nog een ").repeated(40);
+    const QString text = u"Een woord en nog een "_s.repeated(40);
     const TextStyle style = messageStyle(text);
     EXPECT_EQ(style.font.pixelSize(), 11);
     const QRect area = inked(picture(text));

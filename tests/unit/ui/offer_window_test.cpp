@@ -1,9 +1,9 @@
-#include "ui/offer_window.h"
+#include "ui/windows/offer_window.h"
+#include "platform/text_literals.h"
 
 #include "support/fakes/fake_model_download.h"
 #include "support/fakes/fake_screens.h"
 #include "support/fakes/manual_main_queue.h"
-#include "ui/offer_window_layout.h"
 #include "window_test_support.h"
 
 #include <QProgressBar>
@@ -26,11 +26,11 @@ protected:
     }
 
     WindowFrame& window() { return *m_offer.modelWindow(); }
-    QPushButton& downloadButton() { return window().control<QPushButton>(QStringLiteral("downloadButton")); }
-    QPushButton& declineButton() { return window().control<QPushButton>(QStringLiteral("declineButton")); }
-    QProgressBar& bar() { return window().control<QProgressBar>(QStringLiteral("progress")); }
+    QPushButton& downloadButton() { return window().control<QPushButton>(u"downloadButton"_s); }
+    QPushButton& declineButton() { return window().control<QPushButton>(u"declineButton"_s); }
+    QProgressBar& bar() { return window().control<QProgressBar>(u"progress"_s); }
     QString status() { return labelText(window(), "status"); }
-    ColourRole statusColour() { return window().control<FittedLabel>(QStringLiteral("status")).colourRole(); }
+    ColourRole statusColour() { return window().control<FittedLabel>(u"status"_s).colourRole(); }
 
     FakeModelDownload m_download;
     FakeScreens m_screens;
@@ -47,31 +47,31 @@ const std::vector<ModelOutcome> kDeclined{ModelOutcome::Declined};
 TEST_F(OfferWindowTest, TheLayoutIsTheAgreedTable)
 {
     const WindowDescription layout = offerWindowLayout();
-    EXPECT_EQ(layout.title, QStringLiteral("Offline model"));
+    EXPECT_EQ(layout.title, u"Offline model"_s);
     EXPECT_EQ(layout.size, QSize(460, 250));
     const std::vector<WindowElement> elements{
-        {.name = QStringLiteral("icon"), .kind = ElementKind::Icon, .frame = {24, 160, 56, 56}},
-        {.name = QStringLiteral("title"),
+        {.name = u"icon"_s, .kind = ElementKind::Icon, .frame = {24, 160, 56, 56}},
+        {.name = u"title"_s,
          .kind = ElementKind::Label,
          .frame = {96, 194, 340, 22},
          .pixelSize = 15,
          .weight = FontWeight::Bold},
-        {.name = QStringLiteral("body"),
+        {.name = u"body"_s,
          .kind = ElementKind::WrappingLabel,
          .frame = {96, 122, 342, 64},
          .pixelSize = 12,
          .colour = ColourRole::SecondaryLabel},
-        {.name = QStringLiteral("progress"),
+        {.name = u"progress"_s,
          .kind = ElementKind::ProgressBar,
          .frame = {24, 86, 412, 16},
          .visibility = Visibility::Hidden},
-        {.name = QStringLiteral("status"),
+        {.name = u"status"_s,
          .kind = ElementKind::Label,
          .frame = {24, 62, 412, 16},
          .pixelSize = 11,
          .colour = ColourRole::SecondaryLabel},
-        {.name = QStringLiteral("declineButton"), .kind = ElementKind::Button, .frame = {202, 18, 112, 30}},
-        {.name = QStringLiteral("downloadButton"), .kind = ElementKind::DefaultButton, .frame = {322, 18, 116, 30}},
+        {.name = u"declineButton"_s, .kind = ElementKind::Button, .frame = {202, 18, 112, 30}},
+        {.name = u"downloadButton"_s, .kind = ElementKind::DefaultButton, .frame = {322, 18, 116, 30}},
     };
     expectElements(layout, elements);
 }
@@ -79,23 +79,23 @@ TEST_F(OfferWindowTest, TheLayoutIsTheAgreedTable)
 TEST_F(OfferWindowTest, TheTextsFollowTheInterfaceLanguage)
 {
     openOffer();
-    EXPECT_EQ(labelText(window(), "title"), QStringLiteral("Gratis offline dicteren"));
+    EXPECT_EQ(labelText(window(), "title"), u"Gratis offline dicteren"_s);
     EXPECT_EQ(labelText(window(), "body"),
-              QStringLiteral("Zonder API-sleutel gebruikt Tavlo een taalmodel dat volledig op je eigen Mac draait — "
-                             "gratis en privé. Dit model (± 1,6 GB) wordt eenmalig gedownload; daarna werkt dicteren "
-                             "offline."));
-    EXPECT_EQ(declineButton().text(), QStringLiteral("Niet nu"));
-    EXPECT_EQ(downloadButton().text(), QStringLiteral("Download"));
+              u"Zonder API-sleutel gebruikt Tavlo een taalmodel dat volledig op je eigen Mac draait — "
+              "gratis en privé. Dit model (± 1,6 GB) wordt eenmalig gedownload; daarna werkt dicteren "
+              "offline."_s);
+    EXPECT_EQ(declineButton().text(), u"Niet nu"_s);
+    EXPECT_EQ(downloadButton().text(), u"Download"_s);
 
-    const InLanguage english(QStringLiteral("en"));
+    const InLanguage english(u"en"_s);
     openOffer();
-    EXPECT_EQ(labelText(window(), "title"), QStringLiteral("Free offline dictation"));
+    EXPECT_EQ(labelText(window(), "title"), u"Free offline dictation"_s);
     EXPECT_EQ(labelText(window(), "body"),
-              QStringLiteral("Without an API key, Tavlo uses a language model that runs entirely on your own Mac — "
-                             "free and private. This model (~1.6 GB) is downloaded once; after that, dictation works "
-                             "offline."));
-    EXPECT_EQ(declineButton().text(), QStringLiteral("Not now"));
-    EXPECT_EQ(downloadButton().text(), QStringLiteral("Download"));
+              u"Without an API key, Tavlo uses a language model that runs entirely on your own Mac — "
+              "free and private. This model (~1.6 GB) is downloaded once; after that, dictation works "
+              "offline."_s);
+    EXPECT_EQ(declineButton().text(), u"Not now"_s);
+    EXPECT_EQ(downloadButton().text(), u"Download"_s);
 }
 
 TEST_F(OfferWindowTest, TheOfferShowsNoProgressBeforeTheDownload)
@@ -114,9 +114,9 @@ TEST_F(OfferWindowTest, TheDownloadButtonStartsTheDownloadAndShowsIt)
     downloadButton().click();
     EXPECT_EQ(m_download.started, 1);
     EXPECT_FALSE(downloadButton().isVisible());
-    EXPECT_EQ(declineButton().text(), QStringLiteral("Annuleren"));
+    EXPECT_EQ(declineButton().text(), u"Annuleren"_s);
     EXPECT_TRUE(bar().isVisible());
-    EXPECT_EQ(status(), QStringLiteral("Downloaden…"));
+    EXPECT_EQ(status(), u"Downloaden…"_s);
     EXPECT_EQ(statusColour(), ColourRole::SecondaryLabel);
 }
 
@@ -167,7 +167,7 @@ TEST_F(OfferWindowTest, AFastLinesReportsAreShownTenTimesASecondAndTheLastOneAlw
     EXPECT_EQ(shown(), 100);
     m_queue.advance(std::chrono::milliseconds(1));
     EXPECT_EQ(shown(), 300);
-    EXPECT_TRUE(status().endsWith(QStringLiteral("(30%)")));
+    EXPECT_TRUE(status().endsWith(u"(30%)"_s));
     // After a pause the next report is shown at once.
     m_queue.advance(std::chrono::milliseconds(100));
     m_download.progress(0.4, 4, 10);
@@ -180,12 +180,12 @@ TEST_F(OfferWindowTest, AReportThatWaitsIsForgottenWhenTheDownloadFails)
     downloadButton().click();
     m_download.progress(0.1, 1, 10);
     m_download.progress(0.2, 2, 10);
-    m_download.finish(tl::unexpected<Error>(Error{QStringLiteral("test"), 1, QStringLiteral("kapot")}));
+    m_download.finish(tl::unexpected<Error>(Error{u"test"_s, 1, u"kapot"_s}));
     m_queue.advance(std::chrono::seconds(1));
-    EXPECT_EQ(status(), QStringLiteral("Download mislukt: kapot"));
+    EXPECT_EQ(status(), u"Download mislukt: kapot"_s);
     downloadButton().click();
     m_queue.advance(std::chrono::seconds(1));
-    EXPECT_EQ(status(), QStringLiteral("Downloaden…"));
+    EXPECT_EQ(status(), u"Downloaden…"_s);
     m_download.progress(0.5, 5, 10);
     EXPECT_EQ(bar().value(), 500);
 }
@@ -198,8 +198,7 @@ TEST_F(OfferWindowTest, ProgressMovesTheBarAndNamesTheAmounts)
     EXPECT_EQ(bar().value(), bar().maximum() / 4);
     EXPECT_EQ(bar().minimum(), 0);
     const QLocale locale = QLocale::system();
-    EXPECT_EQ(status(), locale.toString(400.0, 'f', 1) + QStringLiteral(" MB / ") + locale.toString(1.6, 'f', 2) +
-                            QStringLiteral(" GB  (25%)"));
+    EXPECT_EQ(status(), locale.toString(400.0, 'f', 1) + u" MB / "_s + locale.toString(1.6, 'f', 2) + u" GB  (25%)"_s);
 }
 
 TEST_F(OfferWindowTest, AnUnknownExpectedSizeShowsTheWrittenAmountAndTheUsualSize)
@@ -207,7 +206,7 @@ TEST_F(OfferWindowTest, AnUnknownExpectedSizeShowsTheWrittenAmountAndTheUsualSiz
     openOffer();
     downloadButton().click();
     m_download.progress(0, 12'000, -1);
-    EXPECT_EQ(status(), QStringLiteral("12 kB / ± 1,6 GB  (0%)"));
+    EXPECT_EQ(status(), u"12 kB / ± 1,6 GB  (0%)"_s);
     EXPECT_EQ(bar().value(), 0);
     EXPECT_GT(bar().maximum(), bar().minimum());  // determinate, not a moving stripe
 }
@@ -226,19 +225,19 @@ TEST_F(OfferWindowTest, AFailureOffersARetry)
 {
     openOffer();
     downloadButton().click();
-    m_download.finish(failure(404, QStringLiteral("Download gaf status 404.")));
-    EXPECT_EQ(status(), QStringLiteral("Download mislukt: Download gaf status 404."));
+    m_download.finish(failure(404, u"Download gaf status 404."_s));
+    EXPECT_EQ(status(), u"Download mislukt: Download gaf status 404."_s);
     EXPECT_EQ(statusColour(), ColourRole::SystemRed);
     EXPECT_FALSE(bar().isVisible());
     EXPECT_TRUE(downloadButton().isVisible());
-    EXPECT_EQ(downloadButton().text(), QStringLiteral("Opnieuw"));
-    EXPECT_EQ(declineButton().text(), QStringLiteral("Annuleren"));
+    EXPECT_EQ(downloadButton().text(), u"Opnieuw"_s);
+    EXPECT_EQ(declineButton().text(), u"Annuleren"_s);
     EXPECT_TRUE(window().isVisible());
     EXPECT_TRUE(m_outcomes.empty());
 
     press(window(), Qt::Key_Return);
     EXPECT_EQ(m_download.started, 2);
-    EXPECT_EQ(status(), QStringLiteral("Downloaden…"));
+    EXPECT_EQ(status(), u"Downloaden…"_s);
     EXPECT_EQ(statusColour(), ColourRole::SecondaryLabel);
     m_download.finish({});
     EXPECT_EQ(m_outcomes, kInstalled);
@@ -248,9 +247,9 @@ TEST_F(OfferWindowTest, ALongFailureUsesTheProgressBarsPlaceAndARetryGivesItBack
 {
     openOffer();
     downloadButton().click();
-    m_download.finish(failure(7, QStringLiteral("Te weinig schijfruimte voor het model (1624555275 bytes nodig). ") +
-                                     QStringLiteral("Maak ruimte vrij en probeer het daarna opnieuw.")));
-    auto& label = window().control<FittedLabel>(QStringLiteral("status"));
+    m_download.finish(failure(7, u"Te weinig schijfruimte voor het model (1624555275 bytes nodig). "_s +
+                                     u"Maak ruimte vrij en probeer het daarna opnieuw."_s));
+    auto& label = window().control<FittedLabel>(u"status"_s);
     EXPECT_TRUE(fits(label.request(), label.style()));
     EXPECT_EQ(label.size(), QSize(412, 40));
     downloadButton().click();
@@ -274,7 +273,7 @@ TEST_F(OfferWindowTest, CancellingARunningDownloadCancelsItAndIgnoresItsLateFail
     declineButton().click();
     EXPECT_EQ(m_download.cancelled, 1);
     EXPECT_EQ(m_outcomes, kDeclined);
-    m_download.finish(failure(5, QStringLiteral("Operation canceled")));
+    m_download.finish(failure(5, u"Operation canceled"_s));
     EXPECT_EQ(m_outcomes, kDeclined);
 }
 
@@ -325,8 +324,7 @@ TEST_F(OfferWindowTest, ANewOffersDownloadButtonTakesOverTheRunningDownload)
     downloadButton().click();
     EXPECT_EQ(m_download.started, 1);
     m_download.progress(0.5, 12'000, -1);
-    EXPECT_EQ(status(),
-              QStringLiteral("12 kB / ± 1,6 GB  (0%)").replace(QStringLiteral("(0%)"), QStringLiteral("(50%)")));
+    EXPECT_EQ(status(), u"12 kB / ± 1,6 GB  (0%)"_s.replace(u"(0%)"_s, u"(50%)"_s));
     m_download.finish({});
     EXPECT_EQ(m_outcomes, kInstalled);
 }
@@ -338,9 +336,9 @@ TEST_F(OfferWindowTest, ADownloadThatWasNotTakenOverShowsNothingInTheNewOffer)
     openOffer();
     m_download.progress(0.5, 12'000, -1);
     EXPECT_EQ(status(), QString());
-    m_download.finish(failure(1, QStringLiteral("mis")));
+    m_download.finish(failure(1, u"mis"_s));
     EXPECT_EQ(status(), QString());
-    EXPECT_EQ(downloadButton().text(), QStringLiteral("Download"));
+    EXPECT_EQ(downloadButton().text(), u"Download"_s);
     EXPECT_TRUE(m_outcomes.empty());
 }
 
@@ -368,7 +366,7 @@ TEST_F(OfferWindowTest, CallbacksAfterTheOffersOwnerIsGoneDoNothing)
 {
     auto offer = std::make_unique<OfferWindow>(m_download, m_screens, m_queue);
     offer->offerModelDownload([](ModelOutcome) { FAIL() << "Nobody is there to hear it."; });
-    offer->modelWindow()->control<QPushButton>(QStringLiteral("downloadButton")).click();
+    offer->modelWindow()->control<QPushButton>(u"downloadButton"_s).click();
     offer.reset();
     m_download.progress(0.5, 1, 2);
     m_download.finish({});
@@ -380,16 +378,16 @@ TEST_F(OfferWindowTest, EveryControlHasItsNameAndRole)
     openOffer();
     downloadButton().click();
     EXPECT_EQ(accessibleRole(bar()), QAccessible::ProgressBar);
-    EXPECT_EQ(accessibleName(bar()), QStringLiteral("Voortgang"));
+    EXPECT_EQ(accessibleName(bar()), u"Voortgang"_s);
     EXPECT_EQ(accessibleRole(declineButton()), QAccessible::PushButton);
-    EXPECT_EQ(accessibleName(declineButton()), QStringLiteral("Annuleren"));
-    EXPECT_EQ(accessibleName(downloadButton()), QStringLiteral("Download"));
-    EXPECT_EQ(accessibleName(*window().widget(QStringLiteral("status"))), QStringLiteral("Downloaden…"));
-    EXPECT_EQ(accessibleRole(*window().widget(QStringLiteral("icon"))), QAccessible::Graphic);
+    EXPECT_EQ(accessibleName(declineButton()), u"Annuleren"_s);
+    EXPECT_EQ(accessibleName(downloadButton()), u"Download"_s);
+    EXPECT_EQ(accessibleName(*window().widget(u"status"_s)), u"Downloaden…"_s);
+    EXPECT_EQ(accessibleRole(*window().widget(u"icon"_s)), QAccessible::Graphic);
 
-    const InLanguage english(QStringLiteral("en"));
+    const InLanguage english(u"en"_s);
     openOffer();
-    EXPECT_EQ(accessibleName(bar()), QStringLiteral("Progress"));
+    EXPECT_EQ(accessibleName(bar()), u"Progress"_s);
 }
 
 TEST_F(OfferWindowTest, TheTabKeyGoesFromLeftToRight)

@@ -1,6 +1,7 @@
-#include "ui/panel_ink.h"
+#include "ui/tray/panel_ink.h"
+#include "platform/text_literals.h"
 
-#include "platform/linux/panel/linux_panel_appearance.h"
+#include "linux/panel/linux_panel_appearance.h"
 
 #include <gtest/gtest.h>
 
@@ -25,7 +26,7 @@ TEST(PanelInk, GoesByThePaletteWhenTheDesktopSaysNothing)
 
 TEST(PanelInk, IsLightOnGnomesPanelInTheLightThemeToo)
 {
-    PanelSurroundings gnome = on({QStringLiteral("ubuntu"), QStringLiteral("GNOME")});
+    PanelSurroundings gnome = on({u"ubuntu"_s, u"GNOME"_s});
     gnome.preference = Shade::Light;
     EXPECT_EQ(panelInk(gnome, kLightWindows), IconInk::Light);
     gnome.preference = Shade::Dark;
@@ -34,14 +35,14 @@ TEST(PanelInk, IsLightOnGnomesPanelInTheLightThemeToo)
 
 TEST(PanelInk, FollowsTheThemeOnGnomesPanelOfOld)
 {
-    const PanelSurroundings flashback = on({QStringLiteral("GNOME-Flashback"), QStringLiteral("GNOME")});
+    const PanelSurroundings flashback = on({u"GNOME-Flashback"_s, u"GNOME"_s});
     EXPECT_EQ(panelInk(flashback, kLightWindows), IconInk::Dark);
     EXPECT_EQ(panelInk(flashback, kDarkWindows), IconInk::Light);
 }
 
 TEST(PanelInk, ThePanelsOwnSettingComesFirst)
 {
-    PanelSurroundings xfce = on({QStringLiteral("XFCE")});
+    PanelSurroundings xfce = on({u"XFCE"_s});
     xfce.theme = Shade::Light;
     xfce.preference = Shade::Light;
     xfce.panel = Shade::Dark;
@@ -53,7 +54,7 @@ TEST(PanelInk, ThePanelsOwnSettingComesFirst)
 
 TEST(PanelInk, TheThemeComesBeforeThePreferenceAndThatBeforeThePalette)
 {
-    PanelSurroundings kde = on({QStringLiteral("KDE")});
+    PanelSurroundings kde = on({u"KDE"_s});
     kde.preference = Shade::Dark;
     EXPECT_EQ(panelInk(kde, kLightWindows), IconInk::Light);
     kde.theme = Shade::Light;
@@ -62,9 +63,9 @@ TEST(PanelInk, TheThemeComesBeforeThePreferenceAndThatBeforeThePalette)
 
 QVariantMap panelProperties(int style, const QVariantList& colour, bool darkMode)
 {
-    return {{QStringLiteral("/panels/panel-1/background-style"), style},
-            {QStringLiteral("/panels/panel-1/background-rgba"), colour},
-            {QStringLiteral("/panels/dark-mode"), darkMode}};
+    return {{u"/panels/panel-1/background-style"_s, style},
+            {u"/panels/panel-1/background-rgba"_s, colour},
+            {u"/panels/dark-mode"_s, darkMode}};
 }
 
 TEST(XfcePanelShade, GoesByTheColourOfAPanelThatHasOne)
@@ -88,9 +89,9 @@ TEST(XfcePanelShade, IgnoresAColourThatIsNone)
 
 TEST(ShadeOfTheme, GoesByTheName)
 {
-    EXPECT_EQ(shadeOfTheme(QStringLiteral("Adwaita-dark")), Shade::Dark);
-    EXPECT_EQ(shadeOfTheme(QStringLiteral("Greybird-Dark")), Shade::Dark);
-    EXPECT_EQ(shadeOfTheme(QStringLiteral("Adwaita")), Shade::Light);
+    EXPECT_EQ(shadeOfTheme(u"Adwaita-dark"_s), Shade::Dark);
+    EXPECT_EQ(shadeOfTheme(u"Greybird-Dark"_s), Shade::Dark);
+    EXPECT_EQ(shadeOfTheme(u"Adwaita"_s), Shade::Light);
 }
 
 }  // namespace

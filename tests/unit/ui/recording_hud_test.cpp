@@ -1,6 +1,7 @@
-#include "ui/recording_hud.h"
+#include "ui/overlays/recording_hud.h"
+#include "platform/text_literals.h"
 
-#include "ui/floating_panel.h"
+#include "ui/overlays/floating_panel.h"
 
 #include "support/fakes/fake_screens.h"
 
@@ -27,7 +28,7 @@ class RecordingHUDTest : public testing::Test {
 protected:
     RecordingHUDTest() { screens.frame = QRect(0, 30, 1280, 770); }
 
-    static FloatingPanel* panel() { return panels(QStringLiteral("RecordingHUD")).value(0); }
+    static FloatingPanel* panel() { return panels(u"RecordingHUD"_s).value(0); }
     static QRect contentOnDesktop()
     {
         const int margin = panel()->shadowMargin();
@@ -56,7 +57,7 @@ TEST_F(RecordingHUDTest, ShowTwiceMakesNoSecondPanelAndZeroesTheMeterAgain)
     ASSERT_FLOAT_EQ(hud.levelView().levels().back(), 0.8F);
     FloatingPanel* first = panel();
     hud.show();
-    EXPECT_EQ(panels(QStringLiteral("RecordingHUD")), QList<FloatingPanel*>{first});
+    EXPECT_EQ(panels(u"RecordingHUD"_s), QList<FloatingPanel*>{first});
     EXPECT_EQ(hud.levelView().levels(), (std::array<float, kLevelCount>{}));
 }
 

@@ -1,6 +1,5 @@
-#include "ui/tavlo_icon.h"
-
-#include "ui/icon_shape.h"
+#include "ui/tray/tavlo_icon.h"
+#include "platform/text_literals.h"
 
 #include <QImage>
 #include <QPainter>
@@ -15,10 +14,10 @@ namespace {
 
 constexpr int kScale = 20;  // large, so that fractions of a point can be told apart
 
-const QString kMic = QStringLiteral("mic");
-const QString kWaveform = QStringLiteral("waveform");
-const QString kHourglass = QStringLiteral("hourglass");
-const QString kKeyboard = QStringLiteral("keyboard");
+const QString kMic = u"mic"_s;
+const QString kWaveform = u"waveform"_s;
+const QString kHourglass = u"hourglass"_s;
+const QString kKeyboard = u"keyboard"_s;
 
 QImage designed(const QString& state)
 {
@@ -47,7 +46,7 @@ TEST(TavloIcon, GivesTheSameImageForTheSameState)
 
 TEST(TavloIcon, AnUnknownStateLooksLikeMicAndIsCachedUnderItsOwnName)
 {
-    const QString unknown = QStringLiteral("foo");
+    const QString unknown = u"foo"_s;
     EXPECT_EQ(designed(unknown), designed(kMic));
     EXPECT_EQ(inPixels(unknown, 22), inPixels(kMic, 22));
     EXPECT_EQ(TavloIcon::menuBar(unknown).cacheKey(), TavloIcon::menuBar(unknown).cacheKey());
@@ -242,12 +241,12 @@ TEST(TavloIcon, GivesWellFormedSvgWithOnePath)
     QXmlStreamReader reader(TavloIcon::svg(kMic));
     int paths = 0;
     while (!reader.atEnd()) {
-        if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == QLatin1String("path")) {
+        if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == "path"_L1) {
             ++paths;
-            const QString data = reader.attributes().value(QLatin1String("d")).toString();
+            const QString data = reader.attributes().value("d"_L1).toString();
             EXPECT_TRUE(data.startsWith(QLatin1Char('M')));
             EXPECT_TRUE(data.endsWith(QLatin1Char('Z')));
-            EXPECT_FALSE(data.contains(QLatin1String("nan")));
+            EXPECT_FALSE(data.contains("nan"_L1));
         }
     }
     EXPECT_FALSE(reader.hasError()) << reader.errorString().toStdString();

@@ -1,4 +1,5 @@
-#include "ui/tray_status_item.h"
+#include "ui/tray/tray_status_item.h"
+#include "platform/text_literals.h"
 
 #include "support/fakes/fake_panel.h"
 #include "support/fakes/manual_main_queue.h"
@@ -100,12 +101,12 @@ TEST_F(TrayStatusItemTest, TakesIconsAndMenusBeforeThereIsATray)
 {
     auto item = makeItem();
     MenuItemDescription row;
-    row.title = QStringLiteral("row");
-    item.setIcon(QStringLiteral("waveform"));
+    row.title = u"row"_s;
+    item.setIcon(u"waveform"_s);
     item.setMenu({row});
     host.set(TrayKind::Bus);
     item.setMenu({row, row});
-    item.setIcon(QStringLiteral("mic"));
+    item.setIcon(u"mic"_s);
     EXPECT_EQ(reports, (std::vector<bool>{true}));
 }
 

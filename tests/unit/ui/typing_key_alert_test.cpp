@@ -1,4 +1,5 @@
-#include "ui/typing_key_alert.h"
+#include "ui/windows/typing_key_alert.h"
+#include "platform/text_literals.h"
 
 #include "language_scope.h"
 #include "window_test_support.h"
@@ -20,10 +21,9 @@ protected:
 
     void show()
     {
-        m_alert.show(
-            {QStringLiteral("'Space' is a commonly used typing key"), QStringLiteral("Every time you type it."),
-             QStringLiteral("Choose another key"), QStringLiteral("Use anyway"), QStringLiteral("Cancel")},
-            [this](TypingKeyAnswer answer) { m_answers.push_back(answer); });
+        m_alert.show({u"'Space' is a commonly used typing key"_s, u"Every time you type it."_s, u"Choose another key"_s,
+                      u"Use anyway"_s, u"Cancel"_s},
+                     [this](TypingKeyAnswer answer) { m_answers.push_back(answer); });
     }
 
     QAbstractButton* button(const QString& text)
@@ -51,36 +51,36 @@ TEST_F(TypingKeyAlertTest, ShowsAModalWarningWithItsTextsAndReturnsAtOnce)
     // Nothing else of this program can be used meanwhile.
     EXPECT_EQ(m_alert.box()->windowModality(), Qt::ApplicationModal);
     EXPECT_EQ(m_alert.box()->icon(), QMessageBox::Warning);
-    EXPECT_EQ(m_alert.box()->text(), QStringLiteral("'Space' is a commonly used typing key"));
-    EXPECT_EQ(m_alert.box()->informativeText(), QStringLiteral("Every time you type it."));
+    EXPECT_EQ(m_alert.box()->text(), u"'Space' is a commonly used typing key"_s);
+    EXPECT_EQ(m_alert.box()->informativeText(), u"Every time you type it."_s);
     EXPECT_EQ(m_alert.box()->buttons().size(), 3);
-    EXPECT_EQ(m_alert.box()->defaultButton(), button(QStringLiteral("Choose another key")));
+    EXPECT_EQ(m_alert.box()->defaultButton(), button(u"Choose another key"_s));
 }
 
 TEST_F(TypingKeyAlertTest, TheButtonsStandInTheirOrderFromLeftToRight)
 {
     show();
-    EXPECT_LT(button(QStringLiteral("Choose another key"))->x(), button(QStringLiteral("Use anyway"))->x());
-    EXPECT_LT(button(QStringLiteral("Use anyway"))->x(), button(QStringLiteral("Cancel"))->x());
+    EXPECT_LT(button(u"Choose another key"_s)->x(), button(u"Use anyway"_s)->x());
+    EXPECT_LT(button(u"Use anyway"_s)->x(), button(u"Cancel"_s)->x());
 }
 
 TEST_F(TypingKeyAlertTest, TheWarningSignHasANameForAScreenReader)
 {
-    const LanguageScope english(QStringLiteral("en"));
+    const LanguageScope english(u"en"_s);
     show();
-    const auto* const sign = m_alert.box()->findChild<QLabel*>(QStringLiteral("qt_msgboxex_icon_label"));
+    const auto* const sign = m_alert.box()->findChild<QLabel*>(u"qt_msgboxex_icon_label"_s);
     ASSERT_NE(sign, nullptr);
-    EXPECT_EQ(sign->accessibleName(), QStringLiteral("Warning"));
+    EXPECT_EQ(sign->accessibleName(), u"Warning"_s);
 }
 
 TEST_F(TypingKeyAlertTest, EachButtonGivesItsAnswerOnce)
 {
     show();
-    button(QStringLiteral("Choose another key"))->click();
+    button(u"Choose another key"_s)->click();
     show();
-    button(QStringLiteral("Use anyway"))->click();
+    button(u"Use anyway"_s)->click();
     show();
-    button(QStringLiteral("Cancel"))->click();
+    button(u"Cancel"_s)->click();
     EXPECT_EQ(m_answers,
               (Answers{TypingKeyAnswer::ChooseAnother, TypingKeyAnswer::UseAnyway, TypingKeyAnswer::Cancel}));
     EXPECT_EQ(m_alert.box(), nullptr);
@@ -120,18 +120,16 @@ TEST_F(TypingKeyAlertTest, ASecondAlertAnswersTheFirstWithCancel)
     EXPECT_EQ(m_answers, Answers{TypingKeyAnswer::Cancel});
     ASSERT_NE(m_alert.box(), nullptr);
     EXPECT_TRUE(m_alert.box()->isVisible());
-    button(QStringLiteral("Use anyway"))->click();
+    button(u"Use anyway"_s)->click();
     EXPECT_EQ(m_answers, (Answers{TypingKeyAnswer::Cancel, TypingKeyAnswer::UseAnyway}));
 }
 
 TEST_F(TypingKeyAlertTest, AnAnswerMayShowTheNextAlert)
 {
-    m_alert.show(
-        {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d"), QStringLiteral("e")},
-        [this](TypingKeyAnswer) { show(); });
-    button(QStringLiteral("c"))->click();
+    m_alert.show({u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s}, [this](TypingKeyAnswer) { show(); });
+    button(u"c"_s)->click();
     ASSERT_NE(m_alert.box(), nullptr);
-    button(QStringLiteral("Cancel"))->click();
+    button(u"Cancel"_s)->click();
     EXPECT_EQ(m_answers, Answers{TypingKeyAnswer::Cancel});
 }
 

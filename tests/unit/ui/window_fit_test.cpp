@@ -1,6 +1,7 @@
 // Every text of every window against its frame, in both languages and in the fonts that desktops come with. The
 // program runs once for each scale of the screen (QT_SCALE_FACTOR).
 
+#include "platform/text_literals.h"
 #include "settings/config_file.h"
 #include "settings/keychain.h"
 #include "support/fakes/fake_model_download.h"
@@ -9,10 +10,10 @@
 #include "support/fakes/fake_workspace.h"
 #include "support/fakes/manual_main_queue.h"
 #include "support/fakes/memory_log.h"
-#include "ui/about_window.h"
-#include "ui/offer_window.h"
-#include "ui/settings_window.h"
-#include "ui/window_controls.h"
+#include "ui/windows/about_window.h"
+#include "ui/windows/offer_window.h"
+#include "ui/windows/settings_window.h"
+#include "ui/windows/window_controls.h"
 #include "window_test_support.h"
 
 #include <QAbstractItemView>
@@ -143,7 +144,7 @@ TEST_P(WindowFit, TheFontAndTheScaleAreTheOnesMeant)
 
 TEST_P(WindowFit, TheAboutWindow)
 {
-    AboutWindow about(QStringLiteral("10.20.30"), m_screens, {[] {}, [] {}});
+    AboutWindow about(u"10.20.30"_s, m_screens, {[] {}, [] {}});
     about.openAbout();
     expectEverythingFits(*about.aboutWindow());
     expectNothingOverlaps(*about.aboutWindow());
@@ -156,13 +157,13 @@ TEST_P(WindowFit, TheOfferWindowInEveryState)
     OfferWindow offer(download, m_screens, queue);
     offer.offerModelDownload([](ModelOutcome) {});
     expectEverythingFits(*offer.modelWindow());
-    auto& downloadButton = offer.modelWindow()->control<QPushButton>(QStringLiteral("downloadButton"));
+    auto& downloadButton = offer.modelWindow()->control<QPushButton>(u"downloadButton"_s);
     const QStringList failures{
-        QStringLiteral("Download gaf status 404."),
-        QStringLiteral("Download onvolledig (1400000000 bytes)."),
-        QStringLiteral("Te weinig schijfruimte voor het model (1624555275 bytes nodig)."),
-        QStringLiteral("Error transferring https://example.org/tavlo/whisper.cpp/resolve/main/"
-                       "ggml-large-v3-turbo.bin - server replied: Internal Server Error"),
+        u"Download gaf status 404."_s,
+        u"Download onvolledig (1400000000 bytes)."_s,
+        u"Te weinig schijfruimte voor het model (1624555275 bytes nodig)."_s,
+        u"Error transferring https://example.org/tavlo/whisper.cpp/resolve/main/"
+        "ggml-large-v3-turbo.bin - server replied: Internal Server Error"_s,
     };
     for (const QString& description : failures) {
         downloadButton.click();
@@ -171,7 +172,7 @@ TEST_P(WindowFit, TheOfferWindowInEveryState)
         expectEverythingFits(*offer.modelWindow());
         download.progress(1, 999'900'000, 88'888'000'000);
         queue.advance(std::chrono::milliseconds(100));
-        EXPECT_TRUE(labelText(*offer.modelWindow(), "status").endsWith(QStringLiteral("(100%)")));
+        EXPECT_TRUE(labelText(*offer.modelWindow(), "status").endsWith(u"(100%)"_s));
         expectEverythingFits(*offer.modelWindow());
         expectNothingOverlaps(*offer.modelWindow());
         download.finish(failure(1, description));
@@ -187,7 +188,7 @@ TEST_P(WindowFit, TheSettingsWindowWithEveryChoice)
     MemoryLog log;
     FakeSecretStore secrets(queue);
     Keychain keychain(secrets);
-    ConfigFile file(folder.filePath(QStringLiteral("config.json")), keychain, log);
+    ConfigFile file(folder.filePath(u"config.json"_s), keychain, log);
     FakeWorkspace workspace;
     SettingsWindow settings({file, keychain, secrets, log, workspace, m_screens, [] {}});
     settings.openSettings();

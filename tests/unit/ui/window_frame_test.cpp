@@ -1,4 +1,5 @@
-#include "ui/window_frame.h"
+#include "ui/windows/window_frame.h"
+#include "platform/text_literals.h"
 
 #include "window_test_support.h"
 
@@ -14,22 +15,16 @@ namespace {
 
 WindowDescription smallWindow()
 {
-    return {QStringLiteral("Small"),
+    return {u"Small"_s,
             {200, 100},
-            {{.name = QStringLiteral("label"),
+            {{.name = u"label"_s,
               .frame = {10, 60, 100, 17},
-              .text = QStringLiteral("Naam:"),
+              .text = u"Naam:"_s,
               .colour = ColourRole::SecondaryLabel,
-              .labelled = QStringLiteral("field")},
-             {.name = QStringLiteral("field"), .kind = ElementKind::TextField, .frame = {110, 56, 80, 24}},
-             {.name = QStringLiteral("other"),
-              .kind = ElementKind::Button,
-              .frame = {10, 10, 80, 30},
-              .text = QStringLiteral("A & B")},
-             {.name = QStringLiteral("go"),
-              .kind = ElementKind::DefaultButton,
-              .frame = {110, 10, 80, 30},
-              .text = QStringLiteral("Go")}}};
+              .labelled = u"field"_s},
+             {.name = u"field"_s, .kind = ElementKind::TextField, .frame = {110, 56, 80, 24}},
+             {.name = u"other"_s, .kind = ElementKind::Button, .frame = {10, 10, 80, 30}, .text = u"A & B"_s},
+             {.name = u"go"_s, .kind = ElementKind::DefaultButton, .frame = {110, 10, 80, 30}, .text = u"Go"_s}}};
 }
 
 // The colour furthest from the ground, which is the one of the letters' cores.
@@ -52,7 +47,7 @@ TEST(WindowFrame, IsOfFixedSizeWithTitleAndCloseBoxOnly)
     const WindowFrame window(smallWindow());
     EXPECT_EQ(window.minimumSize(), QSize(200, 100));
     EXPECT_EQ(window.maximumSize(), QSize(200, 100));
-    EXPECT_EQ(window.windowTitle(), QStringLiteral("Small"));
+    EXPECT_EQ(window.windowTitle(), u"Small"_s);
     const Qt::WindowFlags flags = window.windowFlags();
     EXPECT_TRUE(flags.testFlag(Qt::WindowTitleHint));
     EXPECT_TRUE(flags.testFlag(Qt::WindowCloseButtonHint));
@@ -64,8 +59,8 @@ TEST(WindowFrame, IsOfFixedSizeWithTitleAndCloseBoxOnly)
 TEST(WindowFrame, FramesAreMeasuredFromTheBottomLeft)
 {
     const WindowFrame window(smallWindow());
-    EXPECT_EQ(window.widget(QStringLiteral("label"))->geometry(), QRect(10, 23, 100, 17));
-    EXPECT_EQ(window.widget(QStringLiteral("go"))->geometry(), QRect(110, 60, 80, 30));
+    EXPECT_EQ(window.widget(u"label"_s)->geometry(), QRect(10, 23, 100, 17));
+    EXPECT_EQ(window.widget(u"go"_s)->geometry(), QRect(110, 60, 80, 30));
 }
 
 TEST(WindowFrame, ClosingHidesItAndDestroysNothing)
@@ -93,7 +88,7 @@ TEST(WindowFrame, AHiddenWindowHoldsNothingAtTheDisplay)
     QApplication::processEvents();
     ASSERT_NE(window.windowHandle(), nullptr);
     EXPECT_TRUE(window.windowHandle()->isExposed());
-    EXPECT_TRUE(window.widget(QStringLiteral("go"))->isVisible());
+    EXPECT_TRUE(window.widget(u"go"_s)->isVisible());
 }
 
 TEST(WindowFrame, AWindowThatComesBackAtOnceStaysAtTheDisplay)
@@ -126,31 +121,30 @@ TEST(WindowFrame, ReturnPressesTheDefaultButtonWhereverTheFocusIs)
     WindowFrame window(smallWindow());
     int gone = 0;
     int others = 0;
-    QObject::connect(&window.control<QPushButton>(QStringLiteral("go")), &QPushButton::clicked, [&gone] { ++gone; });
-    QObject::connect(&window.control<QPushButton>(QStringLiteral("other")), &QPushButton::clicked,
-                     [&others] { ++others; });
+    QObject::connect(&window.control<QPushButton>(u"go"_s), &QPushButton::clicked, [&gone] { ++gone; });
+    QObject::connect(&window.control<QPushButton>(u"other"_s), &QPushButton::clicked, [&others] { ++others; });
     window.bringToFront(std::nullopt);
-    press(*window.widget(QStringLiteral("field")), Qt::Key_Return);
-    press(*window.widget(QStringLiteral("other")), Qt::Key_Enter);
+    press(*window.widget(u"field"_s), Qt::Key_Return);
+    press(*window.widget(u"other"_s), Qt::Key_Enter);
     EXPECT_EQ(gone, 2);
     EXPECT_EQ(others, 0);
-    press(*window.widget(QStringLiteral("other")), Qt::Key_Space);
+    press(*window.widget(u"other"_s), Qt::Key_Space);
     EXPECT_EQ(others, 1);
 }
 
 TEST(WindowFrame, AnAmpersandInATitleIsShown)
 {
     const WindowFrame window(smallWindow());
-    auto& button = window.control<QPushButton>(QStringLiteral("other"));
-    EXPECT_EQ(button.text(), QStringLiteral("A && B"));
-    EXPECT_EQ(accessibleName(button), QStringLiteral("A & B"));
+    auto& button = window.control<QPushButton>(u"other"_s);
+    EXPECT_EQ(button.text(), u"A && B"_s);
+    EXPECT_EQ(accessibleName(button), u"A & B"_s);
     EXPECT_TRUE(button.shortcut().isEmpty());
 }
 
 TEST(WindowFrame, ALabelNamesItsControl)
 {
     const WindowFrame window(smallWindow());
-    EXPECT_EQ(accessibleName(*window.widget(QStringLiteral("field"))), QStringLiteral("Naam"));
+    EXPECT_EQ(accessibleName(*window.widget(u"field"_s)), u"Naam"_s);
 }
 
 TEST(WindowFrame, ItsTextsFollowAPaletteThatChangesWhileItIsOpen)
@@ -162,7 +156,7 @@ TEST(WindowFrame, ItsTextsFollowAPaletteThatChangesWhileItIsOpen)
         QApplication::setPalette(QPalette(ground));
         QApplication::processEvents();
         EXPECT_EQ(window.grab().toImage().pixelColor(1, 1), ground);
-        EXPECT_GE(strongestContrast(*window.widget(QStringLiteral("label")), ground), 4.0);
+        EXPECT_GE(strongestContrast(*window.widget(u"label"_s), ground), 4.0);
     }
     QApplication::setPalette(before);
 }
@@ -172,11 +166,10 @@ TEST(WindowFrame, ANewFontIsFittedWhileItIsOpen)
     WindowFrame window(smallWindow());
     window.bringToFront(std::nullopt);
     const QFont before = QApplication::font();
-    QApplication::setFont(QFont(QStringLiteral("Liberation Sans"), 20));
+    QApplication::setFont(QFont(u"Liberation Sans"_s, 20));
     QApplication::processEvents();
-    EXPECT_EQ(window.control<FittedLabel>(QStringLiteral("label")).style().font.family(),
-              QStringLiteral("Liberation Sans"));
-    EXPECT_LE(window.widget(QStringLiteral("go"))->font().pixelSize(), 13);
+    EXPECT_EQ(window.control<FittedLabel>(u"label"_s).style().font.family(), u"Liberation Sans"_s);
+    EXPECT_LE(window.widget(u"go"_s)->font().pixelSize(), 13);
     QApplication::setFont(before);
 }
 
@@ -185,6 +178,6 @@ TEST(WindowFrameDeathTest, AnUnknownControlStopsTheProgram)
     const WindowFrame window(smallWindow());
     // The toolkit has threads of its own, so the dying process starts afresh.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(window.control<QPushButton>(QStringLiteral("none")), "no such control: none");
-    EXPECT_DEATH(window.control<QPushButton>(QStringLiteral("field")), "no such control: field");
+    EXPECT_DEATH(window.control<QPushButton>(u"none"_s), "no such control: none");
+    EXPECT_DEATH(window.control<QPushButton>(u"field"_s), "no such control: field");
 }

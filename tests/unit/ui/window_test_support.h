@@ -1,8 +1,8 @@
 #pragma once
 
 #include "settings/language.h"
-#include "ui/window_frame.h"
-#include "ui/window_labels.h"
+#include "ui/windows/window_controls.h"
+#include "ui/windows/window_frame.h"
 
 #include <QAccessible>
 #include <QApplication>

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "engines/model/model_download.h"
+#include "engines/model/model_transfer.h"
+#include "platform/queues.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace tavlo {
+
+class AppLog;
+
+// Fetches the offline model over HTTPS and installs it; redirects are followed, to HTTPS only. The transfer runs on a
+// thread of its own, which exists only as long as a download and leaves the processor to others. Main thread.
+//
+// A download that was cancelled ends with the cancellation as its failure. When another one was started before that
+// came, the older one's end is only logged.
+class ModelDownloader : public ModelDownload {
+public:
+    // `log` and `queue` outlive this object. A `remoteURL` that is not a valid HTTPS address makes start() do nothing.
+    ModelDownloader(Locations locations, AppLog& log, MainQueue& queue, QString remoteURL, DownloadTerms terms = {});
+    // Cancels a running download, without a report, and leaves no file of it.
+    ~ModelDownloader() override;
+
+    void start() override;
+    void cancel() override;
+    bool isRunning() const override { return m_running; }
+
+private:
+    void transferProgress(std::uint64_t number, qint64 written, qint64 expected);
+    void transferDone(std::uint64_t number, const Result<void>& result);
+
+    const Locations m_locations;
+    AppLog& m_log;
+    MainQueue& m_queue;
+    const QString m_remoteURL;
+    const DownloadTerms m_terms;
+
+    bool m_running = false;
+    std::uint64_t m_number = 0;  // of the current download, counted from 1
+    std::shared_ptr<ModelTransfer> m_transfer;
+    std::unique_ptr<NetworkThread> m_thread;
+    Lifetime m_lifetime;
+};
+
+}  // namespace tavlo

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "linux/panel/observers.h"
+#include "platform/panel_appearance.h"
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QObject>
+#include <QVariant>
+
+namespace tavlo {
+
+// What Xfce's settings and the desktop portal say about dark and light. Both are asked without waiting and neither is
+// started for it; their notices of changes are followed. Main thread.
+class LinuxPanelAppearance : public QObject, public PanelAppearance {
+    Q_OBJECT
+
+public:
+    // `desktopNames` as in XDG_CURRENT_DESKTOP, divided by colons.
+    LinuxPanelAppearance(const QDBusConnection& sessionBus, const QString& desktopNames);
+
+    // The session bus came back after a crash: from here on it is asked over this connection.
+    void moveTo(const QDBusConnection& sessionBus);
+
+    PanelSurroundings surroundings() const override { return m_surroundings; }
+    Registration observe(std::function<void()> changed) override { return m_observers.add(std::move(changed)); }
+
+private Q_SLOTS:
+    void portalSettingChanged(const QString& area, const QString& key, const QDBusVariant& value);
+    void askXfce();
+
+private:
+    void watch();
+    void askPortal();
+    void ask(const QString& service, const QString& path, const QString& interface, const QString& method,
+             const QVariantList& arguments, std::function<void(const QVariant& answer)> answered);
+    void setPreference(const QVariant& colourScheme);
+    template <typename Field>
+    void set(Field PanelSurroundings::*field, const Field& value);
+
+    QDBusConnection m_bus;
+    QDBusServiceWatcher m_services;
+    Observers m_observers;
+    PanelSurroundings m_surroundings;
+};
+
+// The shade of Xfce's panels by the properties below "/panels" of its channel; none when they follow the theme.
+std::optional<Shade> xfcePanelShade(const QVariantMap& properties);
+// The shade that a theme's name gives away.
+Shade shadeOfTheme(const QString& name);
+
+}  // namespace tavlo

@@ -1,0 +1,125 @@
+#include "linux/pulse/pulse_sound_player.h"
+
+#include "audio/sound_cues.h"
+#include "linux/pulse/pulse_connection.h"
+
+#include <pulse/operation.h>
+#include <pulse/proplist.h>
+
+#include <algorithm>
+#include <mutex>
+
+namespace tavlo {
+
+namespace {
+
+constexpr int kSampleRate = 48000;
+constexpr double kTargetSeconds = 0.04;  // of sound kept at the server, little so that it starts at once
+
+}  // namespace
+
+PulseSoundPlayer::PulseSoundPlayer(PulseConnection& connection) : m_connection(connection) {}
+
+PulseSoundPlayer::~PulseSoundPlayer()
+{
+    const std::lock_guard guard(m_connection);
+    while (!m_playing.empty()) {
+        end(&m_playing.front());
+    }
+}
+
+void PulseSoundPlayer::playSound(const QString& name, float volume)
+{
+    auto cue = m_cues.find(name);
+    if (cue == m_cues.end()) {
+        cue = m_cues.emplace(name, soundCue(name, kSampleRate)).first;
+    }
+    if (cue->second.empty()) {
+        return;  // there is no such sound
+    }
+    const std::lock_guard guard(m_connection);
+    pa_context* const context = m_connection.context();
+    if (context == nullptr) {
+        return;
+    }
+    pa_sample_spec spec{};
+    spec.format = PA_SAMPLE_FLOAT32NE;
+    spec.rate = kSampleRate;
+    spec.channels = 1;
+    pa_proplist* const properties = pa_proplist_new();
+    // The desktop's own volume for notices applies.
+    pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, "event");
+    pa_stream* const stream =
+        pa_stream_new_with_proplist(context, name.toUtf8().constData(), &spec, nullptr, properties);
+    pa_proplist_free(properties);
+    if (stream == nullptr) {
+        return;
+    }
+    m_playing.push_back({this, stream, nullptr, cue->second});
+    Playing& playing = m_playing.back();
+    const float factor = std::clamp(volume, 0.0F, 1.0F);
+    for (float& sample : playing.samples) {
+        sample *= factor;
+    }
+    pa_stream_set_state_callback(stream, &PulseSoundPlayer::stateChanged, &playing);
+
+    pa_buffer_attr buffer{};
+    buffer.maxlength = static_cast<std::uint32_t>(-1);
+    buffer.tlength = static_cast<std::uint32_t>(kSampleRate * kTargetSeconds * sizeof(float));
+    buffer.prebuf = static_cast<std::uint32_t>(-1);  // starts when so much is there, which is at once
+    buffer.minreq = static_cast<std::uint32_t>(-1);
+    buffer.fragsize = static_cast<std::uint32_t>(-1);
+    if (pa_stream_connect_playback(stream, nullptr, &buffer, PA_STREAM_ADJUST_LATENCY, nullptr, nullptr) < 0) {
+        end(&playing);
+    }
+}
+
+// On the connection's thread, or under its lock.
+void PulseSoundPlayer::stateChanged(pa_stream* stream, void* data)
+{
+    auto* const playing = static_cast<Playing*>(data);
+    switch (pa_stream_get_state(stream)) {
+        case PA_STREAM_READY: {
+            const std::vector<float>& samples = playing->samples;
+            const int written =
+                pa_stream_write(stream, samples.data(), samples.size() * sizeof(float), nullptr, 0, PA_SEEK_RELATIVE);
+            pa_operation* const drain =
+                written == 0 ? pa_stream_drain(stream, &PulseSoundPlayer::drained, playing) : nullptr;
+            playing->drain = drain;
+            if (drain == nullptr) {
+                playing->player->end(playing);
+            }
+            break;
+        }
+        case PA_STREAM_FAILED:
+        case PA_STREAM_TERMINATED:
+            playing->player->end(playing);
+            break;
+        default:
+            break;
+    }
+}
+
+void PulseSoundPlayer::drained(pa_stream*, int, void* data)
+{
+    auto* const playing = static_cast<Playing*>(data);
+    playing->player->end(playing);
+}
+
+void PulseSoundPlayer::end(Playing* playing)
+{
+    release(*playing);
+    m_playing.remove_if([playing](const Playing& each) { return &each == playing; });
+}
+
+void PulseSoundPlayer::release(const Playing& playing)
+{
+    if (playing.drain != nullptr) {
+        // Its answer may still be on the way, and would find nobody.
+        pa_operation_cancel(playing.drain);
+        pa_operation_unref(playing.drain);
+    }
+    closeStream(playing.stream);
+}
+
+}  // namespace tavlo

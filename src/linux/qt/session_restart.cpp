@@ -1,0 +1,16 @@
+#include "linux/qt/session_restart.h"
+
+#include <QGuiApplication>
+#include <QSessionManager>
+
+namespace tavlo {
+
+void declineSessionRestart(QGuiApplication& application)
+{
+    const auto decline = [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); };
+    // The session manager reads the hint when a saving is done, and may ask for either kind of saving alone.
+    QObject::connect(&application, &QGuiApplication::saveStateRequest, &application, decline);
+    QObject::connect(&application, &QGuiApplication::commitDataRequest, &application, decline);
+}
+
+}  // namespace tavlo

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "linux/x11/x11_display.h"
+
+#include <QString>
+
+#include <xkbcommon/xkbcommon.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace tavlo {
+
+// What the server's keyboard description says about its keys now: it follows changes of layout and of keyboard.
+// Main thread.
+class X11Keymap {
+public:
+    explicit X11Keymap(X11Display& display);
+
+    // Whether the server describes its keyboard (it has the XKB extension). Without, every key is unnamed.
+    bool isAvailable();
+
+    // The virtual key code of the key's place.
+    std::uint16_t keyCode(xcb_keycode_t key);
+    // What the key types at level one of the active layout: empty for keys that type nothing. A dead key gives the
+    // accent that it stands for.
+    QString charactersIgnoringModifiers(xcb_keycode_t key);
+    // A key that gives this symbol at level one of the active layout.
+    std::optional<xcb_keycode_t> keyGiving(xkb_keysym_t symbol);
+    // The real modifiers that the key sets while it is held, and only while it is held: 0 for keys that lock, latch or
+    // set nothing.
+    xkb_mod_mask_t modifiersWhileHeld(xcb_keycode_t key);
+    // Whether the key means the same when these keys are held as when none is; a switch of layouts such as
+    // Control+Shift is a key that does not.
+    bool isSameUnder(xcb_keycode_t key, xcb_keycode_t held);
+
+private:
+    template <auto unref>
+    struct Unref {
+        void operator()(auto* object) const { unref(object); }
+    };
+    using Context = std::unique_ptr<xkb_context, Unref<xkb_context_unref>>;
+    using Keymap = std::unique_ptr<xkb_keymap, Unref<xkb_keymap_unref>>;
+    using State = std::unique_ptr<xkb_state, Unref<xkb_state_unref>>;
+
+    void selectEvents();
+    void handle(const xcb_generic_event_t& event);
+    void refresh();
+    void findKeyCodes();
+    xkb_layout_index_t layout(xcb_keycode_t key) const;
+    xkb_keysym_t symbol(xcb_keycode_t key) const;
+    State stateOfActiveLayout() const;
+
+    X11Display& m_display;
+    std::uint8_t m_firstEvent = 0;
+    std::int32_t m_device = -1;
+    bool m_stale = true;  // the description has changed since it was read
+    Context m_context;
+    Keymap m_keymap;
+    State m_state;
+    std::array<std::uint16_t, 256> m_keyCodes{};
+    Registration m_events;
+};
+
+}  // namespace tavlo

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "linux/x11/paste_chord.h"
+#include "linux/x11/primary_selection.h"
+#include "linux/x11/x11_keymap.h"
+#include "linux/x11/x11_raw_keys.h"
+#include "platform/paste.h"
+
+#include <optional>
+#include <vector>
+
+namespace tavlo {
+
+class Workspace;
+
+// Types the paste chord through XTEST. Main thread.
+//
+// Modifiers that are down are released first and pressed again afterwards, so that they take no part in the chord and
+// are as the user holds them. What we press for the user stands as pressed on the server's test device, which is let
+// go as soon as the user lets the real key go; so nothing is left stuck, not even where other programs that type would
+// notice.
+class X11PasteKeystroke : public PasteKeystroke {
+public:
+    // All outlive this object; the first three belong together.
+    X11PasteKeystroke(X11Display& display, X11Keymap& keymap, X11RawKeys& rawKeys, PrimarySelection& primary,
+                      Workspace& workspace);
+    ~X11PasteKeystroke() override;
+    X11PasteKeystroke(const X11PasteKeystroke&) = delete;
+    X11PasteKeystroke& operator=(const X11PasteKeystroke&) = delete;
+
+    // Whether the server lets us send keys: a round trip.
+    bool isTrusted() override;
+    void sendPaste() override;
+    void openTrustSettings() override;
+
+private:
+    struct ChordKeys {
+        xcb_keycode_t main = 0;               // Control or Shift, which is held around the others
+        std::optional<xcb_keycode_t> second;  // Shift beside Control
+        xcb_keycode_t typed = 0;
+    };
+
+    std::optional<ChordKeys> keysFor(PasteChord chord);
+    std::optional<xcb_keycode_t> modifierKey(xkb_keysym_t left, xkb_keysym_t right, xkb_mod_mask_t modifier);
+    void type(const ChordKeys& keys);
+    void press(xcb_keycode_t key);
+    void release(xcb_keycode_t key);
+    void fake(std::uint8_t type, xcb_keycode_t key);
+    X11RawKeys::Keys keysDown();
+    void handle(const RawKey& key);
+
+    X11Display& m_display;
+    X11Keymap& m_keymap;
+    X11RawKeys& m_rawKeys;
+    PrimarySelection& m_primary;
+    Workspace& m_workspace;
+    X11RawKeys::Keys m_heldForUser;  // pressed by us on behalf of the user, who holds the real key
+    Registration m_keys;
+};
+
+}  // namespace tavlo

@@ -1,0 +1,183 @@
+#include "ui/tray/tray_status_item.h"
+
+#include "platform/text_literals.h"
+#include "ui/tray/panel_ink.h"
+#include "ui/tray/tavlo_icon.h"
+#include "ui/window_colours.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QPalette>
+#include <QSystemTrayIcon>
+
+#include <chrono>
+#include <utility>
+
+namespace tavlo {
+
+namespace {
+
+// A panel that starts together with us needs some time to show all that it has, and one that crashed to start anew.
+constexpr auto kSettlingTime = std::chrono::seconds(2);
+
+}  // namespace
+
+struct TrayStatusItem::Mirrored {
+    Mirrored(TitleEscaping escaping, MenuMirror::Handler handler) : mirror(escaping, std::move(handler)) {}
+
+    void show(const MenuDescription& description) { mirror.show(description, menu); }
+
+    MenuMirror mirror;
+    QMenu menu;
+};
+
+TrayStatusItem::TrayStatusItem(MainQueue& queue, TrayHost& host, PanelAppearance& appearance,
+                               MenuMirror::Handler handler, AvailabilityObserver observer)
+    : m_queue(queue),
+      m_host(host),
+      m_appearance(appearance),
+      m_handler(std::move(handler)),
+      m_observer(std::move(observer)),
+      m_state(u"mic"_s)
+{
+    setObjectName(u"Tavlo"_s);
+    m_hostRegistration = m_host.observe([this] { hostChanged(); });
+    m_appearanceRegistration = m_appearance.observe([this] { redraw(); });
+    QCoreApplication::instance()->installEventFilter(this);
+    hostChanged();
+}
+
+TrayStatusItem::~TrayStatusItem() = default;
+
+void TrayStatusItem::setIcon(const QString& state)
+{
+    m_state = state;
+    redraw();
+}
+
+void TrayStatusItem::setMenu(const MenuDescription& menu)
+{
+    m_description = menu;
+    for (Mirrored* mirrored : {m_panelMenu.get(), m_popUpMenu.get()}) {
+        if (mirrored != nullptr) {
+            mirrored->show(m_description);
+        }
+    }
+}
+
+bool TrayStatusItem::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::ApplicationPaletteChange && watched == QCoreApplication::instance()) {
+        redraw();
+    }
+    return event->type() == QEvent::KeyPress && pressed(*watched, *static_cast<QKeyEvent*>(event));
+}
+
+bool TrayStatusItem::pressed(const QObject& receiver, const QKeyEvent& key)
+{
+    for (const Mirrored* const mirrored : {m_panelMenu.get(), m_popUpMenu.get()}) {
+        // Submenus are the menu's children.
+        for (const QObject* part = &receiver; mirrored != nullptr && part != nullptr; part = part->parent()) {
+            if (part == &mirrored->menu) {
+                return pressKeyEquivalent(mirrored->menu, key);
+            }
+        }
+    }
+    return false;
+}
+
+void TrayStatusItem::hostChanged()
+{
+    // The better kind is taken at once; a panel that has the other one only may be about to offer this one too.
+    if (m_host.kind() == TrayKind::Bus || (m_icon && m_host.offers(m_kind))) {
+        settle();
+        return;
+    }
+    m_settling.renew();
+    m_queue.postAfter(kSettlingTime, m_settling.reference(), [this] { settle(); });
+}
+
+void TrayStatusItem::settle()
+{
+    m_settling.renew();
+    if (!m_icon && m_host.kind() != TrayKind::None) {
+        m_kind = m_host.kind();
+        createIcon();
+    } else if (m_kind == TrayKind::Bus && m_busNumber != m_host.busNumber() && m_host.offers(m_kind)) {
+        putIconBack();
+    }
+    // A tray of the other kind, which comes after the toolkit's decision, is of no use to us any more.
+    const bool available = m_icon && m_host.offers(m_kind);
+    if (m_reported != available) {
+        m_reported = available;
+        m_observer(available);
+    }
+}
+
+std::unique_ptr<TrayStatusItem::Mirrored> TrayStatusItem::createMenu(TitleEscaping escaping)
+{
+    auto created = std::make_unique<Mirrored>(escaping, [this](MenuAction action, const QVariant& representedObject) {
+        m_queue.post(m_lifetime.reference(),
+                     [this, action, representedObject] { m_handler(action, representedObject); });
+    });
+    created->menu.setAccessibleName(u"Tavlo"_s);
+    connect(&created->menu, &QMenu::aboutToShow, &created->menu,
+            [menu = &created->menu] { menu->setPalette(greyedRowColours(QApplication::palette("QMenu"))); });
+    created->show(m_description);
+    return created;
+}
+
+void TrayStatusItem::createIcon()
+{
+    m_busNumber = m_host.busNumber();
+    m_panelMenu = createMenu(m_kind == TrayKind::Bus ? TitleEscaping::Bus : TitleEscaping::Toolkit);
+    m_icon = std::make_unique<QSystemTrayIcon>();
+    m_icon->setObjectName(u"Tavlo"_s);
+    m_icon->setToolTip(u"Tavlo"_s);
+    m_icon->setContextMenu(&m_panelMenu->menu);
+    connect(m_icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger) {
+            popUp();
+        }
+    });
+    redraw();
+    m_icon->show();
+}
+
+// On a new bus. The icon stays the same object: before it makes another one, the toolkit may look for a tray over the
+// connection that went with the former bus. The menu is one that no bus has seen yet.
+void TrayStatusItem::putIconBack()
+{
+    m_icon->hide();
+    m_busNumber = m_host.busNumber();
+    const auto former = std::exchange(m_panelMenu, createMenu(TitleEscaping::Bus));
+    m_icon->setContextMenu(&m_panelMenu->menu);
+    m_icon->show();
+}
+
+void TrayStatusItem::redraw()
+{
+    if (m_icon) {
+        const QColor windowColour = QGuiApplication::palette().color(QPalette::Window);
+        const QIcon icon = TavloIcon::menuBar(m_state, panelInk(m_appearance.surroundings(), windowColour));
+        if (icon.cacheKey() != m_icon->icon().cacheKey()) {
+            m_icon->setIcon(icon);
+        }
+    }
+}
+
+// A click opens the menu whichever the button, as a menu bar does. The panel's menu is not the one to pop up here: its
+// titles may be written for the bus.
+void TrayStatusItem::popUp()
+{
+    if (!m_popUpMenu) {
+        m_popUpMenu = createMenu(TitleEscaping::Toolkit);
+    }
+    m_popUpMenu->menu.popup(QCursor::pos());
+}
+
+}  // namespace tavlo

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "platform/panel_appearance.h"
+#include "platform/queues.h"
+#include "platform/registration.h"
+#include "platform/tray_host.h"
+#include "ui/tray/menu_mirror.h"
+#include "ui/tray/status_item.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+class QKeyEvent;
+class QSystemTrayIcon;
+
+namespace tavlo {
+
+// The status item in the desktop's tray. Its icon is made when a tray is there, since the toolkit decides once, at its
+// first icon, which kind of tray there is. Main thread.
+class TrayStatusItem : public QObject, public StatusItem {
+public:
+    // Says whether there is a tray to stand in: once soon after the start, later at each change that lasts.
+    using AvailabilityObserver = std::function<void(bool trayAvailable)>;
+
+    // `handler` is called for the chosen rows, on the main queue, after the menu has dealt with the choice.
+    TrayStatusItem(MainQueue& queue, TrayHost& host, PanelAppearance& appearance, MenuMirror::Handler handler,
+                   AvailabilityObserver observer);
+    ~TrayStatusItem() override;
+
+    void setIcon(const QString& state) override;
+    void setMenu(const MenuDescription& menu) override;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    bool pressed(const QObject& receiver, const QKeyEvent& key);
+    void hostChanged();
+    void settle();
+    // A menu that follows the description.
+    struct Mirrored;
+
+    void createIcon();
+    void putIconBack();
+    std::unique_ptr<Mirrored> createMenu(TitleEscaping escaping);
+    void redraw();
+    void popUp();
+
+    MainQueue& m_queue;
+    TrayHost& m_host;
+    PanelAppearance& m_appearance;
+    MenuMirror::Handler m_handler;
+    AvailabilityObserver m_observer;
+    QString m_state;
+    MenuDescription m_description;
+    std::optional<bool> m_reported;
+    TrayKind m_kind = TrayKind::None;  // of the icon, for good
+    int m_busNumber = 0;               // at which the icon was made
+    // Both outlive the icon that shows them.
+    std::unique_ptr<Mirrored> m_panelMenu;
+    std::unique_ptr<Mirrored> m_popUpMenu;
+    std::unique_ptr<QSystemTrayIcon> m_icon;
+    Lifetime m_settling;
+    Lifetime m_lifetime;
+    Registration m_hostRegistration;
+    Registration m_appearanceRegistration;
+};
+
+}  // namespace tavlo

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "platform/registration.h"
+#include "ui/window_description.h"
+#include "ui/windows/settings_form.h"
+
+#include <functional>
+#include <memory>
+
+namespace tavlo {
+
+// The settings window in the interface language. The pop-ups, the slider, the key field, the vocabulary, the check box
+// and the two texts that change are in it as places only: the controls themselves outlive the window.
+WindowDescription settingsWindowLayout();
+
+class AppLog;
+class ConfigFile;
+class Keychain;
+class Screens;
+class SecretStore;
+class Workspace;
+
+// What the settings window reads, writes and calls. All of it outlives the window.
+struct SettingsWindowParts {
+    ConfigFile& file;
+    Keychain& keychain;
+    SecretStore& secrets;
+    AppLog& log;
+    Workspace& workspace;
+    Screens& screens;
+    // Runs after a save: sets the status line in the language just saved, and rebuilds the menu.
+    std::function<void()> saved;
+};
+
+// The window in which the user edits the settings and the API keys. Built anew at every opening. Main thread.
+class SettingsWindow {
+public:
+    explicit SettingsWindow(SettingsWindowParts parts);
+
+    void openSettings();
+    // The provider pop-up changed: shows that provider's models, stored key and costs.
+    void providerChanged();
+    void modelChanged();
+    void sliderChanged();
+    void openKeyPage();
+    void saveSettings();
+    void closeSettings();
+
+    // The current window; none before the first opening.
+    WindowFrame* settingsWindow() { return m_settingsWindow.get(); }
+    SettingsForm& form() { return m_form; }
+
+private:
+    // Whether the keyring itself said which key there is; where its time was up, an empty field means nothing.
+    enum class KeyAnswer { Given, Missing };
+
+    std::unique_ptr<WindowFrame> buildSettingsWindow();
+    void loadKey();
+    void storeKey(const QString& provider);
+    void secretsBecameAvailable();
+    const QString& selectedProvider() const;
+
+    SettingsWindowParts m_parts;
+    QString m_loadedKey;  // what the key field showed before the user's edits
+    KeyAnswer m_keyAnswer = KeyAnswer::Given;
+    std::unique_ptr<WindowFrame> m_settingsWindow;
+    // After the window, which must not destroy the controls: they leave it first.
+    SettingsForm m_form;
+    Registration m_secretsWatch;
+};
+
+}  // namespace tavlo

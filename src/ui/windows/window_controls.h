@@ -1,0 +1,60 @@
+#pragma once
+
+#include "ui/window_text.h"
+
+#include <QLabel>
+
+class QWidget;
+
+namespace tavlo {
+
+// A label that chooses the way its text is set so that it fits the label's frame. Main thread.
+class FittedLabel : public QLabel {
+public:
+    explicit FittedLabel(QWidget* parent = nullptr);
+
+    // Takes over size, weight, colour, alignment and wrapping; not the text.
+    void restyle(const WindowElement& element);
+    // Changes the text. It is fitted when it is drawn: a download's progress changes far more often.
+    void showText(const QString& text);
+    void setColourRole(ColourRole role);
+
+    TextRequest request() const;
+    // Fitted to the text, the frame and the font as they are now.
+    TextStyle style() const { return fittedText(request()).style; }
+    ColourRole colourRole() const { return m_colour; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    int m_pixelSize = 13;
+    FontWeight m_weight = FontWeight::Regular;
+    ColourRole m_colour = ColourRole::Label;
+    TextAlignment m_alignment = TextAlignment::Left;
+    Wrapping m_wrapping = Wrapping::SingleLine;
+};
+
+// The application's icon, drawn sharp at every scale. Main thread.
+class IconLabel : public QLabel {
+public:
+    IconLabel(const QSize& size, QWidget* parent);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+// Makes the control that an element describes, without its place and font. The result belongs to `parent`.
+// Main thread.
+QWidget* makeControl(const WindowElement& element, QWidget* parent);
+
+// Gives a control the element's font, made to fit the control's present size and texts.
+void fitControl(QWidget* control, const WindowElement& element);
+
+// Makes what a control shows readable on the palette of now, where the desktop leaves that open.
+void colourControl(QWidget* control);
+
+// The texts that a control shows at one time or another, each with the room that the style leaves for it.
+std::vector<TextRequest> textsOf(const QWidget* control, const WindowElement& element);
+
+}  // namespace tavlo
