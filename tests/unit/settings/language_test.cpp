@@ -21,5 +21,15 @@ TEST(Language, GivesTheEnglishTextOnlyWhenTheLanguageIsExactlyEn)
     gLang = before;
 }
 
+TEST(Language, ChoosesAmongWordsAsAmongTexts)
+{
+    const QString before = gLang;
+    const Words words{u"Klaar"_s, u"Ready"_s};
+    EXPECT_EQ(t(words), u"Klaar"_s);
+    gLang = u"en"_s;
+    EXPECT_EQ(t(words), u"Ready"_s);
+    gLang = before;
+}
+
 }  // namespace
 }  // namespace tavlo
