@@ -79,6 +79,7 @@ AudioServer::~AudioServer()
 
 bool AudioServer::start()
 {
+    makeSocketFolder();
     bool isStarted = true;
     if (m_kind == AudioServerKind::PulseAudio) {
         const auto module = [](const char* text) { return QStringList{u"-L"_s, QString::fromLatin1(text)}; };
@@ -101,6 +102,15 @@ bool AudioServer::start()
         return false;
     }
     return true;
+}
+
+// The server and every client that looks for it make this folder where it is missing, and pipewire-pulse ends when a
+// client makes it between its own look and its own mkdir. So it is there before either of them starts.
+void AudioServer::makeSocketFolder() const
+{
+    const QString folder = m_folder.filePath(u"pulse"_s);
+    QDir().mkdir(folder);
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 bool AudioServer::makeDevices()

@@ -55,6 +55,7 @@ public:
 
 private:
     bool run(const QString& program, const QStringList& arguments);
+    void makeSocketFolder() const;
     bool makeDevices();
     void sendSignal(int number) const;
 

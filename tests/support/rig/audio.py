@@ -54,6 +54,9 @@ class AudioServer:
         (self._desktop.config_home / "wireplumber").symlink_to(_WIREPLUMBER)
 
     def start(self):
+        # The server and every client that looks for it make this folder where it is missing, and pipewire-pulse ends
+        # when a client makes it between its own look and its own mkdir. So it is there before either of them starts.
+        (self._desktop.runtime_folder / "pulse").mkdir(mode=0o700, exist_ok=True)
         start = self._desktop.processes.start
         if self.kind == "pulseaudio":
             script = self._desktop.config_home / "pulse/rig.pa"
