@@ -31,7 +31,7 @@ void MenuActions::pickLanguage(const QVariant& representedObject)
         return;
     }
     const QString code = representedObject.toString();
-    m_file.update(u"app_language"_s, code);
+    m_file.update(setting::kAppLanguage, code);
     gLang = code;
     m_log.appLog(u"Taal gewijzigd naar "_s + code);
     m_board.setStatusLine(readyText());
@@ -39,7 +39,7 @@ void MenuActions::pickLanguage(const QVariant& representedObject)
 
 void MenuActions::toggleDuck()
 {
-    m_file.update(u"duck_enabled"_s, !m_file.loadWithoutKey().duckEnabled);
+    m_file.update(setting::kDuckEnabled, !m_file.loadWithoutKey().duckEnabled);
     m_board.buildMenu();
 }
 

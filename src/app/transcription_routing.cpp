@@ -21,7 +21,7 @@ QString cloudLabel(const Config& config)
 
 bool goesToCloud(const Config& config)
 {
-    return config.engine == "openai"_L1 || (config.engine == "auto"_L1 && !config.apiKey.isEmpty());
+    return config.engine == kEngineCloud || (config.engine == kEngineAuto && !config.apiKey.isEmpty());
 }
 
 }  // namespace

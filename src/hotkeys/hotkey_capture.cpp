@@ -159,10 +159,10 @@ void HotkeyCapture::warnAboutTypingKey(std::uint16_t keyCode, const QString& nam
 void HotkeyCapture::saveCustomHotkey(std::uint16_t keyCode, const QString& label, bool isModifier)
 {
     m_display.setCapturing(false);
-    m_file.update(u"hotkey"_s, u"custom"_s);
-    m_file.update(u"custom_keycode"_s, keyCode);
-    m_file.update(u"custom_label"_s, label);
-    m_file.update(u"custom_is_modifier"_s, isModifier);
+    m_file.update(setting::kHotkey, kHotkeyCustom);
+    m_file.update(setting::kCustomKeycode, keyCode);
+    m_file.update(setting::kCustomLabel, label);
+    m_file.update(setting::kCustomIsModifier, isModifier);
     m_display.setIcon(u"mic"_s);
     m_display.showMessage(t(u"✓ Sneltoets is nu: "_s, u"✓ Hotkey is now: "_s) + label, 2.5);
     m_log.appLog(u"Sneltoets gewijzigd naar "_s + label + u" (keycode "_s + QString::number(keyCode) +
@@ -176,9 +176,9 @@ void HotkeyCapture::pickHotkey(const QVariant& representedObject)
         return;
     }
     const QString id = representedObject.toString();
-    m_file.update(u"hotkey"_s, id);
+    m_file.update(setting::kHotkey, id);
     QString text = t(u"Sneltoets is nu: "_s, u"Hotkey is now: "_s) + currentHotkey(m_file).label();
-    if (id == "fn"_L1) {
+    if (id == kHotkeyFn) {
         text += t(u" - zet evt. Systeeminstellingen ▸ Toetsenbord ▸ 'Druk op 🌐' op 'Doe niets'"_s,
                   u" - you may want to set System Settings ▸ Keyboard ▸ 'Press 🌐' to 'Do Nothing'"_s);
     }

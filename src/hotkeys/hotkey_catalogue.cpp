@@ -10,11 +10,11 @@
 namespace tavlo {
 
 const std::array<HotkeyOption, 5> kHotkeyOptions = {{
-    {u"rechter-command"_s, u"Rechter ⌘ Command"_s, u"Right ⌘ Command"_s, 54, kCommandFlag},
+    {kHotkeyRightCommand, u"Rechter ⌘ Command"_s, u"Right ⌘ Command"_s, 54, kCommandFlag},
     {u"rechter-option"_s, u"Rechter ⌥ Option"_s, u"Right ⌥ Option"_s, 61, kOptionFlag},
     {u"rechter-control"_s, u"Rechter ⌃ Control"_s, u"Right ⌃ Control"_s, 62, kControlFlag},
     {u"rechter-shift"_s, u"Rechter ⇧ Shift"_s, u"Right ⇧ Shift"_s, 60, kShiftFlag},
-    {u"fn"_s, u"Fn 🌐 (wereldbol)"_s, u"Fn 🌐 (globe)"_s, 63, kFunctionFlag},
+    {kHotkeyFn, u"Fn 🌐 (wereldbol)"_s, u"Fn 🌐 (globe)"_s, 63, kFunctionFlag},
 }};
 
 const QHash<std::uint16_t, QString> kKeyNames = {
@@ -86,7 +86,7 @@ QString numberedKeyLabel(std::int64_t keyCode)
 
 HotkeyOption hotkeyFrom(const Config& config, const QString& settingsPath)
 {
-    if (config.hotkey == "custom"_L1 && config.customKeycode >= 0) {
+    if (config.hotkey == kHotkeyCustom && config.customKeycode >= 0) {
         if (config.customKeycode > std::numeric_limits<std::uint16_t>::max()) {
             qFatal("The settings file %s holds no key code under \"custom_keycode\": %lld is above 65535.",
                    qUtf8Printable(settingsPath), static_cast<long long>(config.customKeycode));

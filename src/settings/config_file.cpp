@@ -17,10 +17,8 @@ namespace {
 // No settings file comes near this size; what is larger is something else.
 constexpr qint64 kLargestFile = qint64{16} * 1024 * 1024;
 
-const QString kLegacyKey = u"openai_api_key"_s;
-
 // Each takes the key's value into the field when it is of the field's type.
-void take(const QJsonObject& object, QLatin1String key, QString& field)
+void take(const QJsonObject& object, const QString& key, QString& field)
 {
     const QJsonValue value = object.value(key);
     if (value.isString()) {
@@ -28,23 +26,23 @@ void take(const QJsonObject& object, QLatin1String key, QString& field)
     }
 }
 
-void take(const QJsonObject& object, QLatin1String key, bool& field)
+void take(const QJsonObject& object, const QString& key, bool& field)
 {
     field = object.value(key).toBool(field);
 }
 
-void take(const QJsonObject& object, QLatin1String key, double& field)
+void take(const QJsonObject& object, const QString& key, double& field)
 {
     field = object.value(key).toDouble(field);
 }
 
-void take(const QJsonObject& object, QLatin1String key, qint64& field)
+void take(const QJsonObject& object, const QString& key, qint64& field)
 {
     // Takes numbers with an exact integer value only, 12.0 among them.
     field = object.value(key).toInteger(field);
 }
 
-void takeAnything(const QJsonObject& object, QLatin1String key, QVariant& field)
+void takeAnything(const QJsonObject& object, const QString& key, QVariant& field)
 {
     const auto found = object.constFind(key);
     if (found != object.constEnd()) {
@@ -55,44 +53,44 @@ void takeAnything(const QJsonObject& object, QLatin1String key, QVariant& field)
 Config configFrom(const QJsonObject& object)
 {
     Config config;
-    take(object, "engine"_L1, config.engine);
-    take(object, "provider"_L1, config.provider);
-    take(object, "groq_model"_L1, config.groqModel);
-    take(object, "openai_model"_L1, config.model);
-    take(object, "language"_L1, config.language);
-    take(object, "vocabulary"_L1, config.vocabulary);
-    take(object, "app_language"_L1, config.appLanguage);
-    take(object, "hotkey"_L1, config.hotkey);
-    take(object, "custom_keycode"_L1, config.customKeycode);
-    take(object, "custom_label"_L1, config.customLabel);
-    take(object, "custom_is_modifier"_L1, config.customIsModifier);
-    take(object, "duck_enabled"_L1, config.duckEnabled);
-    take(object, "duck_volume"_L1, config.duckVolume);
-    takeAnything(object, "openai_base_url"_L1, config.openaiBaseUrl);
-    takeAnything(object, "groq_base_url"_L1, config.groqBaseUrl);
+    take(object, setting::kEngine, config.engine);
+    take(object, setting::kProvider, config.provider);
+    take(object, setting::kGroqModel, config.groqModel);
+    take(object, setting::kOpenAIModel, config.model);
+    take(object, setting::kLanguage, config.language);
+    take(object, setting::kVocabulary, config.vocabulary);
+    take(object, setting::kAppLanguage, config.appLanguage);
+    take(object, setting::kHotkey, config.hotkey);
+    take(object, setting::kCustomKeycode, config.customKeycode);
+    take(object, setting::kCustomLabel, config.customLabel);
+    take(object, setting::kCustomIsModifier, config.customIsModifier);
+    take(object, setting::kDuckEnabled, config.duckEnabled);
+    take(object, setting::kDuckVolume, config.duckVolume);
+    takeAnything(object, setting::kOpenAIBaseUrl, config.openaiBaseUrl);
+    takeAnything(object, setting::kGroqBaseUrl, config.groqBaseUrl);
     return config;
 }
 
 // The key that an older settings file holds in plain text; empty when it holds none.
 QString legacyKeyFrom(const QJsonObject& object)
 {
-    return object.value(kLegacyKey).toString().trimmed();
+    return object.value(setting::kOpenAIKey).toString().trimmed();
 }
 
 QJsonObject settingsTemplate()
 {
     return {
-        {u"app_language"_s, u"nl"_s},
-        {u"provider"_s, u"openai"_s},
-        {u"groq_model"_s, u"whisper-large-v3-turbo"_s},
-        {u"engine"_s, u"auto"_s},
-        {kLegacyKey, QString()},
-        {u"openai_model"_s, u"gpt-4o-transcribe"_s},
-        {u"language"_s, u"nl"_s},
-        {u"vocabulary"_s, u"Claude Code, git, commit, branch, deploy, terminal, PHP, WordPress, SEO, API"_s},
-        {u"hotkey"_s, u"rechter-command"_s},
-        {u"duck_enabled"_s, true},
-        {u"duck_volume"_s, 0.08},
+        {setting::kAppLanguage, kDutch},
+        {setting::kProvider, kProviderOpenAI},
+        {setting::kGroqModel, kDefaultGroqModel},
+        {setting::kEngine, kEngineAuto},
+        {setting::kOpenAIKey, QString()},
+        {setting::kOpenAIModel, kDefaultOpenAIModel},
+        {setting::kLanguage, kDutch},
+        {setting::kVocabulary, u"Claude Code, git, commit, branch, deploy, terminal, PHP, WordPress, SEO, API"_s},
+        {setting::kHotkey, kHotkeyRightCommand},
+        {setting::kDuckEnabled, true},
+        {setting::kDuckVolume, 0.08},
     };
 }
 
@@ -112,7 +110,7 @@ Config ConfigFile::load() const
     Config config = configFrom(*object);
     if (const auto stored = m_keychain.get(keyAccount(config.provider))) {
         config.apiKey = *stored;
-    } else if (config.provider == "openai"_L1) {
+    } else if (config.provider == kProviderOpenAI) {
         config.apiKey = legacyKeyFrom(*object);
     }
     return config;
@@ -153,12 +151,12 @@ void ConfigFile::migrateToKeychain()
         return;
     }
     // A keyring that is slow to answer may hold another key, which must not be replaced: the next start tries again.
-    if (!m_keychain.get(kLegacyKey) && m_keychain.answeredLastGet()) {
-        m_keychain.set(key, kLegacyKey);
+    if (!m_keychain.get(setting::kOpenAIKey) && m_keychain.answeredLastGet()) {
+        m_keychain.set(key, setting::kOpenAIKey);
     }
     // The file gives its key up only when the keychain is seen to hold the same one.
-    if (m_keychain.get(kLegacyKey) == key) {
-        update(kLegacyKey, QString());
+    if (m_keychain.get(setting::kOpenAIKey) == key) {
+        update(setting::kOpenAIKey, QString());
         m_log.appLog(u"API-sleutel verplaatst naar de Sleutelhanger"_s);
     }
 }

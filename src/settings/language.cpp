@@ -1,14 +1,14 @@
 #include "settings/language.h"
 
-#include "platform/text_literals.h"
+#include "settings/config.h"
 
 namespace tavlo {
 
-QString gLang = u"nl"_s;
+QString gLang = kDutch;
 
 QString t(const QString& nl, const QString& en)
 {
-    return gLang == "en"_L1 ? en : nl;
+    return gLang == kEnglish ? en : nl;
 }
 
 }  // namespace tavlo

@@ -50,7 +50,7 @@ MenuItemDescription folder(const QString& title, MenuDescription submenu)
 
 QString engineLine(const Config& config)
 {
-    if (config.engine == "local"_L1 || config.apiKey.isEmpty()) {
+    if (config.engine == kEngineLocal || config.apiKey.isEmpty()) {
         return t(u"Engine: lokale Whisper (large-v3-turbo)"_s, u"Engine: local Whisper (large-v3-turbo)"_s);
     }
     return u"Engine: "_s + config.providerName() + QLatin1Char(' ') + config.cloudModel() +
@@ -59,10 +59,8 @@ QString engineLine(const Config& config)
 
 MenuDescription languageMenu()
 {
-    const QString dutch = u"nl"_s;
-    const QString english = u"en"_s;
-    return {choice(u"🇳🇱 Nederlands"_s, MenuAction::PickLanguage, gLang == dutch, dutch),
-            choice(u"🇬🇧 English"_s, MenuAction::PickLanguage, gLang == english, english)};
+    return {choice(u"🇳🇱 Nederlands"_s, MenuAction::PickLanguage, gLang == kDutch, kDutch),
+            choice(u"🇬🇧 English"_s, MenuAction::PickLanguage, gLang == kEnglish, kEnglish)};
 }
 
 MenuDescription hotkeyMenu(const MenuState& state)
@@ -73,9 +71,8 @@ MenuDescription hotkeyMenu(const MenuState& state)
     }
     menu.push_back(separator());
     if (state.config.customKeycode >= 0) {
-        const QString custom = u"custom"_s;
         menu.push_back(choice(t(u"Aangepast: "_s, u"Custom: "_s) + state.config.customLabel, MenuAction::PickHotkey,
-                              state.hotkey.id == custom, custom));
+                              state.hotkey.id == kHotkeyCustom, kHotkeyCustom));
     }
     menu.push_back(command(t(u"Andere toets kiezen…"_s, u"Choose another key…"_s), MenuAction::StartCapture));
     return menu;

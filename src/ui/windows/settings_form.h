@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/text_literals.h"
+#include "settings/config.h"
 #include "ui/windows/window_controls.h"
 #include "ui/windows/window_frame.h"
 
@@ -17,13 +18,12 @@
 namespace tavlo {
 
 // What the settings window's pop-ups store: the index of an entry is the index of the pop-up's item.
-inline const std::array kLangValues{u"nl"_s, u"en"_s};
-inline const std::array kProviderValues{u"openai"_s, u"groq"_s};
+inline const std::array kLangValues{kDutch, kEnglish};
+inline const std::array kProviderValues{kProviderOpenAI, kProviderGroq};
 // The models of OpenAI.
-inline const std::array kModelValues{u"gpt-4o-transcribe"_s, u"gpt-4o-mini-transcribe"_s, u"whisper-1"_s};
-inline const std::array kGroqModels{u"whisper-large-v3-turbo"_s};
-// The second stands for the cloud only, whatever the provider.
-inline const std::array kEngineValues{u"auto"_s, u"openai"_s, u"local"_s};
+inline const std::array kModelValues{kDefaultOpenAIModel, u"gpt-4o-mini-transcribe"_s, u"whisper-1"_s};
+inline const std::array kGroqModels{kDefaultGroqModel};
+inline const std::array kEngineValues{kEngineAuto, kEngineCloud, kEngineLocal};
 
 // The pop-ups' titles in the interface language, in the order of the tables above.
 QStringList langTitles();

@@ -171,7 +171,7 @@ void SettingsWindow::providerChanged()
 {
     const QString& provider = selectedProvider();
     const Config config = m_parts.file.loadWithoutKey();
-    if (provider == kProviderValues[1]) {
+    if (provider == kProviderGroq) {
         fill(m_form.modelPopup, groqModelTitles(), 0);
         m_form.apiField.setPlaceholderText(u"gsk_..."_s);
     } else {
@@ -215,7 +215,7 @@ void SettingsWindow::sliderChanged()
 void SettingsWindow::openKeyPage()
 {
     const QString& provider = selectedEntry(kProviderValues, storedIndex(m_form.providerPopup));
-    const QUrl page(provider == kProviderValues[1] ? kGroqKeyPageURL : kOpenAIKeyPageURL);
+    const QUrl page(provider == kProviderGroq ? kGroqKeyPageURL : kOpenAIKeyPageURL);
     if (page.isValid()) {
         m_parts.workspace.open(page);
     }
@@ -225,21 +225,21 @@ void SettingsWindow::saveSettings()
 {
     ConfigFile& file = m_parts.file;
     const QString& language = selectedEntry(kLangValues, storedIndex(m_form.langPopup));
-    file.update(u"app_language"_s, language);
+    file.update(setting::kAppLanguage, language);
     gLang = language;
 
     const QString& provider = selectedEntry(kProviderValues, storedIndex(m_form.providerPopup));
-    file.update(u"provider"_s, provider);
+    file.update(setting::kProvider, provider);
     storeKey(provider);
-    if (provider == kProviderValues[1]) {
-        file.update(u"groq_model"_s, kGroqModels.front());
+    if (provider == kProviderGroq) {
+        file.update(setting::kGroqModel, kGroqModels.front());
     } else {
-        file.update(u"openai_model"_s, selectedEntry(kModelValues, storedIndex(m_form.modelPopup)));
+        file.update(setting::kOpenAIModel, selectedEntry(kModelValues, storedIndex(m_form.modelPopup)));
     }
-    file.update(u"engine"_s, selectedEntry(kEngineValues, storedIndex(m_form.enginePopup)));
-    file.update(u"vocabulary"_s, m_form.vocabulary());
-    file.update(u"duck_enabled"_s, m_form.duckCheck.isChecked());
-    file.update(u"duck_volume"_s, storedVolume(m_form.duckSlider.fraction()));
+    file.update(setting::kEngine, selectedEntry(kEngineValues, storedIndex(m_form.enginePopup)));
+    file.update(setting::kVocabulary, m_form.vocabulary());
+    file.update(setting::kDuckEnabled, m_form.duckCheck.isChecked());
+    file.update(setting::kDuckVolume, storedVolume(m_form.duckSlider.fraction()));
 
     closeSettings();
     m_parts.log.appLog(u"Instellingen bewaard via venster"_s);
