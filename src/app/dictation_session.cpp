@@ -4,7 +4,6 @@
 #include "app/text_rules.h"
 #include "audio/recorder.h"
 #include "audio/volume_ducker.h"
-#include "audio/wav.h"
 #include "hotkeys/hotkey_catalogue.h"
 #include "platform/sound_player.h"
 #include "platform/text_literals.h"
@@ -32,10 +31,7 @@ Result<void> writeLastRecording(const QByteArray& wav, const QString& path)
 
 namespace {
 
-constexpr double kBytesPerSecond = 32000.0;  // 16,000 samples of two bytes
 constexpr double kShortestRecordingSeconds = 0.4;
-constexpr float kSpeechPeak = 0.18F;    // recorder's scale, -41 dBFS
-constexpr float kNoSignalPeak = 0.01F;  // below it not even a microphone's own noise came
 constexpr std::chrono::seconds kWatchdogDelay{120};
 
 const QString kWarning = u"⚠️ "_s;
@@ -82,22 +78,22 @@ void DictationSession::startRecording()
 void DictationSession::finishRecording()
 {
     m_parts.file.beginLoad();  // The key is looked for while the last frames come.
-    QByteArray pcm = m_parts.recorder.stop();
+    const QByteArray wav = m_parts.recorder.stop();
     m_parts.hud.hide();
     m_parts.ducker.restore();
     m_parts.sounds.playSound(u"Tink"_s, 0.12F);
 
-    const double duration = static_cast<double>(pcm.size()) / kBytesPerSecond;
+    const double duration = recordingSeconds(wav);
     if (duration < kShortestRecordingSeconds) {
         m_parts.board.setIcon(u"mic"_s);
         m_parts.board.setStatusLine(t(u"Opname te kort"_s, u"Recording too short"_s));
         return;
     }
-    if (m_parts.recorder.peakLevel() < kSpeechPeak) {
+    if (judgePeak(m_parts.recorder.peakLevel()) != Heard::Speech) {
         rejectSilence();
         return;
     }
-    transcribe(std::move(pcm), duration);
+    transcribe(wav, duration);
 }
 
 void DictationSession::rejectSilence()
@@ -105,7 +101,7 @@ void DictationSession::rejectSilence()
     m_parts.board.setIcon(u"mic"_s);
     const float peak = m_parts.recorder.peakLevel();
     QString statusLine;
-    if (peak < kNoSignalPeak) {
+    if (judgePeak(peak) == Heard::NoSignal) {
         statusLine = t(u"Geen microfoonsignaal - gebruikt een andere app de microfoon?"_s,
                        u"No microphone signal - is another app using the mic?"_s);
         m_parts.msgHud.show(t(u"Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de "
@@ -120,7 +116,7 @@ void DictationSession::rejectSilence()
     m_parts.board.setStatusLine(statusLine);
 }
 
-void DictationSession::transcribe(QByteArray pcm, double durationSeconds)
+void DictationSession::transcribe(const QByteArray& wav, double durationSeconds)
 {
     SessionState& state = m_parts.state;
     state.busy = true;
@@ -137,7 +133,6 @@ void DictationSession::transcribe(QByteArray pcm, double durationSeconds)
     m_parts.log.appLog(u"Opname gestopt: "_s + seconds + u"s audio, start transcriptie"_s);
     m_parts.queue.postAfter(kWatchdogDelay, m_lifetime.reference(), [this, token] { watchdogFired(token); });
 
-    const QByteArray wav = makeWav(std::move(pcm));
     if (const auto written = writeLastRecording(wav, m_parts.lastWavPath); !written) {
         m_parts.log.appLog(u"Laatste opname niet bewaard: "_s + written.error().description);
     }

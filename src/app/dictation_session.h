@@ -64,7 +64,7 @@ public:
 
 private:
     void rejectSilence();
-    void transcribe(QByteArray pcm, double durationSeconds);
+    void transcribe(const QByteArray& wav, double durationSeconds);
     void watchdogFired(std::int64_t token);
 
     DictationParts m_parts;

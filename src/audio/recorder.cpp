@@ -1,13 +1,12 @@
 #include "audio/recorder.h"
 
 #include "audio/speech_converter.h"
+#include "audio/wav.h"
 #include "platform/text_literals.h"
-
-#include <QByteArrayList>
 
 #include <algorithm>
 #include <cmath>
-#include <mutex>
+#include <utility>
 
 namespace tavlo {
 
@@ -15,6 +14,11 @@ namespace {
 
 constexpr double kQuietestRms = 0.00001;  // -100 dBFS, keeps the logarithm of silence finite
 constexpr double kRangeDecibels = 50;
+
+constexpr float kSpeechPeak = 0.18F;
+constexpr float kNoSignalPeak = 0.01F;
+
+constexpr double kBytesPerSecond = kSpeechSampleRate * 2;
 
 }  // namespace
 
@@ -36,65 +40,20 @@ float blockLevel(const AudioBlock& block)
     return static_cast<float>(std::clamp(level, 0.0, 1.0));
 }
 
-namespace {
-
-constexpr int kNoInputCode = 1;
-constexpr int kNoConverterCode = 2;
-
-}  // namespace
-
-// The samples stay in the pieces in which they came: joining them while recording would sooner or later make the
-// capture thread copy the whole recording.
-class Recorder::Collected {
-public:
-    void reset()
-    {
-        const std::lock_guard guard(m_mutex);
-        m_pieces.clear();
-        m_peak = 0;
-    }
-
-    void raisePeak(float level)
-    {
-        const std::lock_guard guard(m_mutex);
-        m_peak = std::max(m_peak, level);
-    }
-
-    float peak() const
-    {
-        const std::lock_guard guard(m_mutex);
-        return m_peak;
-    }
-
-    void append(const QByteArray& samples)
-    {
-        if (samples.isEmpty()) {
-            return;
-        }
-        const std::lock_guard guard(m_mutex);
-        m_pieces.append(samples);
-    }
-
-    QByteArray take()
-    {
-        QByteArrayList pieces;
-        {
-            const std::lock_guard guard(m_mutex);
-            pieces.swap(m_pieces);
-        }
-        return pieces.join();
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    QByteArrayList m_pieces;
-    float m_peak = 0;
-};
-
-Recorder::Recorder(AudioInput& input, MainQueue& queue)
-    : m_input(input), m_queue(queue), m_collected(std::make_unique<Collected>())
+Heard judgePeak(float peak)
 {
+    if (peak >= kSpeechPeak) {
+        return Heard::Speech;
+    }
+    return peak < kNoSignalPeak ? Heard::NoSignal : Heard::NoSpeech;
 }
+
+double recordingSeconds(const QByteArray& wav)
+{
+    return static_cast<double>(std::max<qsizetype>(wav.size() - kWavHeaderSize, 0)) / kBytesPerSecond;
+}
+
+Recorder::Recorder(AudioInput& input, MainQueue& queue) : m_input(input), m_queue(queue) {}
 
 Recorder::~Recorder()
 {
@@ -112,18 +71,28 @@ Result<void> Recorder::start()
     }
     const AudioFormat format = m_input.inputFormat();
     if (!(format.sampleRate > 0) || format.channelCount <= 0) {
-        return failure(kNoInputCode, u"Geen microfoon beschikbaar (of geen toestemming)."_s);
+        return failure(kNoMicrophone, u"Geen microfoon beschikbaar (of geen toestemming)."_s);
     }
     std::shared_ptr<SpeechConverter> converter = SpeechConverter::create(format);
     if (!converter) {
-        return failure(kNoConverterCode, u"Audioconversie niet mogelijk."_s);
+        return failure(kNoAudioConverter, u"Audioconversie niet mogelijk."_s);
     }
-    m_collected->reset();
+    m_peak = 0;
     m_converter = converter;
-    // The input calls the handler no more once it has been stopped, which the destructor sees to.
-    Result<void> started = m_input.start([this, converter, alive = m_lifetime.reference()](const AudioBlock& block) {
-        append(block, *converter, alive);
-    });
+    // On the capture thread. The input calls no more once it has been stopped, which the destructor sees to.
+    const Result<void> started =
+        m_input.start([this, converter, alive = m_lifetime.reference()](const AudioBlock& block) {
+            if (block.samples != nullptr && block.frameCount > 0) {
+                const float level = blockLevel(block);
+                m_peak = std::max<float>(m_peak, level);
+                m_queue.post(alive, [this, level] {
+                    if (levelHandler) {
+                        levelHandler(level);
+                    }
+                });
+            }
+            converter->convert(block);
+        });
     if (!started) {
         m_converter.reset();
         return started;
@@ -138,30 +107,8 @@ QByteArray Recorder::stop()
         m_input.stop();
         m_isRecording = false;
     }
-    if (const auto converter = std::exchange(m_converter, nullptr)) {
-        m_collected->append(converter->finish());
-    }
-    return m_collected->take();
-}
-
-float Recorder::peakLevel() const
-{
-    return m_collected->peak();
-}
-
-// On the capture thread.
-void Recorder::append(const AudioBlock& block, SpeechConverter& converter, const std::weak_ptr<void>& alive)
-{
-    if (block.samples != nullptr && block.frameCount > 0) {
-        const float level = blockLevel(block);
-        m_collected->raisePeak(level);
-        m_queue.post(alive, [this, level] {
-            if (levelHandler) {
-                levelHandler(level);
-            }
-        });
-    }
-    m_collected->append(converter.convert(block));
+    const auto converter = std::exchange(m_converter, nullptr);
+    return converter ? converter->finish() : QByteArray();
 }
 
 }  // namespace tavlo

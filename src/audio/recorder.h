@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -14,10 +15,18 @@ namespace tavlo {
 // first channel only, so that a second, dead channel does not halve it. 0 for a block without frames. Any thread.
 float blockLevel(const AudioBlock& block);
 
+// What a recording holds, by its highest block level: speech from 0.18 (-41 dBFS) on; below 0.01 not even a
+// microphone's own noise came. Any thread.
+enum class Heard { NoSignal, NoSpeech, Speech };
+Heard judgePeak(float peak);
+
+// How long a recording lasts that `Recorder::stop` handed over, in seconds. Any thread.
+double recordingSeconds(const QByteArray& wav);
+
 class SpeechConverter;
 
-// Records the default microphone and hands over the whole recording at its end, as PCM samples: little-endian signed
-// 16-bit mono at 16,000 Hz without a header. Main thread, except where said otherwise.
+// Records the default microphone and hands over the whole recording at its end. Main thread, except where said
+// otherwise.
 class Recorder {
 public:
     Recorder(AudioInput& input, MainQueue& queue);
@@ -27,25 +36,23 @@ public:
 
     // Begins a recording. Fails with domain "Tavlo" and code 1 where there is no usable input, code 2 where its
     // format cannot be converted, and with the input's own error where the stream does not start.
-    Result<void> start();
-    // Ends the recording and hands over its samples; empty when none was running.
+    [[nodiscard]] Result<void> start();
+    // Ends the recording and hands it over as a WAV image: 44 bytes of header, then little-endian signed 16-bit mono
+    // samples at 16,000 Hz. Empty when none was running.
     QByteArray stop();
     // The highest block level, 0...1, since the last start that found a usable input. Any thread.
-    float peakLevel() const;
+    float peakLevel() const { return m_peak; }
     bool isRecording() const { return m_isRecording; }
 
     // Gets each block's level, 0...1 for -50 dBFS to 0 dBFS of its root mean square, on the main thread.
     std::function<void(float)> levelHandler;
 
 private:
-    class Collected;  // what the capture thread and the main thread share, under a lock of its own
-
-    void append(const AudioBlock& block, SpeechConverter& converter, const std::weak_ptr<void>& alive);
-
     AudioInput& m_input;
     MainQueue& m_queue;
-    std::unique_ptr<Collected> m_collected;
-    std::shared_ptr<SpeechConverter> m_converter;  // of the running recording
+    std::atomic<float> m_peak = 0;
+    // Of the running recording. The capture thread's until the input has been stopped, the main thread's from then on.
+    std::shared_ptr<SpeechConverter> m_converter;
     bool m_isRecording = false;
     Lifetime m_lifetime;
 };

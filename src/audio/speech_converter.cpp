@@ -1,5 +1,7 @@
 #include "audio/speech_converter.h"
 
+#include "audio/wav.h"
+
 #include <soxr.h>
 
 #include <QtEndian>
@@ -13,13 +15,10 @@ namespace {
 
 constexpr std::uint32_t kHeadroomFrames = 64;
 constexpr std::size_t kUsualBlockFrames = 4096;
-
-QByteArray littleEndianBytes(std::vector<std::int16_t>& samples, std::size_t count)
-{
-    qToLittleEndian<std::int16_t>(samples.data(), static_cast<qsizetype>(count), samples.data());
-    return QByteArray(reinterpret_cast<const char*>(samples.data()),
-                      static_cast<qsizetype>(count * sizeof(std::int16_t)));
-}
+constexpr qsizetype kBytesPerFrame = sizeof(std::int16_t);
+// An hour's samples: room that the system gives page by page, when it is written. A longer recording makes the memory
+// grow, which the C library does for pieces of this size by moving pages, not their contents.
+constexpr qsizetype kReservedBytes = qsizetype{3600} * 16000 * kBytesPerFrame;
 
 }  // namespace
 
@@ -56,42 +55,31 @@ SpeechConverter::SpeechConverter(double inputSampleRate, soxr* resampler)
     : m_inputSampleRate(inputSampleRate), m_resampler(resampler)
 {
     m_mono.reserve(kUsualBlockFrames);
-    m_converted.reserve(convertedCapacity(inputSampleRate, kUsualBlockFrames));
+    m_image.reserve(kWavHeaderSize + kReservedBytes);
+    m_image.resize(kWavHeaderSize);
 }
 
 SpeechConverter::~SpeechConverter() = default;
 
-QByteArray SpeechConverter::convert(const AudioBlock& block)
+void SpeechConverter::convert(const AudioBlock& block)
 {
     if (block.format.sampleRate != m_inputSampleRate || block.format.channelCount < 1 || block.samples == nullptr ||
         block.frameCount == 0) {
-        return {};
+        return;
     }
     mixToMono(block);
-    m_converted.resize(convertedCapacity(block.format.sampleRate, block.frameCount));
-
-    // The converter takes the whole block at once; what does not fit the output stays inside and comes with a later
+    // The resampler takes the whole block at once; what does not fit the room given stays inside and comes with a later
     // block or at the end.
-    std::size_t consumed = 0;
-    std::size_t produced = 0;
-    const soxr_error_t error = soxr_process(m_resampler.get(), m_mono.data(), m_mono.size(), &consumed,
-                                            m_converted.data(), m_converted.size(), &produced);
-    return error == nullptr ? littleEndianBytes(m_converted, produced) : QByteArray();
+    resample(m_mono.data(), m_mono.size());
 }
 
 QByteArray SpeechConverter::finish()
 {
-    QByteArray rest;
-    m_converted.resize(convertedCapacity(m_inputSampleRate, kUsualBlockFrames));
-    while (true) {
-        std::size_t produced = 0;
-        const soxr_error_t error =
-            soxr_process(m_resampler.get(), nullptr, 0, nullptr, m_converted.data(), m_converted.size(), &produced);
-        if (error != nullptr || produced == 0) {
-            return rest;
-        }
-        rest += littleEndianBytes(m_converted, produced);
+    while (resample(nullptr, 0) > 0) {
     }
+    m_image.squeeze();
+    writeWavHeader(m_image);
+    return std::move(m_image);
 }
 
 void SpeechConverter::mixToMono(const AudioBlock& block)
@@ -108,6 +96,25 @@ void SpeechConverter::mixToMono(const AudioBlock& block)
         // One sample that is no number would stay in the filter and silence the rest of the recording.
         mixed = std::isfinite(mean) ? mean : 0.0F;
     }
+}
+
+// Appends what comes out for these samples, or without any for the end of the stream; returns how many frames came.
+std::size_t SpeechConverter::resample(const float* samples, std::size_t sampleCount)
+{
+    const qsizetype before = m_image.size();
+    const std::uint32_t capacity =
+        convertedCapacity(m_inputSampleRate, samples != nullptr ? sampleCount : kUsualBlockFrames);
+    m_image.resize(before + static_cast<qsizetype>(capacity) * kBytesPerFrame);
+    auto* const room = reinterpret_cast<std::int16_t*>(m_image.data() + before);
+    std::size_t produced = 0;
+    const soxr_error_t error =
+        soxr_process(m_resampler.get(), samples, sampleCount, nullptr, room, capacity, &produced);
+    if (error != nullptr) {
+        produced = 0;
+    }
+    qToLittleEndian<std::int16_t>(room, static_cast<qsizetype>(produced), room);
+    m_image.resize(before + static_cast<qsizetype>(produced) * kBytesPerFrame);
+    return produced;
 }
 
 void SpeechConverter::Deleter::operator()(soxr* resampler) const

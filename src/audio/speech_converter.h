@@ -19,8 +19,9 @@ constexpr double kSpeechSampleRate = 16000;
 // frames of headroom. Stops the program where that is no unsigned 32-bit number.
 std::uint32_t convertedCapacity(double inputSampleRate, std::size_t frameCount);
 
-// Turns captured float blocks into little-endian signed 16-bit mono samples at 16,000 Hz. The blocks of one recording
-// form one stream: the resampling filter keeps its state from block to block. One thread at a time.
+// Turns the captured float blocks of one recording into a WAV image: little-endian signed 16-bit mono samples at
+// 16,000 Hz. The blocks form one stream: the resampling filter keeps its state from block to block. One thread at a
+// time.
 class SpeechConverter {
 public:
     // None where this format cannot be converted.
@@ -29,10 +30,11 @@ public:
     SpeechConverter(const SpeechConverter&) = delete;
     SpeechConverter& operator=(const SpeechConverter&) = delete;
 
-    // The samples that this block completes, several channels mixed into one. Empty when there are none yet, when the
-    // block has another sample rate than the converter, or on an error.
-    QByteArray convert(const AudioBlock& block);
-    // What the filter still holds back at the end of the stream. To be called once, after the last block.
+    // Appends the samples that this block completes, several channels mixed into one. A block with another sample rate
+    // than the converter's is dropped, and one that the resampler refuses. Allocates nothing for blocks of 4096 frames
+    // during the first hour.
+    void convert(const AudioBlock& block);
+    // The whole recording, with what the filter still held back. To be called once, after the last block.
     QByteArray finish();
 
 private:
@@ -42,12 +44,12 @@ private:
 
     SpeechConverter(double inputSampleRate, soxr* resampler);
     void mixToMono(const AudioBlock& block);
+    std::size_t resample(const float* samples, std::size_t sampleCount);
 
     double m_inputSampleRate;
     std::unique_ptr<soxr, Deleter> m_resampler;
-    // Kept from block to block, so that the capture thread does not allocate them each time.
-    std::vector<float> m_mono;
-    std::vector<std::int16_t> m_converted;
+    std::vector<float> m_mono;  // kept from block to block, so that the capture thread does not allocate it each time
+    QByteArray m_image;         // the header's room and the samples so far
 };
 
 }  // namespace tavlo

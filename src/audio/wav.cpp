@@ -15,31 +15,34 @@ constexpr quint16 kBytesPerFrame = 2;
 constexpr quint16 kBitsPerSample = 16;
 constexpr quint32 kFormatChunkSize = 16;
 constexpr quint32 kSizeBeforeData = 36;  // what the RIFF size counts besides the samples
-constexpr qsizetype kHeaderSize = 44;
 
 template <class T>
-void appendNumber(QByteArray& image, T value)
+void appendNumber(QByteArray& header, T value)
 {
     const T littleEndian = qToLittleEndian(value);
-    image.append(reinterpret_cast<const char*>(&littleEndian), sizeof littleEndian);
+    header.append(reinterpret_cast<const char*>(&littleEndian), sizeof littleEndian);
 }
 
 }  // namespace
 
-QByteArray makeWav(QByteArray pcm, std::uint32_t sampleRate)
+void writeWavHeader(QByteArray& image, std::uint32_t sampleRate)
 {
     constexpr auto kLargest = std::numeric_limits<std::uint32_t>::max();
-    if (static_cast<std::uint64_t>(pcm.size()) + kSizeBeforeData > kLargest) {
-        qFatal("makeWav: %lld bytes of samples do not fit the size field of a WAV file",
-               static_cast<long long>(pcm.size()));
+    const qsizetype sampleBytes = image.size() - kWavHeaderSize;
+    if (sampleBytes < 0) {
+        qFatal("writeWavHeader: the image has no room for its header");
+    }
+    if (static_cast<std::uint64_t>(sampleBytes) + kSizeBeforeData > kLargest) {
+        qFatal("writeWavHeader: %lld bytes of samples do not fit the size field of a WAV file",
+               static_cast<long long>(sampleBytes));
     }
     if (sampleRate > kLargest / kBytesPerFrame) {
-        qFatal("makeWav: the sample rate %u does not fit the byte rate field of a WAV file", sampleRate);
+        qFatal("writeWavHeader: the sample rate %u does not fit the byte rate field of a WAV file", sampleRate);
     }
-    const auto dataSize = static_cast<quint32>(pcm.size());
+    const auto dataSize = static_cast<quint32>(sampleBytes);
 
     QByteArray header;
-    header.reserve(kHeaderSize);
+    header.reserve(kWavHeaderSize);
     header.append("RIFF", 4);
     appendNumber<quint32>(header, dataSize + kSizeBeforeData);
     header.append("WAVE", 4);
@@ -53,11 +56,7 @@ QByteArray makeWav(QByteArray pcm, std::uint32_t sampleRate)
     appendNumber<quint16>(header, kBitsPerSample);
     header.append("data", 4);
     appendNumber<quint32>(header, dataSize);
-    // In the samples' own memory: another piece of this size costs more than moving them.
-    pcm.resize(pcm.size() + kHeaderSize);
-    std::memmove(pcm.data() + kHeaderSize, pcm.constData(), dataSize);
-    std::memcpy(pcm.data(), header.constData(), kHeaderSize);
-    return pcm;
+    std::memcpy(image.data(), header.constData(), kWavHeaderSize);
 }
 
 }  // namespace tavlo

@@ -20,6 +20,13 @@ struct Error {
 
 inline const QString kTavloErrorDomain = u"Tavlo"_s;
 
+// The codes of the program's own failures; where an HTTP server or a child process told more, its status is the code.
+inline constexpr int kNoMicrophone = 1;
+inline constexpr int kNoAudioConverter = 2;
+inline constexpr int kEngineMissing = 3;  // the local engine or its model
+inline constexpr int kIncompleteDownload = 4;
+inline constexpr int kNoCode = 0;  // only the description tells more
+
 template <class T>
 using Result = tl::expected<T, Error>;
 

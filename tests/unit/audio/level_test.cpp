@@ -76,5 +76,19 @@ TEST(Level, SamplesThatAreNoNumbersAreSilence)
     EXPECT_EQ(levelOf({0.5F, std::numeric_limits<float>::infinity()}), 0.0F);
 }
 
+TEST(JudgePeak, APeakOfExactly018IsSpeech)
+{
+    EXPECT_EQ(judgePeak(0.18F), Heard::Speech);
+    EXPECT_EQ(judgePeak(std::nextafter(0.18F, 0.0F)), Heard::NoSpeech);
+    EXPECT_EQ(judgePeak(1), Heard::Speech);
+}
+
+TEST(JudgePeak, APeakOfExactly001IsASignalWithoutSpeech)
+{
+    EXPECT_EQ(judgePeak(0.01F), Heard::NoSpeech);
+    EXPECT_EQ(judgePeak(std::nextafter(0.01F, 0.0F)), Heard::NoSignal);
+    EXPECT_EQ(judgePeak(0), Heard::NoSignal);
+}
+
 }  // namespace
 }  // namespace tavlo

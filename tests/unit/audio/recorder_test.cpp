@@ -1,5 +1,6 @@
 #include "audio/recorder.h"
 
+#include "audio/wav.h"
 #include "platform/text_literals.h"
 #include "settings/language.h"
 #include "support/fakes/fake_audio_input.h"
@@ -9,6 +10,9 @@
 
 #include <QtEndian>
 
+#include <algorithm>
+#include <cmath>
+#include <numbers>
 #include <thread>
 
 namespace tavlo {
@@ -17,6 +21,16 @@ namespace {
 std::vector<float> loud(std::size_t samples)
 {
     return std::vector<float>(samples, 0.5F);
+}
+
+// The samples of a recording, whose header must be the one for that many.
+QByteArray samplesOf(const QByteArray& wav)
+{
+    QByteArray expected = wav;
+    std::fill_n(expected.begin(), kWavHeaderSize, '\0');
+    writeWavHeader(expected);
+    EXPECT_EQ(wav.first(kWavHeaderSize).toHex(), expected.first(kWavHeaderSize).toHex());
+    return wav.mid(kWavHeaderSize);
 }
 
 class RecorderTest : public testing::Test {
@@ -37,7 +51,7 @@ TEST_F(RecorderTest, HandsOverTheWholeRecordingToTheLastFrame)
     ASSERT_TRUE(recorder.start());
     EXPECT_TRUE(recorder.isRecording());
     input.capture(loud(48000));
-    const QByteArray pcm = recorder.stop();
+    const QByteArray pcm = samplesOf(recorder.stop());
     EXPECT_FALSE(recorder.isRecording());
     EXPECT_FALSE(input.isRunning());
     ASSERT_EQ(pcm.size(), 32000);
@@ -187,8 +201,7 @@ TEST_F(RecorderTest, ASecondRecordingBeginsEmpty)
     recorder.stop();
     ASSERT_TRUE(recorder.start());
     input.capture(std::vector<float>(24000, 0.0F));
-    const QByteArray pcm = recorder.stop();
-    EXPECT_EQ(pcm, QByteArray(16000, '\0'));
+    EXPECT_EQ(samplesOf(recorder.stop()), QByteArray(16000, '\0'));
 }
 
 TEST_F(RecorderTest, AStartWhileRecordingReplacesTheRecording)
@@ -198,7 +211,37 @@ TEST_F(RecorderTest, AStartWhileRecordingReplacesTheRecording)
     ASSERT_TRUE(recorder.start());
     EXPECT_EQ(input.stopCount(), 1);
     input.capture(loud(24000));
-    EXPECT_EQ(recorder.stop().size(), 16000);
+    EXPECT_EQ(samplesOf(recorder.stop()).size(), 16000);
+}
+
+// Each frame of a rising tone differs from those around it, so that a block that is lost, doubled or out of its place
+// shows in every sample from there on.
+TEST_F(RecorderTest, NoFrameIsLostDoubledOrMoved)
+{
+    constexpr std::size_t kFrames = std::size_t{48000} * 3;
+    std::vector<float> sweep(kFrames);
+    const auto value = [](double seconds) {
+        return 0.5 * std::sin(2 * std::numbers::pi * (300 + 400 * seconds) * seconds);
+    };
+    for (std::size_t frame = 0; frame < kFrames; ++frame) {
+        sweep[frame] = static_cast<float>(value(static_cast<double>(frame) / 48000));
+    }
+    ASSERT_TRUE(recorder.start());
+    input.capture(sweep);
+    const QByteArray samples = samplesOf(recorder.stop());
+    ASSERT_EQ(samples.size(), qsizetype{2} * 48000);
+    for (qsizetype n = 100; n < 48000 - 100; ++n) {
+        const double expected = 32768 * value(static_cast<double>(n) / 16000);
+        ASSERT_NEAR(qFromLittleEndian<qint16>(samples.constData() + 2 * n), expected, 30) << "frame " << n;
+    }
+}
+
+TEST(RecordingSeconds, AreThoseOfTheSamplesAlone)
+{
+    EXPECT_EQ(recordingSeconds({}), 0);
+    EXPECT_EQ(recordingSeconds(QByteArray(kWavHeaderSize, '\0')), 0);
+    EXPECT_EQ(recordingSeconds(QByteArray(kWavHeaderSize + 12800, '\0')), 0.4);
+    EXPECT_LT(recordingSeconds(QByteArray(kWavHeaderSize + 12798, '\0')), 0.4);
 }
 
 TEST_F(RecorderTest, PeakMayBeReadWhileBlocksArriveOnAnotherThread)
@@ -216,7 +259,7 @@ TEST_F(RecorderTest, PeakMayBeReadWhileBlocksArriveOnAnotherThread)
         last = now;
     }
     capture.join();
-    EXPECT_EQ(recorder.stop().size(), 2 * ((20 * 4096 + 1) / 3));
+    EXPECT_EQ(samplesOf(recorder.stop()).size(), 2 * ((20 * 4096 + 1) / 3));
 }
 
 }  // namespace

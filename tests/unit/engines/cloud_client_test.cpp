@@ -25,6 +25,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
+QByteArray wavOf(const QByteArray& samples)
+{
+    QByteArray image = QByteArray(kWavHeaderSize, '\0') + samples;
+    writeWavHeader(image);
+    return image;
+}
+
 QJsonObject scenario(const char* kind, const QJsonObject& more = {})
 {
     QJsonObject object = more;
@@ -87,7 +94,7 @@ protected:
 
     std::unique_ptr<ServerProcess> m_server;
     Config m_config;
-    QByteArray m_wav = makeWav(QByteArray(32000, '\1'));
+    QByteArray m_wav = wavOf(QByteArray(32000, '\1'));
 };
 
 TEST_F(CloudClientTest, sendsTheRequestByteForByte)
@@ -119,7 +126,7 @@ TEST_F(CloudClientTest, sendsGroqItsPathAndModelAndNoPromptWithoutVocabulary)
 TEST_F(CloudClientTest, sendsALongRecordingWhole)
 {
     serve(textScenario("text", u"lang"_s));
-    m_wav = makeWav(QByteArray(20'000'000, '\2'));
+    m_wav = wavOf(QByteArray(20'000'000, '\2'));
     EXPECT_EQ(transcribe().value(), u"lang"_s);
     EXPECT_TRUE(record()[u"valid"_s].toBool());
 }
@@ -291,7 +298,7 @@ TEST_F(CloudClientTest, aSlowUploadThatKeepsMovingIsWaitedFor)
 {
     // Longer than the idle limit in all, although the answer comes only after the whole of it.
     serve(textScenario("text", u"traag"_s, {{u"read_rate"_s, 8'000'000}}));
-    m_wav = makeWav(QByteArray(24'000'000, '\3'));
+    m_wav = wavOf(QByteArray(24'000'000, '\3'));
     EXPECT_EQ(transcribe({2s, 60s}).value(), u"traag"_s);
     EXPECT_TRUE(record()[u"valid"_s].toBool());
 }
