@@ -54,9 +54,7 @@ int run(QApplication& application)
     // Whatever is called back below comes from the event loop, by when the application object is there.
     std::optional<AppDelegate> delegate;
     SessionBusControl control(queue, kVersion);
-    const ClaimResult claim = control.claim(
-        {[&delegate] { delegate->menuToggle(); }, [&delegate] { delegate->cancelRecording(); },
-         [&delegate] { delegate->pasteAgain(); }, [&delegate] { delegate->perform(MenuAction::OpenSettings, {}); }});
+    const ClaimResult claim = control.claim();
     if (claim == ClaimResult::AlreadyRunning) {
         return 0;
     }
@@ -92,10 +90,7 @@ int run(QApplication& application)
     });
     // Not destroyed: when a panel asks the toolkit's icon something while it is taken off the bus, the bus library's
     // thread can reach a connection that is gone. The icon leaves the panel with the process.
-    auto& statusItem = *new TrayStatusItem(
-        queue, trayHost, panelAppearance,
-        [&delegate](MenuAction action, const QVariant& object) { delegate->perform(action, object); },
-        [&delegate](bool isThere) { delegate->trayChanged(isThere); });
+    auto& statusItem = *new TrayStatusItem(queue, trayHost, panelAppearance);
     DesktopWindows windows(
         {file, keychain, secrets, log, workspace, desktop.screens, [&delegate] { delegate->settingsSaved(); }},
         kVersion, {[&delegate] { delegate->openWebsite(); }, [&delegate] { delegate->openFeedback(); }});

@@ -63,8 +63,8 @@ int main(int argc, char* argv[])
     const QDir folder(QCoreApplication::arguments().at(1));
 
     bool written = write(folder.filePath(QStringLiteral("scalable.svg")), scalable());
-    written =
-        write(folder.filePath(QStringLiteral("symbolic.svg")), tavlo::TavloIcon::svg(QStringLiteral("mic"))) && written;
+    written = write(folder.filePath(QStringLiteral("symbolic.svg")), tavlo::TavloIcon::svg(tavlo::Activity::Ready)) &&
+              written;
     for (const int size : kPixelSizes) {
         const QString path = folder.filePath(QString::number(size) + QStringLiteral(".png"));
         if (!pixels(size).save(path)) {

@@ -9,7 +9,6 @@
 #include "settings/config_file.h"
 #include "settings/language.h"
 #include "ui/overlays/overlays.h"
-#include "ui/tray/status_item.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -34,7 +33,7 @@ AppDelegate::AppDelegate(const AppParts& parts)
       m_duckJournal(parts.locations.kDuckJournalURL),
       m_duckRepair(m_duckJournal, parts.outputVolume),
       m_ducker(parts.outputVolume, parts.queue, &m_duckJournal),
-      m_board(m_state, m_recorder, parts.file, parts.loginItem, parts.statusItem),
+      m_board(m_state, parts.file, parts.loginItem, parts.statusItem),
       m_delivery(m_state, parts.queue, parts.pasteboard, parts.keystroke, parts.sounds, m_board),
       m_routing({m_state, parts.queue, parts.background, parts.cloud, parts.local, parts.offer, m_delivery,
                  parts.sounds, m_board, parts.file, parts.log, parts.locations.kLastWavURL}),
@@ -62,7 +61,10 @@ void AppDelegate::applicationDidFinishLaunching()
     m_parts.file.migrateToKeychain();
     gLang = m_parts.file.loadWithoutKey().appLanguage;
     m_state.statusLine = readyText();
-    m_board.setIcon(u"mic"_s);
+    m_registrations.push_back(
+        m_parts.statusItem.appear({[this](MenuAction action, const QVariant& object) { perform(action, object); },
+                                   [this](TrayPresence presence) { trayChanged(presence); }}));
+    m_board.updateIcon();
     m_board.buildMenu();
     m_duckRepair.start();
     m_recorder.levelHandler = [this](float level) { m_parts.hud.push(level); };
@@ -71,6 +73,7 @@ void AppDelegate::applicationDidFinishLaunching()
         m_parts.keyboard.monitor([this](const KeyEvent& event) { m_detection.handleKeyDown(event); },
                                  [this](const KeyEvent& event) { m_detection.handleFlags(event); }));
     m_registrations.push_back(m_parts.audioInput.onConfigurationChange([this] { audioConfigurationChanged(); }));
+    m_registrations.push_back(m_parts.control.onCommand([this](RemoteCommand command) { obey(command); }));
     // The engine line tells whether there is a key, which is known only while the keyring is open.
     m_registrations.push_back(m_parts.secrets.onAvailabilityChange([this] { m_board.buildMenu(); }));
     m_parts.secrets.requestUnlock();
@@ -83,6 +86,30 @@ void AppDelegate::applicationDidFinishLaunching()
 void AppDelegate::applicationWillTerminate()
 {
     m_ducker.restoreImmediately();
+}
+
+void AppDelegate::obey(RemoteCommand command)
+{
+    switch (command) {
+        case RemoteCommand::Toggle:
+            m_session.menuToggle();
+            break;
+        case RemoteCommand::Cancel:
+            cancelRecording();
+            break;
+        case RemoteCommand::PasteAgain:
+            m_delivery.pasteAgain();
+            break;
+        case RemoteCommand::OpenSettings:
+            m_parts.windows.openSettings();
+            break;
+    }
+}
+
+void AppDelegate::setCapturing(bool capturing)
+{
+    m_state.capturing = capturing;
+    m_board.updateIcon();
 }
 
 void AppDelegate::perform(MenuAction action, const QVariant& representedObject)
@@ -129,14 +156,14 @@ void AppDelegate::perform(MenuAction action, const QVariant& representedObject)
 void AppDelegate::cancelRecording()
 {
     // A cancel that was queued before the recording ended comes too late to mean anything.
-    if (m_recorder.isRecording()) {
+    if (m_state.recording) {
         m_session.cancelRecording();
     }
 }
 
-void AppDelegate::trayChanged(bool isThere)
+void AppDelegate::trayChanged(TrayPresence presence)
 {
-    if (isThere || m_missingTrayTold) {
+    if (presence == TrayPresence::Present || m_missingTrayTold) {
         return;
     }
     m_missingTrayTold = true;
@@ -157,7 +184,7 @@ void AppDelegate::settingsSaved()
 
 void AppDelegate::audioConfigurationChanged()
 {
-    if (!m_recorder.isRecording()) {
+    if (!m_state.recording) {
         return;
     }
     m_parts.log.appLog(u"Audio-apparaat gewisseld tijdens opname - opname gestopt"_s);
@@ -173,11 +200,7 @@ void AppDelegate::audioConfigurationChanged()
 
 void AppDelegate::publishState()
 {
-    const QString state = m_recorder.isRecording() ? u"recording"_s
-                          : m_state.busy           ? u"transcribing"_s
-                          : m_state.capturing      ? u"capturing"_s
-                                                   : u"ready"_s;
-    m_parts.control.publish(state, m_state.statusLine);
+    m_parts.control.publish(m_state.activity(), m_state.statusLine);
 }
 
 void AppDelegate::showMessage(const QString& text, std::optional<double> autoHideSeconds)

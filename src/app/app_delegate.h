@@ -13,7 +13,7 @@
 #include "hotkeys/hotkey_display.h"
 #include "platform/registration.h"
 #include "settings/locations.h"
-#include "ui/tray/status_menu.h"
+#include "ui/tray/status_item.h"
 
 #include <QString>
 #include <QVariant>
@@ -28,7 +28,7 @@ class ConfigFile;
 class DesktopNotification;
 class RemoteControl;
 class SecretStore;
-class StatusItem;
+enum class RemoteCommand;
 
 // The desktop and the rooms below, as the application object uses them. All of it outlives the application object.
 struct AppParts {
@@ -68,6 +68,7 @@ public:
     // Puts a lowered volume back; nothing else. May be called more than once.
     void applicationWillTerminate();
 
+    void obey(RemoteCommand command);
     void perform(MenuAction action, const QVariant& representedObject);
     void menuToggle() { m_session.menuToggle(); }
     void pasteAgain() { m_delivery.pasteAgain(); }
@@ -77,11 +78,11 @@ public:
     // Ends a running recording without a result; does nothing when none runs.
     void cancelRecording() override;
     // Whether the desktop has a tray for the icon; where it has none the user is told once, and how to do without.
-    void trayChanged(bool isThere);
+    void trayChanged(TrayPresence presence);
     // What follows a save in the settings window.
     void settingsSaved();
 
-    bool isRecording() const override { return m_recorder.isRecording(); }
+    bool isRecording() const override { return m_state.recording; }
     bool isBusy() const override { return m_state.busy; }
     bool isCapturing() const override { return m_state.capturing; }
     const QString& statusLine() const { return m_state.statusLine; }
@@ -95,8 +96,7 @@ private:
     void captureModifier(const KeyEvent& event) override { m_capture.captureModifier(event); }
     void finishCapture(const KeyEvent& event) override { m_capture.finishCapture(event); }
     // HotkeyDisplay
-    void setCapturing(bool capturing) override { m_state.capturing = capturing; }
-    void setIcon(const QString& state) override { m_board.setIcon(state); }
+    void setCapturing(bool capturing) override;
     void setStatusLine(const QString& text) override { m_board.setStatusLine(text); }
     void showMessage(const QString& text, std::optional<double> autoHideSeconds) override;
     void hideMessage() override;

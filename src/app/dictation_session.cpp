@@ -48,7 +48,7 @@ void DictationSession::menuToggle()
     if (m_parts.state.busy || m_parts.state.capturing) {
         return;
     }
-    if (m_parts.recorder.isRecording()) {
+    if (m_parts.state.recording) {
         finishRecording();
     } else {
         startRecording();
@@ -61,6 +61,7 @@ void DictationSession::startRecording()
         flashError(t(u"Microfoon: "_s, u"Microphone: "_s) + started.error().description);
         return;
     }
+    m_parts.state.recording = true;
     m_parts.sounds.playSound(u"Pop"_s, 0.15F);
     // The key plays no part in a recording's start, so a slow keyring must not delay it.
     const Config config = m_parts.file.loadWithoutKey();
@@ -68,7 +69,7 @@ void DictationSession::startRecording()
         m_parts.ducker.duckTo(static_cast<float>(config.duckVolume));
     }
     m_parts.hud.show();
-    m_parts.board.setIcon(u"waveform"_s);
+    m_parts.board.updateIcon();
     const QString label = hotkeyFrom(config, m_parts.file.path()).label();
     m_parts.board.setStatusLine(t(u"Opnemen… "_s + label + u" = stop, Esc = annuleren"_s,
                                   u"Recording… "_s + label + u" = stop, Esc = cancel"_s));
@@ -79,13 +80,14 @@ void DictationSession::finishRecording()
 {
     m_parts.file.beginLoad();  // The key is looked for while the last frames come.
     const QByteArray wav = m_parts.recorder.stop();
+    m_parts.state.recording = false;
     m_parts.hud.hide();
     m_parts.ducker.restore();
     m_parts.sounds.playSound(u"Tink"_s, 0.12F);
 
     const double duration = recordingSeconds(wav);
     if (duration < kShortestRecordingSeconds) {
-        m_parts.board.setIcon(u"mic"_s);
+        m_parts.board.updateIcon();
         m_parts.board.setStatusLine(t(u"Opname te kort"_s, u"Recording too short"_s));
         return;
     }
@@ -98,7 +100,7 @@ void DictationSession::finishRecording()
 
 void DictationSession::rejectSilence()
 {
-    m_parts.board.setIcon(u"mic"_s);
+    m_parts.board.updateIcon();
     const float peak = m_parts.recorder.peakLevel();
     QString statusLine;
     if (judgePeak(peak) == Heard::NoSignal) {
@@ -124,7 +126,7 @@ void DictationSession::transcribe(const QByteArray& wav, double durationSeconds)
         qFatal("busyToken overflows");
     }
     const std::int64_t token = ++state.busyToken;
-    m_parts.board.setIcon(u"hourglass"_s);
+    m_parts.board.updateIcon();
     const QString seconds = QString::number(static_cast<qint64>(durationSeconds));
     const Config config = m_parts.file.load();
     m_parts.board.setStatusLine(
@@ -145,7 +147,7 @@ void DictationSession::watchdogFired(std::int64_t token)
         return;
     }
     m_parts.state.busy = false;
-    m_parts.board.setIcon(u"mic"_s);
+    m_parts.board.updateIcon();
     m_parts.log.appLog(u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
     m_parts.sounds.playSound(u"Basso"_s, 0.5F);
     m_parts.board.setStatusLine(kWarning + t(u"Transcriptie duurde te lang en is afgebroken - opname is bewaard als "
@@ -158,10 +160,11 @@ void DictationSession::cancelRecording()
 {
     // The samples are dropped with the returned value.
     m_parts.recorder.stop();
+    m_parts.state.recording = false;
     m_parts.hud.hide();
     m_parts.ducker.restore();
     m_parts.sounds.playSound(u"Basso"_s, 0.2F);
-    m_parts.board.setIcon(u"mic"_s);
+    m_parts.board.updateIcon();
     m_parts.board.setStatusLine(t(u"Opname geannuleerd"_s, u"Recording cancelled"_s));
 }
 

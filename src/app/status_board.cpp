@@ -1,6 +1,5 @@
 #include "app/status_board.h"
 
-#include "audio/recorder.h"
 #include "hotkeys/hotkey_catalogue.h"
 #include "platform/login_item.h"
 #include "settings/config_file.h"
@@ -9,9 +8,16 @@
 
 namespace tavlo {
 
-StatusBoard::StatusBoard(SessionState& state, const Recorder& recorder, const ConfigFile& file, LoginItem& loginItem,
-                         StatusItem& statusItem)
-    : m_state(state), m_recorder(recorder), m_file(file), m_loginItem(loginItem), m_statusItem(statusItem)
+Activity SessionState::activity() const
+{
+    return recording   ? Activity::Recording
+           : busy      ? Activity::Transcribing
+           : capturing ? Activity::Capturing
+                       : Activity::Ready;
+}
+
+StatusBoard::StatusBoard(SessionState& state, const ConfigFile& file, LoginItem& loginItem, StatusItem& statusItem)
+    : m_state(state), m_file(file), m_loginItem(loginItem), m_statusItem(statusItem)
 {
 }
 
@@ -36,7 +42,7 @@ void StatusBoard::buildMenu(const Config& config)
     MenuState menu;
     menu.statusLine = m_state.statusLine;
     menu.lastText = m_state.lastText;
-    menu.recording = m_recorder.isRecording();
+    menu.recording = m_state.recording;
     menu.config = config;
     menu.hotkey = hotkeyFrom(menu.config, m_file.path());
     menu.loginItemEnabled = m_loginItem.isEnabled();
@@ -46,9 +52,9 @@ void StatusBoard::buildMenu(const Config& config)
     }
 }
 
-void StatusBoard::setIcon(const QString& state)
+void StatusBoard::updateIcon()
 {
-    m_statusItem.setIcon(state);
+    m_statusItem.setIcon(m_state.activity());
 }
 
 }  // namespace tavlo

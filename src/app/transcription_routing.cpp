@@ -107,7 +107,7 @@ void TranscriptionRouting::routeToLocal(const Config& config)
         }
         // The token stays: the watchdog of this recording still guards it.
         m_parts.state.busy = true;
-        m_parts.board.setIcon(u"hourglass"_s);
+        m_parts.board.updateIcon();
         m_parts.board.setStatusLine(t(u"Transcriberen…"_s, u"Transcribing…"_s));
         runLocal(config, [this](const TranscriptionResult& local) { handleLocal(local); });
     });
@@ -157,7 +157,7 @@ void TranscriptionRouting::deliver(const QString& text, const QString& engine)
 void TranscriptionRouting::setReady()
 {
     m_parts.state.busy = false;
-    m_parts.board.setIcon(u"mic"_s);
+    m_parts.board.updateIcon();
 }
 
 }  // namespace tavlo

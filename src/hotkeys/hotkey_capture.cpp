@@ -78,7 +78,6 @@ void HotkeyCapture::startCapture()
         return;
     }
     m_display.setCapturing(true);
-    m_display.setIcon(u"keyboard"_s);
     m_queue.postAfter(kPromptDelay, m_lifetime.reference(), [this] {
         if (m_display.isCapturing()) {
             m_display.showMessage(
@@ -119,7 +118,6 @@ void HotkeyCapture::finishCapture(const KeyEvent& event)
     }
     if (event.keyCode == kEscapeKeyCode) {
         m_display.setCapturing(false);
-        m_display.setIcon(u"mic"_s);
         m_display.showMessage(selectionCancelled(), 1.5);
         m_display.setStatusLine(selectionCancelled());
         return;
@@ -136,7 +134,6 @@ void HotkeyCapture::warnAboutTypingKey(std::uint16_t keyCode, const QString& nam
 {
     m_display.setCapturing(false);
     m_display.hideMessage();
-    m_display.setIcon(u"mic"_s);
     const TypingKeyAlert alert = typingKeyAlert(name);
     m_display.showTypingKeyAlert(alert, [this, alive = m_lifetime.reference(), keyCode, name](TypingKeyAnswer answer) {
         if (alive.expired()) {
@@ -163,7 +160,6 @@ void HotkeyCapture::saveCustomHotkey(std::uint16_t keyCode, const QString& label
     m_file.update(setting::kCustomKeycode, keyCode);
     m_file.update(setting::kCustomLabel, label);
     m_file.update(setting::kCustomIsModifier, isModifier);
-    m_display.setIcon(u"mic"_s);
     m_display.showMessage(t(u"✓ Sneltoets is nu: "_s, u"✓ Hotkey is now: "_s) + label, 2.5);
     m_log.appLog(u"Sneltoets gewijzigd naar "_s + label + u" (keycode "_s + QString::number(keyCode) +
                  QLatin1Char(')'));

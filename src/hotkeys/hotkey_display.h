@@ -25,8 +25,8 @@ public:
     virtual bool isRecording() const = 0;
     virtual bool isBusy() const = 0;
     virtual bool isCapturing() const = 0;
+    // Shows in the icon as well, at once.
     virtual void setCapturing(bool capturing) = 0;
-    virtual void setIcon(const QString& state) = 0;
     // Sets the status line and rebuilds the menu.
     virtual void setStatusLine(const QString& text) = 0;
     virtual void showMessage(const QString& text, std::optional<double> autoHideSeconds) = 0;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/activity.h"
+#include "platform/registration.h"
+
 #include <QString>
 
 #include <functional>
@@ -12,14 +15,8 @@ enum class ClaimResult {
     NoBus            // Nobody can tell: there is no session bus, or it refuses the name. The program runs unserved.
 };
 
-// What other programs of the session ask for. Each runs on the main thread, by way of the main queue, after the asker
-// has had its answer.
-struct RemoteHandlers {
-    std::function<void()> toggle;
-    std::function<void()> cancel;
-    std::function<void()> pasteAgain;
-    std::function<void()> openSettings;
-};
+// What other programs of the session may ask for.
+enum class RemoteCommand { Toggle, Cancel, PasteAgain, OpenSettings };
 
 // One instance a session, and its control by other programs. Main thread.
 class RemoteControl {
@@ -28,11 +25,15 @@ public:
 
     // Becomes the session's instance if there is none. Waits for the bus, and for another instance two seconds at
     // most. A bus that goes away later is no failure; when it comes back at its place, the claim is made again.
-    virtual ClaimResult claim(RemoteHandlers handlers) = 0;
+    virtual ClaimResult claim() = 0;
 
-    // Tells the state ("ready", "recording", "transcribing" or "capturing") and the status line to whoever reads or
-    // watches them. Never waits; may be called before `claim` and without a bus.
-    virtual void publish(const QString& state, const QString& statusLine) = 0;
+    // `handler` is called on the main thread, by way of the main queue, after the asker has had its answer. A command
+    // that comes while there is no handler is answered and dropped.
+    [[nodiscard]] virtual Registration onCommand(std::function<void(RemoteCommand)> handler) = 0;
+
+    // Tells the activity and the status line to whoever reads or watches them. Never waits; may be called before
+    // `claim` and without a bus.
+    virtual void publish(Activity activity, const QString& statusLine) = 0;
 };
 
 }  // namespace tavlo

@@ -24,6 +24,39 @@ const QString kLocal = u"org.freedesktop.DBus.Local"_s;
 const QString kDisconnected = u"Disconnected"_s;
 const QString kProperties = u"org.freedesktop.DBus.Properties"_s;
 
+std::optional<RemoteCommand> commandOf(const QString& method)
+{
+    if (method == "Toggle"_L1) {
+        return RemoteCommand::Toggle;
+    }
+    if (method == "Cancel"_L1) {
+        return RemoteCommand::Cancel;
+    }
+    if (method == "PasteAgain"_L1) {
+        return RemoteCommand::PasteAgain;
+    }
+    if (method == "OpenSettings"_L1) {
+        return RemoteCommand::OpenSettings;
+    }
+    return std::nullopt;
+}
+
+// The value of the property State.
+QString nameOf(Activity activity)
+{
+    switch (activity) {
+        case Activity::Recording:
+            return u"recording"_s;
+        case Activity::Transcribing:
+            return u"transcribing"_s;
+        case Activity::Capturing:
+            return u"capturing"_s;
+        case Activity::Ready:
+            break;
+    }
+    return u"ready"_s;
+}
+
 }  // namespace
 
 QString ControlObject::path()
@@ -56,10 +89,10 @@ void ControlObject::stopServing()
     }
 }
 
-void ControlObject::publish(const QString& state, const QString& statusLine)
+void ControlObject::publish(Activity activity, const QString& statusLine)
 {
     const QVariantMap before = properties();
-    m_state = state;
+    m_activity = activity;
     m_statusLine = statusLine;
     QVariantMap changed;
     const QVariantMap now = properties();
@@ -95,12 +128,12 @@ bool ControlObject::handleMessage(const QDBusMessage& message, const QDBusConnec
     if (message.interface() == kProperties) {
         return handleProperties(message, connection);
     }
-    const std::function<void()> handler = handlerOf(message.member());
-    if (!handler || (!message.interface().isEmpty() && message.interface() != interface())) {
+    const std::optional<RemoteCommand> command = commandOf(message.member());
+    if (!command || (!message.interface().isEmpty() && message.interface() != interface())) {
         return false;
     }
     connection.send(message.createReply());
-    m_queue.post(m_lifetime.reference(), handler);
+    m_queue.post(m_lifetime.reference(), [this, command] { m_commands.call(*command); });
     return true;
 }
 
@@ -132,24 +165,7 @@ bool ControlObject::handleProperties(const QDBusMessage& message, const QDBusCon
 
 QVariantMap ControlObject::properties() const
 {
-    return {{u"State"_s, m_state}, {u"StatusLine"_s, m_statusLine}, {u"Version"_s, m_version}};
-}
-
-std::function<void()> ControlObject::handlerOf(const QString& method) const
-{
-    if (method == "Toggle"_L1) {
-        return m_handlers.toggle;
-    }
-    if (method == "Cancel"_L1) {
-        return m_handlers.cancel;
-    }
-    if (method == "PasteAgain"_L1) {
-        return m_handlers.pasteAgain;
-    }
-    if (method == "OpenSettings"_L1) {
-        return m_handlers.openSettings;
-    }
-    return {};
+    return {{u"State"_s, nameOf(m_activity)}, {u"StatusLine"_s, m_statusLine}, {u"Version"_s, m_version}};
 }
 
 void ControlObject::busDisconnected()
@@ -199,15 +215,14 @@ SessionBusControl::~SessionBusControl()
     disconnect();
 }
 
-ClaimResult SessionBusControl::claim(RemoteHandlers handlers)
+Registration SessionBusControl::onCommand(std::function<void(RemoteCommand)> handler)
 {
-    m_object->setHandlers(std::move(handlers));
-    return connectAndClaim();
+    return m_object->onCommand(std::move(handler));
 }
 
-void SessionBusControl::publish(const QString& state, const QString& statusLine)
+void SessionBusControl::publish(Activity activity, const QString& statusLine)
 {
-    m_object->publish(state, statusLine);
+    m_object->publish(activity, statusLine);
 }
 
 std::optional<QDBusConnection> SessionBusControl::connection() const
@@ -215,7 +230,7 @@ std::optional<QDBusConnection> SessionBusControl::connection() const
     return m_object->bus();
 }
 
-ClaimResult SessionBusControl::connectAndClaim()
+ClaimResult SessionBusControl::claim()
 {
     m_address = sessionBusAddress();
     if (m_address.isEmpty()) {
@@ -283,7 +298,7 @@ void SessionBusControl::tryAgain(int attemptsLeft)
         return;
     }
     m_queue.postAfter(kRetryDelay, m_retry.reference(), [this, attemptsLeft] {
-        if (connectAndClaim() != ClaimResult::NoBus) {
+        if (claim() != ClaimResult::NoBus) {
             m_watcher.reset();
             if (m_returned && !m_connectionName.isEmpty()) {
                 m_returned(QDBusConnection(m_connectionName));

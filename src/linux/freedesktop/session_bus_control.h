@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/queues.h"
+#include "platform/registration.h"
 #include "platform/remote_control.h"
 #include "platform/text_literals.h"
 
@@ -27,14 +28,14 @@ public:
 
     ControlObject(MainQueue& queue, QString version);
 
-    void setHandlers(RemoteHandlers handlers) { m_handlers = std::move(handlers); }
+    Registration onCommand(std::function<void(RemoteCommand)> handler) { return m_commands.add(std::move(handler)); }
     void onDisconnected(std::function<void()> disconnected) { m_disconnected = std::move(disconnected); }
     void serveOn(const QDBusConnection& bus);
     // To be called before the connection is given up: from here on it hands over nothing more.
     void stopServing();
     // The connection that it serves on.
     const std::optional<QDBusConnection>& bus() const { return m_bus; }
-    void publish(const QString& state, const QString& statusLine);
+    void publish(Activity activity, const QString& statusLine);
 
     QString introspect(const QString& path) const override;
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
@@ -45,13 +46,12 @@ private Q_SLOTS:
 private:
     bool handleProperties(const QDBusMessage& message, const QDBusConnection& connection) const;
     QVariantMap properties() const;
-    std::function<void()> handlerOf(const QString& method) const;
 
     MainQueue& m_queue;
     QString m_version;
-    QString m_state = u"ready"_s;
+    Activity m_activity = Activity::Ready;
     QString m_statusLine;
-    RemoteHandlers m_handlers;
+    HandlerList<RemoteCommand> m_commands;
     std::function<void()> m_disconnected;
     std::optional<QDBusConnection> m_bus;
     Lifetime m_lifetime;
@@ -65,8 +65,9 @@ public:
     SessionBusControl(const SessionBusControl&) = delete;
     SessionBusControl& operator=(const SessionBusControl&) = delete;
 
-    ClaimResult claim(RemoteHandlers handlers) override;
-    void publish(const QString& state, const QString& statusLine) override;
+    ClaimResult claim() override;
+    Registration onCommand(std::function<void(RemoteCommand)> handler) override;
+    void publish(Activity activity, const QString& statusLine) override;
 
     // The connection to the bus, while there is one.
     std::optional<QDBusConnection> connection() const;
@@ -74,7 +75,6 @@ public:
     void onReturn(std::function<void(const QDBusConnection&)> returned) { m_returned = std::move(returned); }
 
 private:
-    ClaimResult connectAndClaim();
     void disconnect();
     void busWentAway();
     void watchForBus();

@@ -135,16 +135,17 @@ IconMeasures iconForPixels(int side)
             design.questionMarkSize * scale};
 }
 
-QPainterPath iconShape(const QString& state, const IconMeasures& measures)
+QPainterPath iconShape(Activity activity, const IconMeasures& measures)
 {
-    if (state == "waveform"_L1) {
-        return frame(measures, measures.blockInset).subtracted(bars(measures));
-    }
-    if (state == "hourglass"_L1) {
-        return outline(measures).united(dots(measures));
-    }
-    if (state == "keyboard"_L1) {
-        return outline(measures).united(questionMark(measures));
+    switch (activity) {
+        case Activity::Recording:
+            return frame(measures, measures.blockInset).subtracted(bars(measures));
+        case Activity::Transcribing:
+            return outline(measures).united(dots(measures));
+        case Activity::Capturing:
+            return outline(measures).united(questionMark(measures));
+        case Activity::Ready:
+            break;
     }
     return outline(measures).united(bars(measures));
 }
@@ -160,18 +161,18 @@ QColor colourOf(IconInk ink)
 }
 
 // The shape of whole pixels, in the middle of a picture.
-void drawOnPixels(QPainter& painter, const QSize& pixels, const QString& state, const QColor& colour)
+void drawOnPixels(QPainter& painter, const QSize& pixels, Activity activity, const QColor& colour)
 {
     const IconMeasures measures = iconForPixels(std::min(pixels.width(), pixels.height()));
     const QPointF place(std::floor((pixels.width() - measures.size.width()) / 2),
                         std::floor((pixels.height() - measures.size.height()) / 2));
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillPath(iconShape(state, measures).translated(place), colour);
+    painter.fillPath(iconShape(activity, measures).translated(place), colour);
 }
 
 class TavloIconEngine : public QIconEngine {
 public:
-    TavloIconEngine(QString state, IconInk ink) : m_state(std::move(state)), m_ink(ink) {}
+    TavloIconEngine(Activity activity, IconInk ink) : m_activity(activity), m_ink(ink) {}
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override
     {
@@ -184,7 +185,7 @@ public:
         QPixmap picture(size);
         picture.fill(Qt::transparent);
         QPainter painter(&picture);
-        drawOnPixels(painter, size, m_state, colourOf(m_ink));
+        drawOnPixels(painter, size, m_activity, colourOf(m_ink));
         return picture;
     }
 
@@ -205,10 +206,10 @@ public:
         return sizes;
     }
 
-    QIconEngine* clone() const override { return new TavloIconEngine(m_state, m_ink); }
+    QIconEngine* clone() const override { return new TavloIconEngine(m_activity, m_ink); }
 
 private:
-    QString m_state;
+    Activity m_activity;
     IconInk m_ink;
 };
 
@@ -243,18 +244,18 @@ QByteArray pathData(const QPainterPath& path)
 
 }  // namespace
 
-QIcon TavloIcon::menuBar(const QString& state, IconInk ink)
+QIcon TavloIcon::menuBar(Activity activity, IconInk ink)
 {
-    static std::map<std::pair<QString, IconInk>, QIcon> cache;
-    const auto key = std::make_pair(state, ink);
+    static std::map<std::pair<Activity, IconInk>, QIcon> cache;
+    const auto key = std::make_pair(activity, ink);
     auto found = cache.find(key);
     if (found == cache.end()) {
-        found = cache.emplace(key, QIcon(new TavloIconEngine(state, ink))).first;
+        found = cache.emplace(key, QIcon(new TavloIconEngine(activity, ink))).first;
     }
     return found->second;
 }
 
-void TavloIcon::draw(QPainter& painter, const QRectF& bounds, const QString& state, const QColor& colour)
+void TavloIcon::draw(QPainter& painter, const QRectF& bounds, Activity activity, const QColor& colour)
 {
     const IconMeasures measures = designedIcon();
     const double scale = std::min(bounds.width() / measures.size.width(), bounds.height() / measures.size.height());
@@ -262,13 +263,13 @@ void TavloIcon::draw(QPainter& painter, const QRectF& bounds, const QString& sta
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(bounds.center() - QPointF(measures.size.width(), measures.size.height()) * scale / 2);
     painter.scale(scale, scale);
-    painter.fillPath(iconShape(state, measures), colour);
+    painter.fillPath(iconShape(activity, measures), colour);
     painter.restore();
 }
 
-QByteArray TavloIcon::svg(const QString& state)
+QByteArray TavloIcon::svg(Activity activity)
 {
-    const QPainterPath shape = iconShape(state, designedIcon()).translated(0, 1);
+    const QPainterPath shape = iconShape(activity, designedIcon()).translated(0, 1);
     const QByteArray rule = shape.fillRule() == Qt::OddEvenFill ? "evenodd" : "nonzero";
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
            "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"18\" height=\"18\" viewBox=\"0 0 18 18\">\n"

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "platform/activity.h"
+
 #include <QByteArray>
 #include <QIcon>
 #include <QPainterPath>
 #include <QRectF>
-#include <QString>
 
 class QPainter;
 
@@ -31,27 +32,27 @@ IconMeasures designedIcon();
 // As in other panel icons the shape leaves some room at the edges of the square from 22 pixels up.
 IconMeasures iconForPixels(int side);
 
-// What is solid in the icon of that state: "mic", "waveform", "hourglass" or "keyboard"; any other name looks like
-// "mic". From the top-left corner downwards.
-QPainterPath iconShape(const QString& state, const IconMeasures& measures);
+// What is solid in the icon of that activity, from the top-left corner downwards: bars in a frame while ready, the bars
+// cut out of a block while recording, three dots while transcribing, a question mark while a key is chosen.
+QPainterPath iconShape(Activity activity, const IconMeasures& measures);
 
 // The colour in which the icon is drawn, so that it stands out on its panel.
 enum class IconInk { Dark, Light };
 
-// The icon of the status item, drawn in code; its shape tells the state. Main thread.
+// The icon of the status item, drawn in code; its shape tells the activity. Main thread.
 class TavloIcon {
 public:
     TavloIcon() = delete;
 
-    // The icon of a state; the same image for the same state and ink at every call. It is drawn anew for every size
-    // and scale that is asked for. In dark ink it is an alpha mask in black.
-    static QIcon menuBar(const QString& state, IconInk ink = IconInk::Dark);
+    // The icon of an activity; the same image for the same activity and ink at every call. It is drawn anew for every
+    // size and scale that is asked for. In dark ink it is an alpha mask in black.
+    static QIcon menuBar(Activity activity, IconInk ink = IconInk::Dark);
 
     // Draws the designed shape, as large as it fits, into the middle of `bounds`.
-    static void draw(QPainter& painter, const QRectF& bounds, const QString& state, const QColor& colour);
+    static void draw(QPainter& painter, const QRectF& bounds, Activity activity, const QColor& colour);
 
     // The designed shape as an SVG document of 18 by 18, in the colour that desktops replace in symbolic icons.
-    static QByteArray svg(const QString& state);
+    static QByteArray svg(Activity activity);
 };
 
 }  // namespace tavlo

@@ -35,27 +35,31 @@ struct TrayStatusItem::Mirrored {
     QMenu menu;
 };
 
-TrayStatusItem::TrayStatusItem(MainQueue& queue, TrayHost& host, PanelAppearance& appearance,
-                               MenuMirror::Handler handler, AvailabilityObserver observer)
-    : m_queue(queue),
-      m_host(host),
-      m_appearance(appearance),
-      m_handler(std::move(handler)),
-      m_observer(std::move(observer)),
-      m_state(u"mic"_s)
+TrayStatusItem::TrayStatusItem(MainQueue& queue, TrayHost& host, PanelAppearance& appearance)
+    : m_queue(queue), m_host(host), m_appearance(appearance)
 {
     setObjectName(u"Tavlo"_s);
-    m_hostRegistration = m_host.observe([this] { hostChanged(); });
-    m_appearanceRegistration = m_appearance.observe([this] { redraw(); });
-    QCoreApplication::instance()->installEventFilter(this);
-    hostChanged();
 }
 
 TrayStatusItem::~TrayStatusItem() = default;
 
-void TrayStatusItem::setIcon(const QString& state)
+Registration TrayStatusItem::appear(StatusItemHandlers handlers)
 {
-    m_state = state;
+    m_handlers = std::move(handlers);
+    m_hostRegistration = m_host.observe([this] { hostChanged(); });
+    m_appearanceRegistration = m_appearance.observe([this] { redraw(); });
+    QCoreApplication::instance()->installEventFilter(this);
+    hostChanged();
+    return Registration([this, alive = m_lifetime.reference()] {
+        if (!alive.expired()) {
+            m_handlers = {};
+        }
+    });
+}
+
+void TrayStatusItem::setIcon(Activity activity)
+{
+    m_activity = activity;
     redraw();
 }
 
@@ -111,18 +115,23 @@ void TrayStatusItem::settle()
         putIconBack();
     }
     // A tray of the other kind, which comes after the toolkit's decision, is of no use to us any more.
-    const bool available = m_icon && m_host.offers(m_kind);
-    if (m_reported != available) {
-        m_reported = available;
-        m_observer(available);
+    const auto presence = m_icon && m_host.offers(m_kind) ? TrayPresence::Present : TrayPresence::Absent;
+    if (m_reported != presence) {
+        m_reported = presence;
+        if (m_handlers.trayChanged) {
+            m_handlers.trayChanged(presence);
+        }
     }
 }
 
 std::unique_ptr<TrayStatusItem::Mirrored> TrayStatusItem::createMenu(TitleEscaping escaping)
 {
     auto created = std::make_unique<Mirrored>(escaping, [this](MenuAction action, const QVariant& representedObject) {
-        m_queue.post(m_lifetime.reference(),
-                     [this, action, representedObject] { m_handler(action, representedObject); });
+        m_queue.post(m_lifetime.reference(), [this, action, representedObject] {
+            if (m_handlers.chosen) {
+                m_handlers.chosen(action, representedObject);
+            }
+        });
     });
     created->menu.setAccessibleName(u"Tavlo"_s);
     connect(&created->menu, &QMenu::aboutToShow, &created->menu,
@@ -163,7 +172,7 @@ void TrayStatusItem::redraw()
 {
     if (m_icon) {
         const QColor windowColour = QGuiApplication::palette().color(QPalette::Window);
-        const QIcon icon = TavloIcon::menuBar(m_state, panelInk(m_appearance.surroundings(), windowColour));
+        const QIcon icon = TavloIcon::menuBar(m_activity, panelInk(m_appearance.surroundings(), windowColour));
         if (icon.cacheKey() != m_icon->icon().cacheKey()) {
             m_icon->setIcon(icon);
         }

@@ -9,8 +9,8 @@
 
 #include <QObject>
 
-#include <functional>
 #include <memory>
+#include <optional>
 
 class QKeyEvent;
 class QSystemTrayIcon;
@@ -21,15 +21,12 @@ namespace tavlo {
 // first icon, which kind of tray there is. Main thread.
 class TrayStatusItem : public QObject, public StatusItem {
 public:
-    // Says whether there is a tray to stand in: once soon after the start, later at each change that lasts.
-    using AvailabilityObserver = std::function<void(bool trayAvailable)>;
-
-    // `handler` is called for the chosen rows, on the main queue, after the menu has dealt with the choice.
-    TrayStatusItem(MainQueue& queue, TrayHost& host, PanelAppearance& appearance, MenuMirror::Handler handler,
-                   AvailabilityObserver observer);
+    // All outlive this object.
+    TrayStatusItem(MainQueue& queue, TrayHost& host, PanelAppearance& appearance);
     ~TrayStatusItem() override;
 
-    void setIcon(const QString& state) override;
+    Registration appear(StatusItemHandlers handlers) override;
+    void setIcon(Activity activity) override;
     void setMenu(const MenuDescription& menu) override;
 
 protected:
@@ -51,11 +48,10 @@ private:
     MainQueue& m_queue;
     TrayHost& m_host;
     PanelAppearance& m_appearance;
-    MenuMirror::Handler m_handler;
-    AvailabilityObserver m_observer;
-    QString m_state;
+    StatusItemHandlers m_handlers;
+    Activity m_activity = Activity::Ready;
     MenuDescription m_description;
-    std::optional<bool> m_reported;
+    std::optional<TrayPresence> m_reported;
     TrayKind m_kind = TrayKind::None;  // of the icon, for good
     int m_busNumber = 0;               // at which the icon was made
     // Both outlive the icon that shows them.

@@ -18,6 +18,7 @@
 
 #include <atomic>
 #include <thread>
+#include <vector>
 
 namespace tavlo {
 namespace {
@@ -52,11 +53,7 @@ private:
 
 class RemoteControlTest : public ::testing::Test {
 protected:
-    RemoteHandlers handlers()
-    {
-        return {[this] { m_called += u"toggle "_s; }, [this] { m_called += u"cancel "_s; },
-                [this] { m_called += u"paste "_s; }, [this] { m_called += u"settings "_s; }};
-    }
+    using Commands = std::vector<RemoteCommand>;
 
     // Waits with the event loop and the queue running; time on the queue goes on.
     bool waitFor(const std::function<bool()>& condition)
@@ -87,68 +84,80 @@ protected:
     PrivateBus m_bus;
     OtherProgram m_other{m_bus};
     SessionBusControl m_control{m_queue, u"1.2.3"_s};
-    QString m_called;
+    Commands m_commands;
+    Registration m_registration = m_control.onCommand([this](RemoteCommand command) { m_commands.push_back(command); });
 };
 
 TEST_F(RemoteControlTest, TheFirstInstanceHasTheName)
 {
-    EXPECT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    EXPECT_EQ(m_control.claim(), ClaimResult::Claimed);
     EXPECT_TRUE(m_other.bus().interface()->isServiceRegistered(kName));
 }
 
 TEST_F(RemoteControlTest, ASecondInstanceAsksTheFirstToOpenItsSettings)
 {
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
     std::atomic<bool> done = false;
     ClaimResult result = ClaimResult::NoBus;
     std::thread second([&] {
         ManualMainQueue queue;
         SessionBusControl control(queue, u"1.2.3"_s);
-        result = control.claim({});
+        result = control.claim();
         done = true;
     });
     EXPECT_TRUE(waitFor([&] { return done.load(); }));
     second.join();
     EXPECT_EQ(result, ClaimResult::AlreadyRunning);
-    EXPECT_TRUE(waitFor([&] { return !m_called.isEmpty(); }));
-    EXPECT_EQ(m_called, u"settings "_s);
+    EXPECT_TRUE(waitFor([&] { return !m_commands.empty(); }));
+    EXPECT_EQ(m_commands, Commands{RemoteCommand::OpenSettings});
 }
 
 TEST_F(RemoteControlTest, TheNameIsFreeAgainAfterTheFirstInstanceEnded)
 {
     {
         SessionBusControl first(m_queue, u"1"_s);
-        ASSERT_EQ(first.claim(handlers()), ClaimResult::Claimed);
+        ASSERT_EQ(first.claim(), ClaimResult::Claimed);
     }
     EXPECT_TRUE(waitFor([&] { return !m_other.bus().interface()->isServiceRegistered(kName).value(); }));
-    EXPECT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    EXPECT_EQ(m_control.claim(), ClaimResult::Claimed);
 }
 
-TEST_F(RemoteControlTest, EachMethodRunsItsHandlerByWayOfTheMainQueue)
+TEST_F(RemoteControlTest, EachMethodIsACommandByWayOfTheMainQueue)
 {
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
     for (const char* method : {"Toggle", "Cancel", "PasteAgain", "OpenSettings"}) {
         EXPECT_EQ(call(kInterface, QString::fromLatin1(method)).type(), QDBusMessage::ReplyMessage);
     }
-    EXPECT_TRUE(waitFor([&] { return m_called == u"toggle cancel paste settings "_s; }));
+    EXPECT_TRUE(waitFor([&] { return m_commands.size() == 4; }));
+    EXPECT_EQ(m_commands, (Commands{RemoteCommand::Toggle, RemoteCommand::Cancel, RemoteCommand::PasteAgain,
+                                    RemoteCommand::OpenSettings}));
+}
+
+TEST_F(RemoteControlTest, ACommandThatNobodyWaitsForIsAnsweredAndDropped)
+{
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
+    m_registration = {};
+    EXPECT_EQ(call(kInterface, u"Toggle"_s).type(), QDBusMessage::ReplyMessage);
+    m_queue.runPending();
+    EXPECT_TRUE(m_commands.empty());
 }
 
 TEST_F(RemoteControlTest, AnUnknownMethodIsRefused)
 {
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
     EXPECT_EQ(call(kInterface, u"Explode"_s).type(), QDBusMessage::ErrorMessage);
     EXPECT_EQ(call(u"org.example.Other"_s, u"Toggle"_s).type(), QDBusMessage::ErrorMessage);
-    EXPECT_EQ(m_called, QString());
+    EXPECT_TRUE(m_commands.empty());
 }
 
 TEST_F(RemoteControlTest, PropertiesTellStateStatusLineAndVersion)
 {
-    m_control.publish(u"ready"_s, u"Klaar"_s);
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    m_control.publish(Activity::Ready, u"Klaar"_s);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
     EXPECT_EQ(property(u"State"_s), u"ready"_s);
     EXPECT_EQ(property(u"StatusLine"_s), u"Klaar"_s);
     EXPECT_EQ(property(u"Version"_s), u"1.2.3"_s);
-    m_control.publish(u"recording"_s, u"Opname…"_s);
+    m_control.publish(Activity::Recording, u"Opname…"_s);
     EXPECT_EQ(property(u"State"_s), u"recording"_s);
     EXPECT_EQ(property(u"StatusLine"_s), u"Opname…"_s);
 
@@ -158,7 +167,7 @@ TEST_F(RemoteControlTest, PropertiesTellStateStatusLineAndVersion)
 
 TEST_F(RemoteControlTest, PropertiesCannotBeWrittenAndUnknownOnesAreRefused)
 {
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
     const QVariant value = QVariant::fromValue(QDBusVariant(u"recording"_s));
     EXPECT_EQ(call(kProperties, u"Set"_s, {kInterface, u"State"_s, value}).errorName(),
               u"org.freedesktop.DBus.Error.PropertyReadOnly"_s);
@@ -170,8 +179,8 @@ TEST_F(RemoteControlTest, PropertiesCannotBeWrittenAndUnknownOnesAreRefused)
 // Receives PropertiesChanged by a match of its own, as any program does.
 TEST_F(RemoteControlTest, ChangesAreAnnouncedOnceAndOnlyWhatChanged)
 {
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
-    m_control.publish(u"ready"_s, u"Klaar"_s);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
+    m_control.publish(Activity::Ready, u"Klaar"_s);
     QProcess watcher;
     watcher.setProcessEnvironment(m_bus.environment());
     watcher.start(u"dbus-monitor"_s, {u"--session"_s, u"interface='org.freedesktop.DBus.Properties'"_s});
@@ -184,9 +193,9 @@ TEST_F(RemoteControlTest, ChangesAreAnnouncedOnceAndOnlyWhatChanged)
         });
     };
     ASSERT_TRUE(sees("NameLost"));  // The monitor listens from here on.
-    m_control.publish(u"recording"_s, u"Klaar"_s);
-    m_control.publish(u"recording"_s, u"Klaar"_s);
-    m_control.publish(u"recording"_s, u"Opname"_s);
+    m_control.publish(Activity::Recording, u"Klaar"_s);
+    m_control.publish(Activity::Recording, u"Klaar"_s);
+    m_control.publish(Activity::Recording, u"Opname"_s);
     EXPECT_TRUE(sees("\"Opname\""));
     EXPECT_EQ(seen.count("member=PropertiesChanged"), 2);
     EXPECT_EQ(seen.count("\"recording\""), 1);
@@ -197,7 +206,7 @@ TEST_F(RemoteControlTest, ChangesAreAnnouncedOnceAndOnlyWhatChanged)
 
 TEST_F(RemoteControlTest, TheObjectDescribesItself)
 {
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
     const QString xml = call(u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s).arguments().value(0).toString();
     for (const char* part :
          {"<interface name=\"nl.pelloquintar.Tavlo1\">", "<method name=\"Toggle\"/>", "<method name=\"Cancel\"/>",
@@ -211,12 +220,12 @@ TEST_F(RemoteControlTest, TheObjectDescribesItself)
 TEST_F(RemoteControlTest, WithoutABusThereIsNobodyToAsk)
 {
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + QFile::encodeName(m_bus.home()) + "/none");
-    EXPECT_EQ(m_control.claim(handlers()), ClaimResult::NoBus);
-    m_control.publish(u"ready"_s, u"Klaar"_s);
+    EXPECT_EQ(m_control.claim(), ClaimResult::NoBus);
+    m_control.publish(Activity::Ready, u"Klaar"_s);
     qunsetenv("DBUS_SESSION_BUS_ADDRESS");
     const QByteArray before = qgetenv("XDG_RUNTIME_DIR");
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_bus.home()));
-    EXPECT_EQ(m_control.claim(handlers()), ClaimResult::NoBus);
+    EXPECT_EQ(m_control.claim(), ClaimResult::NoBus);
     qputenv("XDG_RUNTIME_DIR", before);
     BusNotification(m_control, QDBusConnection(u"none"_s)).show(u"x"_s, u"y"_s);
 }
@@ -226,7 +235,7 @@ TEST(RemoteControl, ABusThatRefusesTheNameIsAsGoodAsNone)
     const PrivateBus bus("<deny own=\"nl.pelloquintar.tavlo\"/>");
     ManualMainQueue queue;
     SessionBusControl control(queue, u"1"_s);
-    EXPECT_EQ(control.claim({}), ClaimResult::NoBus);
+    EXPECT_EQ(control.claim(), ClaimResult::NoBus);
 }
 
 TEST(SessionBusAddress, WhereThereIsNoBusTheLibrariesAreKeptFromStartingOne)
@@ -256,11 +265,11 @@ TEST_F(RemoteControlTest, TheNameIsClaimedAgainWhenTheBusComesBack)
 {
     QString returned;
     m_control.onReturn([&](const QDBusConnection& bus) { returned += bus.name(); });
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
     m_bus.stop();
     QDBusConnection::disconnectFromBus(u"other-program"_s);
     EXPECT_TRUE(waitFor([&] { return !m_other.bus().isConnected(); }));
-    m_control.publish(u"recording"_s, u"Opname"_s);
+    m_control.publish(Activity::Recording, u"Opname"_s);
     for (int i = 0; i < 20; ++i) {
         QCoreApplication::processEvents();
         m_queue.advance(std::chrono::milliseconds(500));
@@ -270,7 +279,7 @@ TEST_F(RemoteControlTest, TheNameIsClaimedAgainWhenTheBusComesBack)
     ASSERT_TRUE(waitFor([&] { return m_other.bus().interface()->isServiceRegistered(kName).value(); }));
     EXPECT_EQ(property(u"StatusLine"_s), u"Opname"_s);
     call(kInterface, u"Toggle"_s);
-    EXPECT_TRUE(waitFor([&] { return m_called == u"toggle "_s; }));
+    EXPECT_TRUE(waitFor([&] { return m_commands == Commands{RemoteCommand::Toggle}; }));
     // Told once, with the connection that has the name.
     EXPECT_EQ(QDBusConnection(returned).baseService(), m_other.bus().interface()->serviceOwner(kName).value());
 }
@@ -295,7 +304,7 @@ while True:
     ASSERT_TRUE(comesTrue([&] { return caller.waitForReadyRead(100); }));
     for (int i = 0; i < 300; ++i) {
         SessionBusControl control(m_queue, u"1"_s);
-        ASSERT_NE(control.claim(handlers()), ClaimResult::AlreadyRunning);
+        ASSERT_NE(control.claim(), ClaimResult::AlreadyRunning);
         QThread::usleep(static_cast<unsigned long>(i % 30) * 100);
         if (i % 3 == 0) {
             QCoreApplication::processEvents();
@@ -309,7 +318,7 @@ TEST_F(RemoteControlTest, ANotificationReachesTheDesktopsService)
 {
     ASSERT_TRUE(m_other.bus().registerVirtualObject(u"/org/freedesktop/Notifications"_s, &m_other));
     ASSERT_TRUE(m_other.bus().registerService(u"org.freedesktop.Notifications"_s));
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
     BusNotification(m_control, QDBusConnection(u"none"_s)).show(u"Geen systeemvak"_s, u"Tekst"_s);
     ASSERT_TRUE(waitFor([&] { return !m_other.messages.isEmpty(); }));
     const QDBusMessage& message = m_other.messages[0];
@@ -328,7 +337,7 @@ TEST(BusNotificationTest, WithoutTheNameItGoesOverTheProgramsOtherConnection)
     ASSERT_TRUE(other.bus().registerService(u"org.freedesktop.Notifications"_s));
     ManualMainQueue queue;
     SessionBusControl control(queue, u"1"_s);
-    ASSERT_EQ(control.claim({}), ClaimResult::NoBus);
+    ASSERT_EQ(control.claim(), ClaimResult::NoBus);
     const QString name = u"second-connection"_s;
     BusNotification(control, QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), name))
         .show(u"x"_s, u"y"_s);
@@ -343,7 +352,7 @@ TEST_F(RemoteControlTest, ABusThatHangsDoesNotHoldUpANotification)
 {
     ASSERT_TRUE(m_other.bus().registerVirtualObject(u"/org/freedesktop/Notifications"_s, &m_other));
     ASSERT_TRUE(m_other.bus().registerService(u"org.freedesktop.Notifications"_s));
-    ASSERT_EQ(m_control.claim(handlers()), ClaimResult::Claimed);
+    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
     BusNotification notification(m_control, QDBusConnection(u"none"_s));
     m_bus.freeze(true);
     QElapsedTimer timer;

@@ -30,6 +30,12 @@ void tell(const QString& line)
     QTextStream(stdout) << line << Qt::endl;
 }
 
+// By the name of the icon's shape.
+const std::map<QString, Activity> kActivities{{u"mic"_s, Activity::Ready},
+                                              {u"waveform"_s, Activity::Recording},
+                                              {u"hourglass"_s, Activity::Transcribing},
+                                              {u"keyboard"_s, Activity::Capturing}};
+
 class Probe {
 public:
     Probe()
@@ -91,11 +97,12 @@ private:
     X11Screens m_screens{m_display};
     LinuxTrayHost m_host{QDBusConnection::sessionBus()};
     LinuxPanelAppearance m_appearance{QDBusConnection::sessionBus(), qEnvironmentVariable("XDG_CURRENT_DESKTOP")};
-    TrayStatusItem m_item{m_queue, m_host, m_appearance,
-                          [](MenuAction action, const QVariant& object) {
-                              tell(u"chosen %1 %2"_s.arg(static_cast<int>(action)).arg(object.toString()));
-                          },
-                          [](bool available) { tell(available ? u"tray yes"_s : u"tray no"_s); }};
+    TrayStatusItem m_item{m_queue, m_host, m_appearance};
+    Registration m_appearing = m_item.appear(
+        {[](MenuAction action, const QVariant& object) {
+             tell(u"chosen %1 %2"_s.arg(static_cast<int>(action)).arg(object.toString()));
+         },
+         [](TrayPresence presence) { tell(presence == TrayPresence::Present ? u"tray yes"_s : u"tray no"_s); }});
     RecordingHUD m_recording{m_screens};
     MessageHUD m_message{m_queue, m_screens};
     MenuState m_state;
@@ -103,7 +110,7 @@ private:
     QByteArray m_pending;
 
     const std::map<QString, Command> m_commands{
-        {u"icon"_s, [this](const QString& state) { m_item.setIcon(state); }},
+        {u"icon"_s, [this](const QString& name) { m_item.setIcon(kActivities.at(name)); }},
         {u"status"_s, menu([this](const QString& text) { m_state.statusLine = text; })},
         {u"last"_s, menu([this](const QString& text) { m_state.lastText = text; })},
         {u"language"_s, menu([](const QString& language) { gLang = language; })},

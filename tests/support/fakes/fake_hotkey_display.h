@@ -21,7 +21,6 @@ public:
     bool isBusy() const override { return busy; }
     bool isCapturing() const override { return capturing; }
     void setCapturing(bool value) override { capturing = value; }
-    void setIcon(const QString& state) override { icon = state; }
 
     void setStatusLine(const QString& text) override
     {
@@ -45,7 +44,6 @@ public:
     bool recording = false;
     bool busy = false;
     bool capturing = false;
-    QString icon = u"mic"_s;
     QString statusLine;
     int menuBuilds = 0;
     std::optional<Message> message;

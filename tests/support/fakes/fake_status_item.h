@@ -2,28 +2,37 @@
 
 #include "ui/tray/status_item.h"
 
-#include <QStringList>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace tavlo {
 
 // Keeps the icon's states and the menu.
 class FakeStatusItem : public StatusItem {
 public:
-    void setIcon(const QString& state) override { icons.append(state); }
+    Registration appear(StatusItemHandlers newHandlers) override
+    {
+        handlers = std::move(newHandlers);
+        return Registration([this] { handlers = {}; });
+    }
+    void setIcon(Activity activity) override { icons.push_back(activity); }
     void setMenu(const MenuDescription& newMenu) override
     {
         menu = newMenu;
         ++menuCount;
     }
 
-    QString icon() const { return icons.isEmpty() ? QString() : icons.last(); }
+    // The one that stands; none before the first.
+    std::optional<Activity> icon() const { return icons.empty() ? std::nullopt : std::optional(icons.back()); }
     // The menu's first line; empty before there is a menu.
     QString statusLine() const { return menu.empty() ? QString() : menu.front().title; }
 
     // The row of that title on the top level or one below it; none when there is no such row.
     const MenuItemDescription* item(const QString& title) const { return find(menu, title); }
 
-    QStringList icons;  // in the order in which they were set
+    StatusItemHandlers handlers;  // called by the test
+    std::vector<Activity> icons;  // in the order in which they were set
     MenuDescription menu;
     int menuCount = 0;
 

@@ -7,7 +7,9 @@
 #include <QImage>
 #include <QPixmap>
 
+#include <array>
 #include <cstdio>
+#include <utility>
 
 int main(int argc, char** argv)
 {
@@ -17,8 +19,13 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: tavlo_reference_icons WIDTH\n");
         return 2;
     }
-    for (const char* const state : {"mic", "waveform", "hourglass", "keyboard"}) {
-        const QIcon icon = tavlo::TavloIcon::menuBar(QString::fromLatin1(state));
+    using tavlo::Activity;
+    constexpr std::array<std::pair<const char*, Activity>, 4> kStates{{{"mic", Activity::Ready},
+                                                                       {"waveform", Activity::Recording},
+                                                                       {"hourglass", Activity::Transcribing},
+                                                                       {"keyboard", Activity::Capturing}}};
+    for (const auto& [state, activity] : kStates) {
+        const QIcon icon = tavlo::TavloIcon::menuBar(activity);
         const QImage image = icon.pixmap(width, width).toImage().convertToFormat(QImage::Format_Alpha8);
         QByteArray alpha;
         for (int row = 0; row < image.height(); ++row) {

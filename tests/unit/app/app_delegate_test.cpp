@@ -34,7 +34,7 @@ TEST_F(AppDelegateTest, TheFirstStatusLineIsDutch)
 {
     launch();
     EXPECT_EQ(status(), u"Klaar - druk op de sneltoets om te dicteren"_s);
-    EXPECT_EQ(desk.statusItem.icon, u"mic"_s);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
     EXPECT_EQ(desk.menuTitles().first(), status());
 }
 
@@ -161,7 +161,7 @@ TEST_F(AppDelegateTest, ACapturedKeyIsTheHotkeyAtOnce)
 {
     launch();
     desk.app->perform(MenuAction::StartCapture, {});
-    EXPECT_EQ(desk.statusItem.icon, u"keyboard"_s);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Capturing);
     EXPECT_EQ(status(), u"Druk nu op de gewenste toets… (Esc = annuleren)"_s);
     desk.keyboard.keyDown({96, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
@@ -171,6 +171,44 @@ TEST_F(AppDelegateTest, ACapturedKeyIsTheHotkeyAtOnce)
     EXPECT_EQ(desk.log.lines().last(), u"Sneltoets gewijzigd naar F5 (keycode 96)"_s);
     desk.keyboard.keyDown({96, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
+    EXPECT_TRUE(desk.app->isRecording());
+}
+
+TEST_F(AppDelegateTest, TheIconIsReadyAgainWhenACaptureEnds)
+{
+    launch();
+    desk.app->perform(MenuAction::StartCapture, {});
+    ASSERT_EQ(desk.statusItem.icon, Activity::Capturing);
+    desk.pressEscape();
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
+}
+
+TEST_F(AppDelegateTest, OtherProgramsCommandIt)
+{
+    launch();
+    desk.control.commands.call(RemoteCommand::Toggle);
+    EXPECT_TRUE(desk.app->isRecording());
+    desk.control.commands.call(RemoteCommand::Cancel);
+    EXPECT_FALSE(desk.app->isRecording());
+    EXPECT_EQ(status(), u"Opname geannuleerd"_s);
+    desk.take(desk.events);
+    desk.control.commands.call(RemoteCommand::OpenSettings);
+    EXPECT_EQ(desk.take(desk.events), QStringList{u"settings window"_s});
+    desk.control.commands.call(RemoteCommand::PasteAgain);
+    EXPECT_TRUE(desk.events.isEmpty());
+    desk.pressHotkey();
+    desk.speak(1000);
+    desk.pressHotkey();
+    desk.runBackground();
+    desk.control.commands.call(RemoteCommand::PasteAgain);
+    EXPECT_EQ(desk.events.filter(u"clipboard"_s),
+              (QStringList{u"clipboard: goede morgen"_s, u"clipboard: goede morgen"_s}));
+}
+
+TEST_F(AppDelegateTest, TheMenusRowsReachIt)
+{
+    launch();
+    desk.statusItem.handlers.chosen(MenuAction::MenuToggle, {});
     EXPECT_TRUE(desk.app->isRecording());
 }
 
@@ -202,14 +240,16 @@ TEST_F(AppDelegateTest, EveryChangeIsPublishedForOtherPrograms)
     desk.pressHotkey();
     desk.pressEscape();
     desk.app->perform(MenuAction::StartCapture, {});
-    EXPECT_EQ(desk.control.published, (QStringList{u"recording: Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"_s,
-                                                   u"ready: Opname geannuleerd"_s,
-                                                   u"capturing: Druk nu op de gewenste toets… (Esc = annuleren)"_s}));
+    using Published = std::pair<Activity, QString>;
+    EXPECT_EQ(desk.control.published,
+              (std::vector<Published>{{Activity::Recording, u"Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"_s},
+                                      {Activity::Ready, u"Opname geannuleerd"_s},
+                                      {Activity::Capturing, u"Druk nu op de gewenste toets… (Esc = annuleren)"_s}}));
     desk.pressEscape();
     desk.pressHotkey();
     desk.speak(1000);
     desk.pressHotkey();
-    EXPECT_EQ(desk.control.published.last(), u"transcribing: Transcriberen… (1 sec audio)"_s);
+    EXPECT_EQ(desk.control.published.back(), Published(Activity::Transcribing, u"Transcriberen… (1 sec audio)"_s));
 }
 
 TEST_F(AppDelegateTest, TheCaptureIsPublishedAsOverWhileTheTypingKeyAlertIsShown)
@@ -219,17 +259,17 @@ TEST_F(AppDelegateTest, TheCaptureIsPublishedAsOverWhileTheTypingKeyAlertIsShown
     desk.keyboard.keyDown({49, 0, KeyRepeat::FirstPress, u" "_s});
     desk.queue.runPending();
     ASSERT_TRUE(desk.windows.answered);
-    EXPECT_TRUE(desk.control.published.last().startsWith(u"ready: "_s));
+    EXPECT_EQ(desk.control.published.back().first, Activity::Ready);
 }
 
 TEST_F(AppDelegateTest, AMissingTrayIsToldOnceWithWhatToDo)
 {
     launch();
-    desk.app->trayChanged(true);
+    desk.statusItem.handlers.trayChanged(TrayPresence::Present);
     EXPECT_TRUE(desk.notification.shown.isEmpty());
-    desk.app->trayChanged(false);
-    desk.app->trayChanged(true);
-    desk.app->trayChanged(false);
+    desk.statusItem.handlers.trayChanged(TrayPresence::Absent);
+    desk.statusItem.handlers.trayChanged(TrayPresence::Present);
+    desk.statusItem.handlers.trayChanged(TrayPresence::Absent);
     ASSERT_EQ(desk.notification.shown.size(), 1);
     EXPECT_TRUE(desk.notification.shown.first().contains(u"Rechter ⌘ Command"_s));
     EXPECT_TRUE(desk.notification.shown.first().contains(u"Start Tavlo nog een keer"_s));

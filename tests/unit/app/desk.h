@@ -47,7 +47,11 @@ public:
     // The titles of the menu's rows, separators as "-".
     QStringList menuTitles() const;
     const MenuItemDescription* menuItem(const QString& title) const;
-    QStringList take(QStringList& list) { return std::exchange(list, {}); }
+    template <class List>
+    List take(List& list)
+    {
+        return std::exchange(list, {});
+    }
     void writeSettings(const QByteArray& json);
     QByteArray settings() const;
 
@@ -237,13 +241,19 @@ public:
     };
 
     struct FakeStatusItem : StatusItem {
-        void setIcon(const QString& state) override { icon = state; }
+        Registration appear(StatusItemHandlers newHandlers) override
+        {
+            handlers = std::move(newHandlers);
+            return Registration([this] { handlers = {}; });
+        }
+        void setIcon(Activity activity) override { icon = activity; }
         void setMenu(const MenuDescription& description) override
         {
             menu = description;
             ++builds;
         }
-        QString icon;
+        StatusItemHandlers handlers;
+        std::optional<Activity> icon;
         MenuDescription menu;
         int builds = 0;
     };
@@ -288,12 +298,17 @@ public:
     };
 
     struct FakeControl : RemoteControl {
-        ClaimResult claim(RemoteHandlers) override { return ClaimResult::Claimed; }
-        void publish(const QString& state, const QString& statusLine) override
+        ClaimResult claim() override { return ClaimResult::Claimed; }
+        Registration onCommand(std::function<void(RemoteCommand)> handler) override
         {
-            published.append(state + u": "_s + statusLine);
+            return commands.add(std::move(handler));
         }
-        QStringList published;
+        void publish(Activity activity, const QString& statusLine) override
+        {
+            published.push_back({activity, statusLine});
+        }
+        HandlerList<RemoteCommand> commands;
+        std::vector<std::pair<Activity, QString>> published;
     };
 
     QTemporaryDir home;

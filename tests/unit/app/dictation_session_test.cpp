@@ -9,10 +9,6 @@
 namespace tavlo {
 namespace {
 
-const QString kMic = u"mic"_s;
-const QString kWaveform = u"waveform"_s;
-const QString kHourglass = u"hourglass"_s;
-
 class DictationSessionTest : public testing::Test {
 protected:
     DictationSessionTest() { desk.app->applicationDidFinishLaunching(); }
@@ -43,7 +39,7 @@ TEST_F(DictationSessionTest, StartPlaysPopShowsTheOverlayAndTellsHowToStop)
     desk.pressHotkey();
     EXPECT_EQ(desk.take(desk.events), QStringList{u"Pop 0.15"_s});
     EXPECT_TRUE(desk.hud.shown);
-    EXPECT_EQ(desk.statusItem.icon, kWaveform);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Recording);
     EXPECT_EQ(status(), u"Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"_s);
     EXPECT_EQ(desk.menuTitles().first(), status());
     EXPECT_NE(desk.menuItem(u"Stop opname"_s), nullptr);
@@ -82,7 +78,7 @@ TEST_F(DictationSessionTest, AMicrophoneThatDoesNotStartLeavesTheApplicationRead
     desk.pressHotkey();
     EXPECT_EQ(status(), u"⚠️ Microfoon: Geen microfoon beschikbaar (of geen toestemming)."_s);
     EXPECT_EQ(desk.take(desk.events), QStringList{u"Basso 0.5"_s});
-    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
     EXPECT_FALSE(desk.hud.shown);
     EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
     EXPECT_GT(desk.statusItem.builds, builds);
@@ -96,7 +92,7 @@ TEST_F(DictationSessionTest, ARecordingOf12799BytesIsTooShortAnd12800BytesGoOn)
 {
     dictateBytes(12798);
     EXPECT_EQ(status(), u"Opname te kort"_s);
-    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
     EXPECT_TRUE(desk.log.lines().isEmpty());
     EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
@@ -139,7 +135,7 @@ TEST_F(DictationSessionTest, SilenceIsToldAndLoggedAndSentNowhere)
     EXPECT_TRUE(desk.log.lines().first().startsWith(u"Stilte gedetecteerd (piek 0."_s));
     EXPECT_TRUE(desk.log.lines().first().endsWith(u"), overgeslagen"_s));
     EXPECT_TRUE(desk.msgHud.shown.isEmpty());
-    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
     EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
     EXPECT_TRUE(desk.background.tasks.empty());
@@ -168,7 +164,7 @@ TEST_F(DictationSessionTest, NineTenthsOfASecondOfSpeechShowZeroSeconds)
     gLang = u"en"_s;
     dictateBytes(28800);
     EXPECT_EQ(status(), u"Transcribing… (0s of audio)"_s);
-    EXPECT_EQ(desk.statusItem.icon, kHourglass);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Transcribing);
     EXPECT_EQ(desk.log.lines(), QStringList{u"Opname gestopt: 0s audio, start transcriptie"_s});
 }
 
@@ -229,7 +225,7 @@ TEST_F(DictationSessionTest, EscapeCancelsARecording)
     desk.pressEscape();
     EXPECT_EQ(desk.events, QStringList{u"Basso 0.2"_s});
     EXPECT_EQ(status(), u"Opname geannuleerd"_s);
-    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
     EXPECT_FALSE(desk.hud.shown);
     EXPECT_FALSE(desk.app->isRecording());
     EXPECT_TRUE(desk.log.lines().isEmpty());
@@ -256,7 +252,7 @@ TEST_F(DictationSessionTest, TheWatchdogFreesTheApplicationAfter120Seconds)
     EXPECT_TRUE(desk.app->isBusy());
     desk.queue.advance(std::chrono::milliseconds(1));
     EXPECT_FALSE(desk.app->isBusy());
-    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
     EXPECT_EQ(desk.log.lines().last(), u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
     EXPECT_EQ(desk.events, QStringList{u"Basso 0.5"_s});
     EXPECT_EQ(status(),

@@ -6,9 +6,6 @@
 namespace tavlo {
 namespace {
 
-const QString kMic = u"mic"_s;
-const QString kHourglass = u"hourglass"_s;
-
 Error someError(const QString& description)
 {
     return {u"Tavlo"_s, 500, description};
@@ -59,7 +56,7 @@ TEST_F(TranscriptionRoutingTest, WithoutAKeyTheLocalEngineTranscribes)
     EXPECT_EQ(status(), u"Geplakt via lokale Whisper"_s);
     EXPECT_EQ(desk.log.lines().last(), u"Klaar via lokale Whisper: 12 tekens"_s);
     EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
-    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
 }
 
@@ -136,7 +133,7 @@ TEST_F(TranscriptionRoutingTest, ACloudFailureIsLoggedAndTheLocalEngineTakesOver
     cloudFails();
     EXPECT_EQ(desk.log.lines().last(), u"OpenAI mislukt: OpenAI 500: kapot - fallback naar lokaal"_s);
     EXPECT_EQ(status(), u"OpenAI niet bereikbaar - lokale Whisper als reserve…"_s);
-    EXPECT_EQ(desk.statusItem.icon, kHourglass);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Transcribing);
     EXPECT_TRUE(desk.app->isBusy());
     EXPECT_TRUE(desk.events.filter(u"Basso"_s).isEmpty());
     desk.runBackground();
@@ -154,7 +151,7 @@ TEST_F(TranscriptionRoutingTest, TheFallbackRunsWithoutAskingForTheModelAndTells
     EXPECT_EQ(status(), u"⚠️ Mislukt: Het offline taalmodel is nog niet gedownload."_s);
     EXPECT_EQ(desk.log.lines().last(), u"Lokale transcriptie mislukt: Het offline taalmodel is nog niet gedownload."_s);
     EXPECT_EQ(desk.events.last(), u"Basso 0.5"_s);
-    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
     EXPECT_FALSE(desk.offer.completion);
     EXPECT_TRUE(pasted().isEmpty());
@@ -225,7 +222,7 @@ TEST_F(TranscriptionRoutingTest, AutoWithoutKeyAndModelOffersTheDownload)
     desk.local.modelReady = false;
     dictate(1000);
     EXPECT_EQ(status(), u"Offline model nog niet geïnstalleerd"_s);
-    EXPECT_EQ(desk.statusItem.icon, kMic);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
     ASSERT_TRUE(desk.offer.completion);
     desk.offer.completion(ModelOutcome::Declined);
@@ -240,7 +237,7 @@ TEST_F(TranscriptionRoutingTest, AnInstalledModelTranscribesTheRecordingThatWait
     desk.local.modelReady = true;
     desk.offer.completion(ModelOutcome::Installed);
     EXPECT_EQ(status(), u"Transcriberen…"_s);
-    EXPECT_EQ(desk.statusItem.icon, kHourglass);
+    EXPECT_EQ(desk.statusItem.icon, Activity::Transcribing);
     EXPECT_TRUE(desk.app->isBusy());
     desk.runBackground();
     EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});

@@ -45,11 +45,10 @@ protected:
     std::optional<HotkeyCapture> m_capture{std::in_place, queue, file, log, m_display};
 };
 
-TEST_F(HotkeyCaptureTest, StartingShowsTheKeyboardIconAndTheStatusLineAtOnce)
+TEST_F(HotkeyCaptureTest, StartingIsShownAtOnce)
 {
     m_capture->startCapture();
     EXPECT_TRUE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, u"keyboard"_s);
     EXPECT_EQ(m_display.statusLine, u"Druk nu op de gewenste toets… (Esc = annuleren)"_s);
     EXPECT_GE(m_display.menuBuilds, 1);
     EXPECT_FALSE(m_display.message.has_value());
@@ -92,7 +91,6 @@ TEST_F(HotkeyCaptureTest, StartingWhileRecordingOrBusyDoesNothing)
     m_display.busy = true;
     m_capture->startCapture();
     EXPECT_FALSE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, u"mic"_s);
     EXPECT_EQ(m_display.menuBuilds, 0);
     EXPECT_EQ(queue.waitingCount(), 0u);
 }
@@ -108,7 +106,6 @@ TEST_F(HotkeyCaptureTest, F5IsSavedWithoutAnAlert)
                                      {u"custom_label"_s, u"F5"_s},
                                      {u"custom_is_modifier"_s, false}}));
     EXPECT_FALSE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, u"mic"_s);
     EXPECT_EQ(m_display.statusLine, u"Sneltoets is nu: F5"_s);
     EXPECT_EQ(m_display.message, (Message{u"✓ Sneltoets is nu: F5"_s, 2.5}));
     EXPECT_EQ(log.lines(), QStringList{u"Sneltoets gewijzigd naar F5 (keycode 96)"_s});
@@ -131,7 +128,6 @@ TEST_F(HotkeyCaptureTest, TheSpaceBarRaisesTheAlertInEnglish)
     EXPECT_EQ(alert.useAnyway, u"Use anyway"_s);
     EXPECT_EQ(alert.cancel, u"Cancel"_s);
     EXPECT_FALSE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, u"mic"_s);
     EXPECT_FALSE(m_display.message.has_value());
     EXPECT_EQ(bytes(), m_before);
 
@@ -162,7 +158,6 @@ TEST_F(HotkeyCaptureTest, ChoosingAnotherKeyStartsAFreshCapture)
     press(36);
     m_display.answer(TypingKeyAnswer::ChooseAnother);
     EXPECT_TRUE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, u"keyboard"_s);
     EXPECT_FALSE(QFile::exists(file.path()));
 }
 
@@ -275,7 +270,6 @@ TEST_F(HotkeyCaptureTest, CapsLockIsRefusedAndEscapeThenEndsTheCapture)
               (Message{u"Caps Lock is not suitable - press another key (Esc = cancel)"_s, std::nullopt}));
     press(kEscapeKeyCode);
     EXPECT_FALSE(m_display.capturing);
-    EXPECT_EQ(m_display.icon, u"mic"_s);
     EXPECT_EQ(m_display.statusLine, u"Key selection cancelled"_s);
     EXPECT_EQ(m_display.message, (Message{u"Key selection cancelled"_s, 1.5}));
     EXPECT_FALSE(QFile::exists(file.path()));

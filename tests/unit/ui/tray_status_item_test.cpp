@@ -11,109 +11,116 @@
 namespace tavlo {
 namespace {
 
+constexpr TrayPresence kThere = TrayPresence::Present;
+constexpr TrayPresence kGone = TrayPresence::Absent;
+
 class TrayStatusItemTest : public testing::Test {
 protected:
-    TrayStatusItem makeItem()
-    {
-        return TrayStatusItem(
-            queue, host, appearance, [](MenuAction, const QVariant&) {},
-            [this](bool available) { reports.push_back(available); });
-    }
+    // An icon that was asked to appear.
+    struct Item : TrayStatusItem {
+        explicit Item(TrayStatusItemTest& test)
+            : TrayStatusItem(test.queue, test.host, test.appearance),
+              registration(appear({{}, [&test](TrayPresence presence) { test.reports.push_back(presence); }}))
+        {
+        }
+
+        Registration registration;
+    };
 
     ManualMainQueue queue;
     FakeTrayHost host;
     FakePanelAppearance appearance;
-    std::vector<bool> reports;
+    std::vector<TrayPresence> reports;
 };
 
 TEST_F(TrayStatusItemTest, ReportsATrayOnTheBusAtOnce)
 {
     host.set(TrayKind::Bus);
-    const auto item = makeItem();
-    EXPECT_EQ(reports, (std::vector<bool>{true}));
+    const Item item(*this);
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kThere}));
     queue.advance(std::chrono::minutes(1));
     EXPECT_EQ(reports.size(), 1U);
 }
 
 TEST_F(TrayStatusItemTest, WaitsTwoSecondsBeforeItSaysThatThereIsNoTray)
 {
-    const auto item = makeItem();
+    const Item item(*this);
     queue.advance(std::chrono::milliseconds(1999));
     EXPECT_TRUE(reports.empty());
     queue.advance(std::chrono::milliseconds(1));
-    EXPECT_EQ(reports, (std::vector<bool>{false}));
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kGone}));
 }
 
 TEST_F(TrayStatusItemTest, GivesAnEmbeddingTrayTimeToOfferTheBus)
 {
     host.set(TrayKind::Embedding);
-    const auto item = makeItem();
+    const Item item(*this);
     queue.advance(std::chrono::milliseconds(500));
     EXPECT_TRUE(reports.empty());
     host.set(TrayKind::Bus);
-    EXPECT_EQ(reports, (std::vector<bool>{true}));
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kThere}));
 }
 
 TEST_F(TrayStatusItemTest, TakesAnEmbeddingTrayThatStaysAlone)
 {
     host.set(TrayKind::Embedding);
-    const auto item = makeItem();
+    const Item item(*this);
     queue.advance(std::chrono::seconds(2));
-    EXPECT_EQ(reports, (std::vector<bool>{true}));
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kThere}));
 }
 
 TEST_F(TrayStatusItemTest, ReportsATrayThatComesLaterAndOneThatGoes)
 {
-    const auto item = makeItem();
+    const Item item(*this);
     queue.advance(std::chrono::seconds(10));
     host.set(TrayKind::Bus);
     host.set(TrayKind::None);
     queue.advance(std::chrono::milliseconds(1999));
-    EXPECT_EQ(reports, (std::vector<bool>{false, true}));
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kGone, kThere}));
     queue.advance(std::chrono::milliseconds(1));
-    EXPECT_EQ(reports, (std::vector<bool>{false, true, false}));
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kGone, kThere, kGone}));
     host.set(TrayKind::Bus);
-    EXPECT_EQ(reports, (std::vector<bool>{false, true, false, true}));
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kGone, kThere, kGone, kThere}));
 }
 
 TEST_F(TrayStatusItemTest, APanelThatIsStartedAnewWasNeverMissing)
 {
     host.set(TrayKind::Bus);
-    const auto item = makeItem();
+    const Item item(*this);
     host.set(TrayKind::None);
     queue.advance(std::chrono::seconds(1));
     host.set(TrayKind::Bus);
     queue.advance(std::chrono::minutes(1));
-    EXPECT_EQ(reports, (std::vector<bool>{true}));
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kThere}));
 }
 
 TEST_F(TrayStatusItemTest, ATrayOfTheOtherKindIsNoneForAnIconThatIsMade)
 {
     host.set(TrayKind::Embedding);
-    const auto item = makeItem();
+    const Item item(*this);
     queue.advance(std::chrono::seconds(2));
     host.set(TrayKind::Bus);
     host.set(TrayKind::Embedding);
-    EXPECT_EQ(reports, (std::vector<bool>{true, false, true}));
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kThere, kGone, kThere}));
 }
 
 TEST_F(TrayStatusItemTest, TakesIconsAndMenusBeforeThereIsATray)
 {
-    auto item = makeItem();
+    Item item(*this);
     MenuItemDescription row;
     row.title = u"row"_s;
-    item.setIcon(u"waveform"_s);
+    item.setIcon(Activity::Recording);
     item.setMenu({row});
     host.set(TrayKind::Bus);
     item.setMenu({row, row});
-    item.setIcon(u"mic"_s);
-    EXPECT_EQ(reports, (std::vector<bool>{true}));
+    item.setIcon(Activity::Ready);
+    EXPECT_EQ(reports, (std::vector<TrayPresence>{kThere}));
 }
 
 TEST_F(TrayStatusItemTest, AfterItsEndNothingIsCalledAnyMore)
 {
     {
-        const auto item = makeItem();
+        const Item item(*this);
     }
     host.set(TrayKind::Bus);
     appearance.set({});
