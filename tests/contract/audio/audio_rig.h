@@ -2,7 +2,7 @@
 
 #include "platform/audio_input.h"
 #include "platform/output_volume.h"
-#include "support/waiting_main_queue.h"
+#include "support/fakes/manual_main_queue.h"
 
 #include <chrono>
 #include <memory>

@@ -4,9 +4,9 @@
 #include "linux/pulse/pulse_output_volume.h"
 #include "platform/text_literals.h"
 #include "support/audio_servers.h"
+#include "support/fakes/manual_main_queue.h"
 #include "support/graph_watch.h"
 #include "support/known_signal.h"
-#include "support/waiting_main_queue.h"
 
 #include <gtest/gtest.h>
 
@@ -91,7 +91,7 @@ protected:
     }
 
     AudioServer server{GetParam()};
-    WaitingMainQueue queue;
+    ManualMainQueue queue;
     std::optional<PulseConnection> connection;
     std::optional<PulseAudioInput> input;
     std::optional<PulseOutputVolume> volume;

@@ -83,7 +83,7 @@ public:
 
 private:
     AudioServer m_server;
-    WaitingMainQueue m_queue;
+    ManualMainQueue m_queue;
     std::optional<PulseConnection> m_connection;
     std::optional<PulseAudioInput> m_input;
     std::optional<PulseOutputVolume> m_volume;

@@ -4,8 +4,8 @@
 #include "platform/text_literals.h"
 #include "support/audio_servers.h"
 #include "support/fakes/fake_sound_player.h"
+#include "support/fakes/manual_main_queue.h"
 #include "support/known_signal.h"
-#include "support/waiting_main_queue.h"
 
 #include <gtest/gtest.h>
 
@@ -57,7 +57,7 @@ protected:
     }
 
     AudioServer server{GetParam()};
-    WaitingMainQueue queue;
+    ManualMainQueue queue;
     std::optional<PulseConnection> connection;
     std::optional<PulseSoundPlayer> player;
 };

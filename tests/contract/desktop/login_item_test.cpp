@@ -1,3 +1,4 @@
+#include "contract/backend.h"
 #include "linux/freedesktop/autostart_login_item.h"
 #include "platform/text_literals.h"
 #include "support/fakes/fake_login_item.h"
@@ -41,10 +42,17 @@ QByteArray get(const QString& path)
 }
 
 // What every login item must do, on the fake and on the desktop's entry.
-class LoginItemContract : public ::testing::TestWithParam<bool> {
+class LoginItemContract : public ::testing::TestWithParam<Backend> {
 protected:
-    LoginItem& item() { return GetParam() ? static_cast<LoginItem&>(m_real) : m_fake; }
+    LoginItem& item() { return GetParam() == Backend::Real ? static_cast<LoginItem&>(m_real) : m_fake; }
+    // No change is possible from here on.
+    void refuseChanges()
+    {
+        m_fake.refusal = u"De map is alleen-lezen."_s;
+        put(m_folders.user, "a file in the folder's place");
+    }
 
+private:
     Folders m_folders;
     AutostartLoginItem m_real = m_folders.item();
     FakeLoginItem m_fake;
@@ -63,7 +71,17 @@ TEST_P(LoginItemContract, IsOffAtFirstAndFollowsWhatIsAsked)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Items, LoginItemContract, ::testing::Bool());
+TEST_P(LoginItemContract, AChangeThatFailsSaysWhyAndChangesNothing)
+{
+    refuseChanges();
+    const Result<void> done = item().enable();
+    ASSERT_FALSE(done);
+    EXPECT_NE(done.error().description, QString());
+    EXPECT_FALSE(item().isEnabled());
+}
+
+INSTANTIATE_TEST_SUITE_P(On, LoginItemContract, ::testing::Values(Backend::Fake, Backend::Real),
+                         ::testing::PrintToStringParamName());
 
 class AutostartLoginItemTest : public ::testing::Test, protected Folders {};
 

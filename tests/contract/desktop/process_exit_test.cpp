@@ -15,7 +15,8 @@ void tell()
     std::fputs("told\n", stderr);
 }
 
-TEST(ProcessExitTest, IsToldWhenALibraryEndsTheProcess)
+// GoogleTest runs suites of this kind of name first: a process forks safely only while it has one thread.
+TEST(ProcessExitDeathTest, IsToldWhenALibraryEndsTheProcess)
 {
     EXPECT_EXIT(
         {
@@ -25,7 +26,7 @@ TEST(ProcessExitTest, IsToldWhenALibraryEndsTheProcess)
         testing::ExitedWithCode(3), "^told\n$");
 }
 
-TEST(ProcessExitTest, SaysNothingWhenItIsGoneBeforeTheEnd)
+TEST(ProcessExitDeathTest, SaysNothingWhenItIsGoneBeforeTheEnd)
 {
     EXPECT_EXIT(
         {
@@ -36,7 +37,7 @@ TEST(ProcessExitTest, SaysNothingWhenItIsGoneBeforeTheEnd)
         testing::ExitedWithCode(0), "^$");
 }
 
-TEST(ProcessExitTest, SaysNothingOnAnotherThread)
+TEST(ProcessExitDeathTest, SaysNothingOnAnotherThread)
 {
     EXPECT_EXIT(
         {

@@ -1,367 +1,249 @@
-#include "linux/freedesktop/bus_notification.h"
-#include "linux/freedesktop/session_bus_address.h"
+#include "platform/remote_control.h"
+#include "contract/backend.h"
+#include "contract/desktop/other_program.h"
 #include "linux/freedesktop/session_bus_control.h"
 #include "platform/text_literals.h"
+#include "support/fakes/fake_remote_control.h"
 #include "support/fakes/manual_main_queue.h"
-#include "support/private_bus.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusError>
-#include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusVariant>
-#include <QDBusVirtualObject>
 
 #include <atomic>
+#include <map>
+#include <memory>
+#include <optional>
 #include <thread>
 #include <vector>
 
 namespace tavlo {
 namespace {
 
-const QString kName = u"nl.pelloquintar.tavlo"_s;
-const QString kPath = u"/nl/pelloquintar/Tavlo1"_s;
-const QString kInterface = u"nl.pelloquintar.Tavlo1"_s;
-const QString kProperties = u"org.freedesktop.DBus.Properties"_s;
-
-// Another program on the bus. It keeps the messages that reach it.
-class OtherProgram : public QDBusVirtualObject {
+// A user's session, with the first instance of the program and another program that controls it.
+class SessionRig {
 public:
-    explicit OtherProgram(const PrivateBus& bus)
-        : m_bus(QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), u"other-program"_s))
-    {
-    }
-    ~OtherProgram() override { QDBusConnection::disconnectFromBus(u"other-program"_s); }
+    virtual ~SessionRig() = default;
 
-    QDBusConnection& bus() { return m_bus; }
-    QString introspect(const QString&) const override { return {}; }
-    bool handleMessage(const QDBusMessage& message, const QDBusConnection&) override
-    {
-        messages.append(message);
-        return true;
-    }
+    virtual RemoteControl& control() = 0;
+    virtual void endControl() = 0;
+    // What a further instance of the program is told. Its control is gone again when this returns.
+    virtual ClaimResult claimByAnotherInstance() = 0;
+    // From another program; false when nobody answers.
+    virtual bool call(RemoteCommand command) = 0;
+    // As another program reads them.
+    virtual QString state() = 0;
+    virtual QString statusLine() = 0;
+    virtual void removeBus() = 0;
+    // Lets the queue and all programs run until the condition holds; false when it does not in time.
+    virtual bool runUntil(const std::function<bool()>& condition) = 0;
 
-    QList<QDBusMessage> messages;
-
-private:
-    QDBusConnection m_bus;
+    ManualMainQueue queue;
 };
 
-class RemoteControlTest : public ::testing::Test {
-protected:
-    using Commands = std::vector<RemoteCommand>;
+class FakeRig : public SessionRig {
+public:
+    RemoteControl& control() override { return *m_control; }
+    void endControl() override { m_control.reset(); }
+    ClaimResult claimByAnotherInstance() override { return FakeRemoteControl(queue, m_session).claim(); }
+    bool call(RemoteCommand command) override { return m_session.call(command); }
+    QString state() override
+    {
+        static const std::map<Activity, QString> kStates{{Activity::Ready, u"ready"_s},
+                                                         {Activity::Recording, u"recording"_s},
+                                                         {Activity::Transcribing, u"transcribing"_s},
+                                                         {Activity::Capturing, u"capturing"_s}};
+        return kStates.at(m_control->published.empty() ? Activity::Ready : m_control->published.back().activity);
+    }
+    QString statusLine() override
+    {
+        return m_control->published.empty() ? QString() : m_control->published.back().statusLine;
+    }
+    void removeBus() override { m_session.hasBus = false; }
+    bool runUntil(const std::function<bool()>& condition) override
+    {
+        queue.advance(std::chrono::seconds(1));
+        return condition();
+    }
 
-    // Waits with the event loop and the queue running; time on the queue goes on.
-    bool waitFor(const std::function<bool()>& condition)
+private:
+    FakeSession m_session;
+    std::optional<FakeRemoteControl> m_control{std::in_place, queue, m_session};
+};
+
+class RealRig : public SessionRig {
+public:
+    RemoteControl& control() override { return *m_control; }
+    void endControl() override
+    {
+        m_control.reset();
+        runUntil([this] { return !m_other.bus().interface()->isServiceRegistered(kName).value(); });
+    }
+    ClaimResult claimByAnotherInstance() override
+    {
+        std::atomic<bool> done = false;
+        ClaimResult result = ClaimResult::NoBus;
+        std::thread second([&] {
+            ManualMainQueue itsQueue;
+            result = SessionBusControl(itsQueue, u"2"_s).claim();
+            done = true;
+        });
+        runUntil([&] { return done.load(); });
+        second.join();
+        return result;
+    }
+    bool call(RemoteCommand command) override
+    {
+        static const std::map<RemoteCommand, QString> kMethods{{RemoteCommand::Toggle, u"Toggle"_s},
+                                                               {RemoteCommand::Cancel, u"Cancel"_s},
+                                                               {RemoteCommand::PasteAgain, u"PasteAgain"_s},
+                                                               {RemoteCommand::OpenSettings, u"OpenSettings"_s}};
+        return ask(kInterface, kMethods.at(command), {}).type() == QDBusMessage::ReplyMessage;
+    }
+    QString state() override { return property(u"State"_s); }
+    QString statusLine() override { return property(u"StatusLine"_s); }
+    void removeBus() override
+    {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + QFile::encodeName(m_bus.home()) + "/none");
+    }
+    bool runUntil(const std::function<bool()>& condition) override
     {
         return comesTrue([&] {
             QCoreApplication::processEvents();
-            m_queue.advance(std::chrono::milliseconds(5));
+            queue.advance(std::chrono::milliseconds(5));
             return condition();
         });
     }
 
-    QDBusMessage call(const QString& interface, const QString& method, const QVariantList& arguments = {})
+private:
+    static inline const QString kName = u"nl.pelloquintar.tavlo"_s;
+    static inline const QString kInterface = u"nl.pelloquintar.Tavlo1"_s;
+
+    // The queue stands still meanwhile: a command that was answered has not run yet.
+    QDBusMessage ask(const QString& interface, const QString& method, const QVariantList& arguments)
     {
-        QDBusMessage message = QDBusMessage::createMethodCall(kName, kPath, interface, method);
+        QDBusMessage message = QDBusMessage::createMethodCall(kName, u"/nl/pelloquintar/Tavlo1"_s, interface, method);
         message.setArguments(arguments);
         const QDBusPendingCall pending = m_other.bus().asyncCall(message, 5'000);
-        EXPECT_TRUE(waitFor([&] { return pending.isFinished(); }));
+        comesTrue([&] {
+            QCoreApplication::processEvents();
+            return pending.isFinished();
+        });
         return pending.reply();
     }
-
     QString property(const QString& name)
     {
-        const QDBusMessage reply = call(kProperties, u"Get"_s, {kInterface, name});
+        const QDBusMessage reply = ask(u"org.freedesktop.DBus.Properties"_s, u"Get"_s, {kInterface, name});
         return reply.arguments().value(0).value<QDBusVariant>().variant().toString();
     }
 
-    ManualMainQueue m_queue;
     PrivateBus m_bus;
     OtherProgram m_other{m_bus};
-    SessionBusControl m_control{m_queue, u"1.2.3"_s};
-    Commands m_commands;
-    Registration m_registration = m_control.onCommand([this](RemoteCommand command) { m_commands.push_back(command); });
+    std::optional<SessionBusControl> m_control{std::in_place, queue, u"1"_s};
 };
 
-TEST_F(RemoteControlTest, TheFirstInstanceHasTheName)
-{
-    EXPECT_EQ(m_control.claim(), ClaimResult::Claimed);
-    EXPECT_TRUE(m_other.bus().interface()->isServiceRegistered(kName));
-}
-
-TEST_F(RemoteControlTest, ASecondInstanceAsksTheFirstToOpenItsSettings)
-{
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    std::atomic<bool> done = false;
-    ClaimResult result = ClaimResult::NoBus;
-    std::thread second([&] {
-        ManualMainQueue queue;
-        SessionBusControl control(queue, u"1.2.3"_s);
-        result = control.claim();
-        done = true;
-    });
-    EXPECT_TRUE(waitFor([&] { return done.load(); }));
-    second.join();
-    EXPECT_EQ(result, ClaimResult::AlreadyRunning);
-    EXPECT_TRUE(waitFor([&] { return !m_commands.empty(); }));
-    EXPECT_EQ(m_commands, Commands{RemoteCommand::OpenSettings});
-}
-
-TEST_F(RemoteControlTest, TheNameIsFreeAgainAfterTheFirstInstanceEnded)
-{
+class RemoteControlContract : public ::testing::TestWithParam<Backend> {
+protected:
+    RemoteControlContract()
     {
-        SessionBusControl first(m_queue, u"1"_s);
-        ASSERT_EQ(first.claim(), ClaimResult::Claimed);
-    }
-    EXPECT_TRUE(waitFor([&] { return !m_other.bus().interface()->isServiceRegistered(kName).value(); }));
-    EXPECT_EQ(m_control.claim(), ClaimResult::Claimed);
-}
-
-TEST_F(RemoteControlTest, EachMethodIsACommandByWayOfTheMainQueue)
-{
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    for (const char* method : {"Toggle", "Cancel", "PasteAgain", "OpenSettings"}) {
-        EXPECT_EQ(call(kInterface, QString::fromLatin1(method)).type(), QDBusMessage::ReplyMessage);
-    }
-    EXPECT_TRUE(waitFor([&] { return m_commands.size() == 4; }));
-    EXPECT_EQ(m_commands, (Commands{RemoteCommand::Toggle, RemoteCommand::Cancel, RemoteCommand::PasteAgain,
-                                    RemoteCommand::OpenSettings}));
-}
-
-TEST_F(RemoteControlTest, ACommandThatNobodyWaitsForIsAnsweredAndDropped)
-{
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    m_registration = {};
-    EXPECT_EQ(call(kInterface, u"Toggle"_s).type(), QDBusMessage::ReplyMessage);
-    m_queue.runPending();
-    EXPECT_TRUE(m_commands.empty());
-}
-
-TEST_F(RemoteControlTest, AnUnknownMethodIsRefused)
-{
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    EXPECT_EQ(call(kInterface, u"Explode"_s).type(), QDBusMessage::ErrorMessage);
-    EXPECT_EQ(call(u"org.example.Other"_s, u"Toggle"_s).type(), QDBusMessage::ErrorMessage);
-    EXPECT_TRUE(m_commands.empty());
-}
-
-TEST_F(RemoteControlTest, PropertiesTellStateStatusLineAndVersion)
-{
-    m_control.publish(Activity::Ready, u"Klaar"_s);
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    EXPECT_EQ(property(u"State"_s), u"ready"_s);
-    EXPECT_EQ(property(u"StatusLine"_s), u"Klaar"_s);
-    EXPECT_EQ(property(u"Version"_s), u"1.2.3"_s);
-    m_control.publish(Activity::Recording, u"Opname…"_s);
-    EXPECT_EQ(property(u"State"_s), u"recording"_s);
-    EXPECT_EQ(property(u"StatusLine"_s), u"Opname…"_s);
-
-    const QDBusMessage all = call(kProperties, u"GetAll"_s, {kInterface});
-    EXPECT_EQ(qdbus_cast<QVariantMap>(all.arguments().value(0)).size(), 3);
-}
-
-TEST_F(RemoteControlTest, PropertiesCannotBeWrittenAndUnknownOnesAreRefused)
-{
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    const QVariant value = QVariant::fromValue(QDBusVariant(u"recording"_s));
-    EXPECT_EQ(call(kProperties, u"Set"_s, {kInterface, u"State"_s, value}).errorName(),
-              u"org.freedesktop.DBus.Error.PropertyReadOnly"_s);
-    EXPECT_EQ(call(kProperties, u"Get"_s, {kInterface, u"Mood"_s}).errorName(),
-              u"org.freedesktop.DBus.Error.UnknownProperty"_s);
-    EXPECT_EQ(property(u"State"_s), u"ready"_s);
-}
-
-// Receives PropertiesChanged by a match of its own, as any program does.
-TEST_F(RemoteControlTest, ChangesAreAnnouncedOnceAndOnlyWhatChanged)
-{
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    m_control.publish(Activity::Ready, u"Klaar"_s);
-    QProcess watcher;
-    watcher.setProcessEnvironment(m_bus.environment());
-    watcher.start(u"dbus-monitor"_s, {u"--session"_s, u"interface='org.freedesktop.DBus.Properties'"_s});
-    QByteArray seen;
-    const auto sees = [&](const QByteArray& text) {
-        return waitFor([&] {
-            watcher.waitForReadyRead(5);
-            seen += watcher.readAll();
-            return seen.contains(text);
-        });
-    };
-    ASSERT_TRUE(sees("NameLost"));  // The monitor listens from here on.
-    m_control.publish(Activity::Recording, u"Klaar"_s);
-    m_control.publish(Activity::Recording, u"Klaar"_s);
-    m_control.publish(Activity::Recording, u"Opname"_s);
-    EXPECT_TRUE(sees("\"Opname\""));
-    EXPECT_EQ(seen.count("member=PropertiesChanged"), 2);
-    EXPECT_EQ(seen.count("\"recording\""), 1);
-    EXPECT_FALSE(seen.contains("\"Klaar\""));
-    watcher.terminate();
-    watcher.waitForFinished();
-}
-
-TEST_F(RemoteControlTest, TheObjectDescribesItself)
-{
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    const QString xml = call(u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s).arguments().value(0).toString();
-    for (const char* part :
-         {"<interface name=\"nl.pelloquintar.Tavlo1\">", "<method name=\"Toggle\"/>", "<method name=\"Cancel\"/>",
-          "<method name=\"PasteAgain\"/>", "<method name=\"OpenSettings\"/>", "name=\"State\"", "name=\"StatusLine\"",
-          "name=\"Version\"", "org.freedesktop.DBus.Properties"}) {
-        EXPECT_TRUE(xml.contains(QLatin1String(part))) << part << "\n" << xml.toStdString();
-    }
-    EXPECT_EQ(xml.count("</interface>"_L1), xml.count("<interface "_L1));
-}
-
-TEST_F(RemoteControlTest, WithoutABusThereIsNobodyToAsk)
-{
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + QFile::encodeName(m_bus.home()) + "/none");
-    EXPECT_EQ(m_control.claim(), ClaimResult::NoBus);
-    m_control.publish(Activity::Ready, u"Klaar"_s);
-    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-    const QByteArray before = qgetenv("XDG_RUNTIME_DIR");
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_bus.home()));
-    EXPECT_EQ(m_control.claim(), ClaimResult::NoBus);
-    qputenv("XDG_RUNTIME_DIR", before);
-    BusNotification(m_control, QDBusConnection(u"none"_s)).show(u"x"_s, u"y"_s);
-}
-
-TEST(RemoteControl, ABusThatRefusesTheNameIsAsGoodAsNone)
-{
-    const PrivateBus bus("<deny own=\"nl.pelloquintar.tavlo\"/>");
-    ManualMainQueue queue;
-    SessionBusControl control(queue, u"1"_s);
-    EXPECT_EQ(control.claim(), ClaimResult::NoBus);
-}
-
-TEST(SessionBusAddress, WhereThereIsNoBusTheLibrariesAreKeptFromStartingOne)
-{
-    const QByteArray bus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
-    const QByteArray runtimeFolder = qgetenv("XDG_RUNTIME_DIR");
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/somewhere");
-    keepLibrariesFromStartingABus();
-    EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), "unix:path=/somewhere");
-
-    const QTemporaryDir folder;
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(folder.path()));
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "");
-    keepLibrariesFromStartingABus();
-    const QString name = u"no-bus"_s;
-    const QDBusConnection none = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
-    EXPECT_FALSE(none.isConnected());
-    // The search that ends in starting a bus has another error: it was not begun.
-    EXPECT_EQ(none.lastError().name(), u"org.freedesktop.DBus.Error.BadAddress"_s)
-        << none.lastError().message().toStdString();
-    QDBusConnection::disconnectFromBus(name);
-    qputenv("DBUS_SESSION_BUS_ADDRESS", bus);
-    qputenv("XDG_RUNTIME_DIR", runtimeFolder);
-}
-
-TEST_F(RemoteControlTest, TheNameIsClaimedAgainWhenTheBusComesBack)
-{
-    QString returned;
-    m_control.onReturn([&](const QDBusConnection& bus) { returned += bus.name(); });
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    m_bus.stop();
-    QDBusConnection::disconnectFromBus(u"other-program"_s);
-    EXPECT_TRUE(waitFor([&] { return !m_other.bus().isConnected(); }));
-    m_control.publish(Activity::Recording, u"Opname"_s);
-    for (int i = 0; i < 20; ++i) {
-        QCoreApplication::processEvents();
-        m_queue.advance(std::chrono::milliseconds(500));
-    }
-    m_bus.start();
-    m_other.bus() = QDBusConnection::connectToBus(QString::fromLocal8Bit(m_bus.address()), u"other-program"_s);
-    ASSERT_TRUE(waitFor([&] { return m_other.bus().interface()->isServiceRegistered(kName).value(); }));
-    EXPECT_EQ(property(u"StatusLine"_s), u"Opname"_s);
-    call(kInterface, u"Toggle"_s);
-    EXPECT_TRUE(waitFor([&] { return m_commands == Commands{RemoteCommand::Toggle}; }));
-    // Told once, with the connection that has the name.
-    EXPECT_EQ(QDBusConnection(returned).baseService(), m_other.bus().interface()->serviceOwner(kName).value());
-}
-
-// Programs may call at every moment, also at the end.
-TEST_F(RemoteControlTest, CallsThatComeWhileTheInstanceEndsFindNobody)
-{
-    QProcess caller;
-    caller.setProcessEnvironment(m_bus.environment());
-    caller.setProcessChannelMode(QProcess::MergedChannels);
-    caller.start(u"/usr/bin/python3"_s, {u"-c"_s, QLatin1String(R"py(
-import sys
-from gi.repository import Gio, GLib
-bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-print("ready", flush=True)
-while True:
-    for _ in range(50):
-        bus.call("nl.pelloquintar.tavlo", "/nl/pelloquintar/Tavlo1", "org.freedesktop.DBus.Properties", "GetAll",
-                 GLib.Variant("(s)", ("nl.pelloquintar.Tavlo1",)), None, Gio.DBusCallFlags.NO_AUTO_START, -1, None)
-    bus.flush_sync(None)
-)py")});
-    ASSERT_TRUE(comesTrue([&] { return caller.waitForReadyRead(100); }));
-    for (int i = 0; i < 300; ++i) {
-        SessionBusControl control(m_queue, u"1"_s);
-        ASSERT_NE(control.claim(), ClaimResult::AlreadyRunning);
-        QThread::usleep(static_cast<unsigned long>(i % 30) * 100);
-        if (i % 3 == 0) {
-            QCoreApplication::processEvents();
+        if (GetParam() == Backend::Real) {
+            m_rig = std::make_unique<RealRig>();
+        } else {
+            m_rig = std::make_unique<FakeRig>();
         }
+        m_registration = listen();
     }
-    caller.kill();
-    caller.waitForFinished();
+
+    using Commands = std::vector<RemoteCommand>;
+
+    Registration listen()
+    {
+        return m_rig->control().onCommand([this](RemoteCommand command) { m_commands.push_back(command); });
+    }
+    bool commandsCome(const Commands& expected)
+    {
+        return m_rig->runUntil([&] { return m_commands == expected; });
+    }
+
+    std::unique_ptr<SessionRig> m_rig;
+    Commands m_commands;
+    Registration m_registration;
+};
+
+TEST_P(RemoteControlContract, ASecondInstanceAsksTheFirstToOpenItsSettings)
+{
+    ASSERT_EQ(m_rig->control().claim(), ClaimResult::Claimed);
+    EXPECT_EQ(m_rig->claimByAnotherInstance(), ClaimResult::AlreadyRunning);
+    EXPECT_TRUE(commandsCome({RemoteCommand::OpenSettings}));
 }
 
-TEST_F(RemoteControlTest, ANotificationReachesTheDesktopsService)
+TEST_P(RemoteControlContract, TheNextInstanceTakesThePlaceOfOneThatEnded)
 {
-    ASSERT_TRUE(m_other.bus().registerVirtualObject(u"/org/freedesktop/Notifications"_s, &m_other));
-    ASSERT_TRUE(m_other.bus().registerService(u"org.freedesktop.Notifications"_s));
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    BusNotification(m_control, QDBusConnection(u"none"_s)).show(u"Geen systeemvak"_s, u"Tekst"_s);
-    ASSERT_TRUE(waitFor([&] { return !m_other.messages.isEmpty(); }));
-    const QDBusMessage& message = m_other.messages[0];
-    EXPECT_EQ(message.member(), u"Notify"_s);
-    EXPECT_EQ(message.signature(), u"susssasa{sv}i"_s);
-    EXPECT_EQ(message.arguments()[0].toString(), u"Tavlo"_s);
-    EXPECT_EQ(message.arguments()[3].toString(), u"Geen systeemvak"_s);
-    EXPECT_EQ(message.arguments()[4].toString(), u"Tekst"_s);
+    ASSERT_EQ(m_rig->control().claim(), ClaimResult::Claimed);
+    m_rig->endControl();
+    EXPECT_EQ(m_rig->claimByAnotherInstance(), ClaimResult::Claimed);
+    EXPECT_EQ(m_commands, Commands());
 }
 
-TEST(BusNotificationTest, WithoutTheNameItGoesOverTheProgramsOtherConnection)
+TEST_P(RemoteControlContract, EachCommandIsAnsweredAndThenRunsByWayOfTheMainQueue)
 {
-    const PrivateBus bus("<deny own=\"nl.pelloquintar.tavlo\"/>");
-    OtherProgram other(bus);
-    ASSERT_TRUE(other.bus().registerVirtualObject(u"/org/freedesktop/Notifications"_s, &other));
-    ASSERT_TRUE(other.bus().registerService(u"org.freedesktop.Notifications"_s));
-    ManualMainQueue queue;
-    SessionBusControl control(queue, u"1"_s);
-    ASSERT_EQ(control.claim(), ClaimResult::NoBus);
-    const QString name = u"second-connection"_s;
-    BusNotification(control, QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), name))
-        .show(u"x"_s, u"y"_s);
-    EXPECT_TRUE(comesTrue([&] {
-        QCoreApplication::processEvents();
-        return !other.messages.isEmpty();
-    }));
-    QDBusConnection::disconnectFromBus(name);
+    ASSERT_EQ(m_rig->control().claim(), ClaimResult::Claimed);
+    const Commands all{RemoteCommand::Toggle, RemoteCommand::Cancel, RemoteCommand::PasteAgain,
+                       RemoteCommand::OpenSettings};
+    for (const RemoteCommand command : all) {
+        EXPECT_TRUE(m_rig->call(command));
+    }
+    EXPECT_EQ(m_commands, Commands()) << "none runs before the queue does";
+    EXPECT_TRUE(commandsCome(all));
 }
 
-TEST_F(RemoteControlTest, ABusThatHangsDoesNotHoldUpANotification)
+TEST_P(RemoteControlContract, ACommandThatNobodyListensToIsAnsweredAndDropped)
 {
-    ASSERT_TRUE(m_other.bus().registerVirtualObject(u"/org/freedesktop/Notifications"_s, &m_other));
-    ASSERT_TRUE(m_other.bus().registerService(u"org.freedesktop.Notifications"_s));
-    ASSERT_EQ(m_control.claim(), ClaimResult::Claimed);
-    BusNotification notification(m_control, QDBusConnection(u"none"_s));
-    m_bus.freeze(true);
-    QElapsedTimer timer;
-    timer.start();
-    notification.show(u"x"_s, u"y"_s);
-    EXPECT_LT(timer.elapsed(), 100);
-    m_bus.freeze(false);
-    EXPECT_TRUE(waitFor([&] { return !m_other.messages.isEmpty(); }));
+    ASSERT_EQ(m_rig->control().claim(), ClaimResult::Claimed);
+    m_registration = {};
+    EXPECT_TRUE(m_rig->call(RemoteCommand::Toggle));
+    m_rig->queue.runPending();
+    m_registration = listen();
+    EXPECT_TRUE(m_rig->call(RemoteCommand::Cancel));
+    EXPECT_TRUE(commandsCome({RemoteCommand::Cancel}));
 }
+
+TEST_P(RemoteControlContract, NobodyAnswersBeforeTheClaimAndAfterTheEnd)
+{
+    EXPECT_FALSE(m_rig->call(RemoteCommand::Toggle));
+    ASSERT_EQ(m_rig->control().claim(), ClaimResult::Claimed);
+    EXPECT_TRUE(m_rig->call(RemoteCommand::Toggle));
+    m_rig->endControl();
+    EXPECT_FALSE(m_rig->call(RemoteCommand::Toggle));
+    m_rig->queue.advance(std::chrono::seconds(1));
+    EXPECT_EQ(m_commands, Commands()) << "a command that still waits goes with the control";
+}
+
+TEST_P(RemoteControlContract, OtherProgramsReadWhatIsPublishedAlsoBeforeTheClaim)
+{
+    m_rig->control().publish(Activity::Ready, u"Klaar"_s);
+    ASSERT_EQ(m_rig->control().claim(), ClaimResult::Claimed);
+    EXPECT_EQ(m_rig->state(), u"ready"_s);
+    EXPECT_EQ(m_rig->statusLine(), u"Klaar"_s);
+    m_rig->control().publish(Activity::Recording, u"Opname…"_s);
+    EXPECT_EQ(m_rig->state(), u"recording"_s);
+    EXPECT_EQ(m_rig->statusLine(), u"Opname…"_s);
+}
+
+TEST_P(RemoteControlContract, WithoutABusThereIsNobodyToAsk)
+{
+    m_rig->removeBus();
+    EXPECT_EQ(m_rig->control().claim(), ClaimResult::NoBus);
+    m_rig->control().publish(Activity::Ready, u"Klaar"_s);
+    EXPECT_FALSE(m_rig->call(RemoteCommand::Toggle));
+    EXPECT_EQ(m_commands, Commands());
+}
+
+INSTANTIATE_TEST_SUITE_P(On, RemoteControlContract, ::testing::Values(Backend::Fake, Backend::Real),
+                         ::testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace tavlo

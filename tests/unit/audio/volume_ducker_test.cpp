@@ -99,43 +99,18 @@ TEST_F(VolumeDuckerTest, OneStepEveryThirtyMilliseconds)
     EXPECT_EQ(queue.waitingCount(), 0U);
 }
 
-// A queue that keeps the one waiting task and the delay it was asked for, on a clock of the test's own.
-class HeldQueue : public MainQueue {
-public:
-    void post(std::weak_ptr<void>, std::function<void()> task) override { waiting = std::move(task); }
-    void postAfter(Duration asked, std::weak_ptr<void>, std::function<void()> task) override
-    {
-        delay = asked;
-        waiting = std::move(task);
-    }
-    TimePoint now() const override { return TimePoint(time); }
-
-    void runAt(Duration when)
-    {
-        time = when;
-        std::exchange(waiting, nullptr)();
-    }
-
-    Duration time{0};
-    Duration delay{0};
-    std::function<void()> waiting;
-};
-
-TEST(VolumeDucker, LateStepsDoNotAddUp)
+TEST_F(VolumeDuckerTest, LateStepsDoNotAddUp)
 {
-    HeldQueue held;
-    FakeOutputVolume output;
-    VolumeDucker ducker(output, held);
     ducker.duckTo(0.1F);
-    EXPECT_EQ(held.delay, 30ms);
-    held.runAt(50ms);
-    EXPECT_EQ(held.delay, 10ms) << "the second step is due 60 ms after the beginning";
-    held.runAt(135ms);
-    EXPECT_EQ(held.delay, 0ms) << "a step that is overdue comes at once";
-    held.runAt(136ms);
-    EXPECT_EQ(held.delay, 0ms);
-    held.runAt(137ms);
-    EXPECT_EQ(held.delay, 13ms);
+    EXPECT_EQ(queue.untilNext(), 30ms);
+    queue.stall(50ms);
+    queue.runPending();
+    EXPECT_EQ(output.settings.size(), 1U);
+    EXPECT_EQ(queue.untilNext(), 10ms) << "the second step is due 60 ms after the beginning";
+    queue.stall(85ms);
+    queue.runPending();
+    EXPECT_EQ(output.settings.size(), 4U) << "steps that are overdue come at once";
+    EXPECT_EQ(queue.untilNext(), 15ms);
 }
 
 TEST_F(VolumeDuckerTest, AlreadyQuieterDoesNothing)

@@ -2,8 +2,8 @@
 
 #include "platform/text_literals.h"
 #include "server_process.h"
+#include "support/fakes/manual_main_queue.h"
 #include "support/fakes/memory_log.h"
-#include "support/fakes/pumped_main_queue.h"
 
 #include <gtest/gtest.h>
 
@@ -79,7 +79,7 @@ protected:
     QTemporaryDir m_home;
     Locations m_locations = Locations::inFolders(m_home.filePath(u"data"_s), m_home.filePath(u"bin"_s));
     MemoryLog m_log;
-    PumpedMainQueue m_queue;
+    ManualMainQueue m_queue;
     qint64 m_memoryGrowth = 0;
     std::chrono::nanoseconds m_startTook{};
 };

@@ -4,8 +4,8 @@
 #include "platform/text_literals.h"
 #include "posix/system_error.h"
 #include "server_process.h"
+#include "support/fakes/manual_main_queue.h"
 #include "support/fakes/memory_log.h"
-#include "support/fakes/pumped_main_queue.h"
 #include "support/held_thread.h"
 
 #include <gtest/gtest.h>
@@ -67,12 +67,12 @@ private:
 };
 
 // Counts what is posted.
-class CountingQueue : public PumpedMainQueue {
+class CountingQueue : public ManualMainQueue {
 public:
     void post(std::weak_ptr<void> owner, std::function<void()> task) override
     {
         ++m_count;
-        PumpedMainQueue::post(std::move(owner), std::move(task));
+        ManualMainQueue::post(std::move(owner), std::move(task));
     }
     int count() const { return m_count; }
 
@@ -133,7 +133,7 @@ protected:
     Locations m_locations = Locations::inFolders(m_home.filePath(u"data"_s), m_home.filePath(u"bin"_s));
     ServerProcess m_server;
     MemoryLog m_log;
-    PumpedMainQueue m_queue;
+    ManualMainQueue m_queue;
     DownloadTerms m_terms;
     QString m_url;
     std::vector<Progress> m_progress;
