@@ -39,34 +39,26 @@ function(tavlo_compress source name)
     set(TAVLO_COMPRESSED_FILES ${TAVLO_COMPRESSED_FILES} ${target} PARENT_SCOPE)
 endfunction()
 
-# The upstream changelog, and the distribution's own one about the package, dated as the first of them says.
+# The README for users, and the distribution's own changelog about the package.
 set(TAVLO_PACKAGE_RELEASE 1 CACHE STRING "Number of the package among those of the same version")
 set(TAVLO_PACKAGE_ADDRESS tavlo@pelloquintar.nl CACHE STRING "Mail address of the package's maintainer")
-file(STRINGS ${CMAKE_SOURCE_DIR}/CHANGELOG.md TAVLO_LATEST_CHANGE REGEX "^## [0-9]" LIMIT_COUNT 1)
-if(NOT TAVLO_LATEST_CHANGE MATCHES "^## ([0-9.]+) - ([0-9-]+)$" OR NOT CMAKE_MATCH_1 VERSION_EQUAL PROJECT_VERSION)
-    message(FATAL_ERROR "CHANGELOG.md begins with \"${TAVLO_LATEST_CHANGE}\", not with version ${PROJECT_VERSION}.")
-endif()
-execute_process(COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C date --utc -R -d "${CMAKE_MATCH_2} 12:00"
-    OUTPUT_VARIABLE TAVLO_PACKAGE_DATE OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/CHANGELOG.md)
-configure_file(${TAVLO_PACKAGING_DIR}/changelog.in ${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian @ONLY)
+set(TAVLO_DOCUMENTS ${TAVLO_PACKAGING_BINARY_DIR}/README.md ${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian)
+add_custom_command(OUTPUT ${TAVLO_DOCUMENTS}
+    COMMAND ${CMAKE_COMMAND} -D SOURCE=${CMAKE_SOURCE_DIR} -D TARGET=${TAVLO_PACKAGING_BINARY_DIR}
+        -D VERSION=${PROJECT_VERSION} -D RELEASE=${TAVLO_PACKAGE_RELEASE} -D ADDRESS=${TAVLO_PACKAGE_ADDRESS}
+        -P ${TAVLO_PACKAGING_DIR}/write_documents.cmake
+    COMMAND ${CMAKE_COMMAND} -E touch ${TAVLO_DOCUMENTS}
+    DEPENDS ${CMAKE_SOURCE_DIR}/README.md ${CMAKE_SOURCE_DIR}/CHANGELOG.md ${TAVLO_PACKAGING_DIR}/changelog.in
+        ${TAVLO_PACKAGING_DIR}/write_documents.cmake
+    COMMENT "Writing README and changelog"
+    VERBATIM)
 
 tavlo_compress(${TAVLO_PACKAGING_DIR}/man/tavlo.1 man1/tavlo.1.gz)
 tavlo_compress(${TAVLO_PACKAGING_DIR}/man/tavlo.nl.1 nl/man1/tavlo.1.gz)
 tavlo_compress(${CMAKE_SOURCE_DIR}/CHANGELOG.md changelog.gz)
 tavlo_compress(${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian changelog.Debian.gz)
 
-# The README without what it says to developers, which leads to files that are not installed.
-file(READ ${CMAKE_SOURCE_DIR}/README.md TAVLO_README)
-string(FIND "${TAVLO_README}" "\n## For developers\n" TAVLO_README_END)
-if(TAVLO_README_END EQUAL -1)
-    message(FATAL_ERROR "README.md has no section for developers.")
-endif()
-string(SUBSTRING "${TAVLO_README}" 0 ${TAVLO_README_END} TAVLO_README)
-file(WRITE ${TAVLO_PACKAGING_BINARY_DIR}/README.md "${TAVLO_README}")
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/README.md)
-
-add_custom_target(tavlo_packaging ALL DEPENDS ${TAVLO_ICON_FILES} ${TAVLO_COMPRESSED_FILES})
+add_custom_target(tavlo_packaging ALL DEPENDS ${TAVLO_ICON_FILES} ${TAVLO_DOCUMENTS} ${TAVLO_COMPRESSED_FILES})
 
 # A folder that is made on the way gets the mode that packages ask for, whatever the builder's umask.
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS

@@ -7,5 +7,6 @@ if(TAVLO_BUILD_TESTS)
     tavlo_test(svg_canvas_test
         SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/svg_canvas_test.cpp
         LINK tavlo_svg_canvas tavlo_ui GTest::gtest_main
-        LABELS unit)
+        LABELS unit
+        CASES)
 endif()
