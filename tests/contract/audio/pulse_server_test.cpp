@@ -5,6 +5,7 @@
 #include "platform/text_literals.h"
 #include "support/audio_servers.h"
 #include "support/fakes/manual_main_queue.h"
+#include "support/given_time.h"
 #include "support/graph_watch.h"
 #include "support/known_signal.h"
 
@@ -128,21 +129,23 @@ TEST_P(PulseServer, NothingIsLostAtTheEnd)
     ASSERT_TRUE(queue.runUntil([&] { return listener.last() > 0; }));
     std::vector<double> stopTimes;
     std::vector<double> startTimes;
+    GivenTime given;
     std::vector<double> tails;
     int disturbed = 0;
     for (int dictation = 0; dictation < 20;) {
         ASSERT_LT(disturbed, 100) << "the server itself misses audio all the time";
         forget();
         const auto pressed = Clock::now();
+        given.restart();
         ASSERT_GT(input->inputFormat().sampleRate, 0);
         ASSERT_TRUE(input->start(keep()));
-        startTimes.push_back(milliseconds(Clock::now() - pressed));
+        startTimes.push_back(milliseconds(given.elapsed()));
         queue.runFor(100ms + std::chrono::milliseconds(7 * dictation));
 
-        const auto stopped = Clock::now();
+        given.restart();
         const float heard = listener.last();
         input->stop();
-        stopTimes.push_back(milliseconds(Clock::now() - stopped));
+        stopTimes.push_back(milliseconds(given.elapsed()));
 
         const std::vector<float> recorded = samples();
         ASSERT_FALSE(recorded.empty());
@@ -191,10 +194,10 @@ TEST_P(PulseServer, ARecorderOnARealMicrophoneMeasuresAndConverts)
 
 TEST_P(PulseServer, WithoutAServerAtLaunchEverythingWorksWhenItComes)
 {
-    const auto before = Clock::now();
+    const GivenTime waited;
     connect();
     EXPECT_EQ(input->inputFormat(), AudioFormat{});
-    EXPECT_LT(Clock::now() - before, 350ms);
+    EXPECT_LT(waited.elapsed(), 350ms);
     EXPECT_EQ(volume->defaultDevice(), std::nullopt);
     EXPECT_FALSE(volume->setVolume(u"speakers"_s, 0.5F));
     volume->flush();
@@ -220,9 +223,9 @@ TEST_P(PulseServer, KilledWhileRecordingAndStartedAgain)
     server.kill();
     EXPECT_TRUE(queue.runUntil([this] { return notices > 0; }));
     const std::size_t came = samples().size();
-    const auto before = Clock::now();
+    const GivenTime waited;
     input->stop();
-    EXPECT_LT(Clock::now() - before, 100ms);
+    EXPECT_LT(waited.elapsed(), 100ms);
     EXPECT_GE(samples().size(), came);
     EXPECT_EQ(input->inputFormat(), AudioFormat{});
 
@@ -275,9 +278,9 @@ TEST_P(PulseServer, WithoutAMicrophoneAPressConnectsAnewAndTheOutputsStayKnown)
         const std::lock_guard guard(*connection);
         return !connection->devices().microphone();
     }));
-    const auto before = Clock::now();
+    const GivenTime waited;
     EXPECT_EQ(input->inputFormat(), AudioFormat{});
-    EXPECT_LT(Clock::now() - before, 350ms);
+    EXPECT_LT(waited.elapsed(), 350ms);
     EXPECT_TRUE(queue.runUntil([&] { return !ownClient().isEmpty() && ownClient() != client; }));
     EXPECT_TRUE(queue.runUntil([this] { return volume->volume(u"speakers"_s).has_value(); }));
 }
@@ -286,9 +289,9 @@ TEST_P(PulseServer, AServerThatAnswersNoMoreIsAFailureInTime)
 {
     startEverything();
     server.freeze();
-    const auto before = Clock::now();
+    const GivenTime waited;
     const Result<void> started = input->start(keep());
-    const auto took = Clock::now() - before;
+    const auto took = waited.elapsed();
     server.thaw();
     EXPECT_LT(took, 350ms);
     ASSERT_FALSE(started);
@@ -303,15 +306,15 @@ TEST_P(PulseServer, AServerThatAcceptsTheConnectionAndNeverAnswersIsWaitedForOnc
     server.listenTo(u"voice"_s);
     server.freeze();
     connect();
-    auto before = Clock::now();
+    GivenTime waited;
     EXPECT_EQ(input->inputFormat(), AudioFormat{});
-    EXPECT_GE(Clock::now() - before, 300ms);
-    EXPECT_LT(Clock::now() - before, 350ms);
-    before = Clock::now();
+    EXPECT_GE(waited.clockTime(), 300ms);
+    EXPECT_LT(waited.elapsed(), 350ms);
+    waited.restart();
     EXPECT_EQ(input->inputFormat(), AudioFormat{});
     EXPECT_FALSE(input->start(keep()));
     EXPECT_EQ(input->inputFormat(), AudioFormat{});
-    EXPECT_LT(Clock::now() - before, 300ms);
+    EXPECT_LT(waited.elapsed(), 300ms);
 
     server.thaw();
     ASSERT_TRUE(hasMicrophone());
@@ -343,16 +346,16 @@ TEST_P(PulseServer, AServerThatAnswersNoMoreHoldsNeitherTheStopNorTheVolume)
     ASSERT_TRUE(queue.runUntil([this] { return !samples().empty(); }));
     ASSERT_TRUE(queue.runUntil([this] { return volume->hasVolume(u"speakers"_s); }));
     server.freeze();
-    auto before = Clock::now();
+    GivenTime waited;
     input->stop();
-    EXPECT_LT(Clock::now() - before, 300ms);
-    before = Clock::now();
+    EXPECT_LT(waited.elapsed(), 300ms);
+    waited.restart();
     EXPECT_TRUE(volume->setVolume(u"speakers"_s, 0.5F));
     EXPECT_NEAR(*volume->volume(u"speakers"_s), 0.5F, 0.001F);
-    EXPECT_LT(Clock::now() - before, 20ms);
-    before = Clock::now();
+    EXPECT_LT(waited.elapsed(), 20ms);
+    waited.restart();
     volume->flush();
-    EXPECT_LT(Clock::now() - before, 550ms);
+    EXPECT_LT(waited.elapsed(), 550ms);
     server.thaw();
 }
 

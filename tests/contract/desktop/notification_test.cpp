@@ -5,11 +5,11 @@
 #include "platform/text_literals.h"
 #include "support/fakes/fake_desktop_notification.h"
 #include "support/fakes/manual_main_queue.h"
+#include "support/given_time.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 
 #include <memory>
 
@@ -107,10 +107,9 @@ TEST(BusNotification, ABusThatHangsHoldsNothingUp)
 {
     RealRig rig;
     rig.bus().freeze(true);
-    QElapsedTimer timer;
-    timer.start();
+    const GivenTime showing;
     rig.notification().show(u"x"_s, u"y"_s);
-    EXPECT_LT(timer.elapsed(), 100);
+    EXPECT_LT(showing.elapsed(), std::chrono::milliseconds(100));
     rig.bus().freeze(false);
     EXPECT_TRUE(comesTrue([&] { return rig.shown().size() == 1; }));
 }
