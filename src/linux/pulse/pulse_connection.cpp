@@ -16,6 +16,9 @@ using namespace std::chrono_literals;
 
 constexpr PulseConnection::Clock::duration kFirstDelay = 250ms;
 constexpr PulseConnection::Clock::duration kLongestDelay = 64s;
+// While the delay is shorter a server may be starting beside us, at login. Later the library is let look for itself,
+// also where its settings name a server elsewhere.
+constexpr PulseConnection::Clock::duration kServerIsStartingDelay = 4s;
 // A socket stands in its folder a moment before its server listens.
 constexpr PulseConnection::Clock::duration kDelayAfterSocket = 20ms;
 
@@ -96,6 +99,10 @@ void PulseConnection::reconnect()
 void PulseConnection::connect()
 {
     m_socketWatch->start();
+    if (m_nextDelay < kServerIsStartingDelay && SocketWatch::wouldMakeServerFolder()) {
+        lost();  // the watch tells when a server has made its folder
+        return;
+    }
     pa_proplist* const properties = clientProperties();
     m_context = pa_context_new_with_proplist(m_api, nullptr, properties);
     pa_proplist_free(properties);

@@ -54,6 +54,17 @@ void SocketWatch::start()
     m_event = m_loop->io_new(m_loop, m_fd, PA_IO_EVENT_INPUT, &SocketWatch::readable, this);
 }
 
+bool SocketWatch::wouldMakeServerFolder()
+{
+    const char* const runtime = std::getenv("XDG_RUNTIME_DIR");
+    // With one of the others the library looks elsewhere.
+    if (runtime == nullptr || std::getenv("PULSE_SERVER") != nullptr || std::getenv("PULSE_RUNTIME_PATH") != nullptr) {
+        return false;
+    }
+    const std::string folder = std::string(runtime) + '/' + kFolderName;
+    return access(folder.c_str(), F_OK) != 0;
+}
+
 void SocketWatch::stop()
 {
     if (m_event != nullptr) {

@@ -21,6 +21,10 @@ public:
     void start();
     void stop();
 
+    // Whether the client library, asked to connect, would make the folder in which the user's own server puts its
+    // socket. A server that is just starting may look for the folder before that and fail to make it afterwards.
+    static bool wouldMakeServerFolder();
+
 private:
     static void readable(pa_mainloop_api* loop, pa_io_event* event, int fd, pa_io_event_flags_t flags, void* self);
     void watchFolders() const;
