@@ -12,12 +12,13 @@ foreach(label unit contract e2e)
     add_custom_target(tavlo_${label}_tests)
 endforeach()
 
-# tavlo_test(NAME SOURCES a.cpp ... LINK lib ... LABELS unit ... [TIMEOUT seconds] [ENVIRONMENT A=b ...] [CASES])
+# tavlo_test(NAME SOURCES a.cpp ... LINK lib ... LABELS unit ... [TIMEOUT seconds] [COST seconds]
+#     [ENVIRONMENT A=b ...] [CASES])
 # A program of GoogleTest. It brings its own main() where it needs one, or links a library that has one.
 # ctest knows it as one test, NAME; with CASES it knows each case as NAME.Suite.Case, in a process of its own.
-# TIMEOUT is for what ctest runs, program or case: 60 when not given.
+# TIMEOUT is for what ctest runs, program or case: 60 when not given. COST is about what it takes: long ones start first.
 function(tavlo_test name)
-    cmake_parse_arguments(TEST "CASES" "TIMEOUT" "SOURCES;LINK;LABELS;ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(TEST "CASES" "TIMEOUT;COST" "SOURCES;LINK;LABELS;ENVIRONMENT" ${ARGN})
     add_executable(${name} ${TEST_SOURCES})
     target_link_libraries(${name} PRIVATE tavlo_options ${TEST_LINK} GTest::gtest GTest::gmock)
     target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
@@ -25,6 +26,9 @@ function(tavlo_test name)
     tavlo_precompile(${name} TEST)
     list(GET TEST_LABELS 0 label)
     add_dependencies(tavlo_${label}_tests ${name})
+    if(NOT TEST_COST)
+        set(TEST_COST 1)
+    endif()
     if(NOT TEST_TIMEOUT)
         set(TEST_TIMEOUT 60)
     endif()
@@ -34,11 +38,11 @@ function(tavlo_test name)
         return()
     endif()
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES LABELS "${TEST_LABELS}" TIMEOUT ${TEST_TIMEOUT}
+    set_tests_properties(${name} PROPERTIES LABELS "${TEST_LABELS}" TIMEOUT ${TEST_TIMEOUT} COST "${TEST_COST}"
         ENVIRONMENT "${TEST_ENVIRONMENT}")
 endfunction()
 
-# tavlo_test_cases(PROGRAM PREFIX LABELS label TIMEOUT seconds [ENVIRONMENT A=b]): each case of the program as PREFIXSuite.Case.
+# tavlo_test_cases(PROGRAM PREFIX LABELS label TIMEOUT seconds [ENVIRONMENT A=b]): each case as PREFIXSuite.Case.
 # The program is asked for its cases when ctest starts, so a build without it can still run the other tests.
 function(tavlo_test_cases program prefix)
     cmake_parse_arguments(TEST "" "LABELS;TIMEOUT;ENVIRONMENT" "" ${ARGN})
