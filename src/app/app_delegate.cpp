@@ -5,6 +5,7 @@
 #include "platform/remote_control.h"
 #include "platform/secret_store.h"
 #include "platform/text_literals.h"
+#include "posix/file_access.h"
 #include "settings/app_log.h"
 #include "settings/config_file.h"
 #include "settings/language.h"
@@ -21,7 +22,8 @@ namespace {
 // The support folder holds recordings and settings: its owner alone may look inside.
 void createSupportFolder(const QString& path)
 {
-    QDir().mkpath(path);
+    // Without the folder nothing is kept, but everything else works.
+    static_cast<void>(makeFolder(path));
     QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 }
 

@@ -14,6 +14,8 @@ namespace tavlo {
 
 namespace {
 
+constexpr qint64 kLargestFile = 65536;
+
 const QString kDevice = u"device"_s;
 const QString kOriginal = u"original"_s;
 const QString kFrom = u"from"_s;
@@ -49,11 +51,11 @@ void DuckJournalFile::ended()
 
 std::optional<DuckedOutput> DuckJournalFile::left() const
 {
-    QFile file(m_path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    const std::optional<QByteArray> bytes = readFile(m_path, kLargestFile);
+    if (!bytes) {
         return std::nullopt;
     }
-    const QJsonObject object = QJsonDocument::fromJson(file.readAll()).object();
+    const QJsonObject object = QJsonDocument::fromJson(*bytes).object();
     const auto original = number(object, kOriginal);
     const auto from = number(object, kFrom);
     const auto to = number(object, kTo);

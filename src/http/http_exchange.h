@@ -1,6 +1,5 @@
 #pragma once
 
-#include "http/transfer_clock.h"
 #include "platform/result.h"
 #include "platform/text_literals.h"
 
@@ -11,12 +10,37 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
 
 namespace tavlo {
+
+// How long a transfer may take.
+struct TransferLimits {
+    std::chrono::milliseconds idle;   // without a byte in either direction
+    std::chrono::milliseconds whole;  // from start to end
+};
+
+// Watches one transfer and calls its handler once, when a limit has passed. Lives on one thread, whose event loop
+// drives it.
+class TransferClock {
+public:
+    TransferClock(TransferLimits limits, std::function<void()> expired);
+
+    // Data moved: the idle time starts again.
+    void touch() { m_idle.start(); }
+    void stop();
+
+private:
+    void expire();
+
+    QTimer m_idle;
+    QTimer m_whole;
+    std::function<void()> m_expired;
+};
 
 struct HttpRequest {
     QByteArray method;  // "GET", or "POST" with the body

@@ -1,5 +1,6 @@
 #include "posix/child_process.h"
 
+#include "posix/descriptor.h"
 #include "posix/system_error.h"
 
 #include <QFile>
@@ -24,31 +25,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class Descriptor {
-public:
-    explicit Descriptor(int value = -1) : m_value(value) {}
-    Descriptor(Descriptor&& other) noexcept : m_value(std::exchange(other.m_value, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept
-    {
-        std::swap(m_value, other.m_value);
-        return *this;
-    }
-    ~Descriptor() { close(); }
-
-    int value() const { return m_value; }
-    bool isOpen() const { return m_value >= 0; }
-
-    void close()
-    {
-        if (const int value = std::exchange(m_value, -1); value >= 0) {
-            ::close(value);
-        }
-    }
-
-private:
-    int m_value;
-};
-
 struct Pipe {
     Descriptor readingEnd;
     Descriptor writingEnd;
@@ -58,7 +34,7 @@ Result<Pipe> makePipe()
 {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {
-        return tl::unexpected<Error>(systemError(errno));
+        return systemFailure(errno);
     }
     return Pipe{Descriptor(ends[0]), Descriptor(ends[1])};
 }
@@ -102,7 +78,7 @@ public:
         const int error =
             ::posix_spawn(&process, path.constData(), &m_actions, &m_attributes, pointers.data(), environ);
         if (error != 0) {
-            return tl::unexpected<Error>(systemError(error));
+            return systemFailure(error);
         }
         return process;
     }

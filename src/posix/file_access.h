@@ -23,6 +23,15 @@ bool writeTextInPlace(const QString& path, const QByteArray& text);
 // Puts a file of `bytes`, readable by its owner only, in the place of `path`: it is written beside it and renamed, so
 // that the old file is whole until the new one is. Does not wait for the disk to have taken it, which may take longer
 // than a user should notice. Fails with the system's error; the old file then stays. Any thread.
-Result<void> replaceFile(const QString& path, const QByteArray& bytes);
+[[nodiscard]] Result<void> replaceFile(const QString& path, const QByteArray& bytes);
+
+// Appends `bytes` to a file, which is made, for its owner only, where there is none: all of them, or none to a regular
+// file that a full disk cannot hold. A pipe without a reader takes nothing and holds nobody up. Returns whether all was
+// written. Any thread.
+bool appendToFile(const QString& path, const QByteArray& bytes);
+
+// Makes a folder and those above it, where they are missing; the folder itself is for its owner only then. Fails with
+// the system's error. Any thread.
+[[nodiscard]] Result<void> makeFolder(const QString& path);
 
 }  // namespace tavlo

@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <cerrno>
 #include <system_error>
 
 namespace tavlo {
@@ -12,16 +13,26 @@ namespace tavlo {
 // The domain of the system's own failures; the code is an errno value, the description the system's own words.
 inline const QString kSystemErrorDomain = u"errno"_s;
 
-// `code` is an errno value.
-Error systemError(int code);
-
-inline Error systemError(const std::error_code& error)
+// `code` is an errno value. Any thread.
+inline Error systemError(int code)
 {
-    return systemError(error.value());
+    return {kSystemErrorDomain, code, QString::fromLocal8Bit(std::generic_category().message(code).c_str())};
+}
+
+inline tl::unexpected<Error> systemFailure(int code)
+{
+    return tl::unexpected<Error>(systemError(code));
 }
 
 // A cancellation and a time limit are told in the words that the system has for them.
-Error cancellationError();
-Error timeoutError();
+inline Error cancellationError()
+{
+    return systemError(ECANCELED);
+}
+
+inline Error timeoutError()
+{
+    return systemError(ETIMEDOUT);
+}
 
 }  // namespace tavlo

@@ -1,16 +1,14 @@
 #include "settings/file_log.h"
 
 #include "platform/text_literals.h"
+#include "posix/file_access.h"
 
 #include <QByteArray>
 #include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 
-#include <fcntl.h>
 #include <pthread.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <cerrno>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -21,12 +19,12 @@
 namespace tavlo {
 
 struct FileLog::Queue {
-    explicit Queue(const QString& file) : path(QFile::encodeName(file)) {}
+    explicit Queue(const QString& file) : path(file) {}
 
     void run();
     void writeLine(const QByteArray& line) const;
 
-    const QByteArray path;
+    const QString path;
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<QByteArray> lines;
@@ -55,43 +53,23 @@ void FileLog::Queue::run()
 
 void FileLog::Queue::writeLine(const QByteArray& line) const
 {
-    struct stat status = {};
-    if (::stat(path.constData(), &status) == 0 && status.st_size > kLargestSize) {
-        ::unlink(path.constData());
+    if (QFileInfo(path).size() > kLargestSize) {
+        QFile::remove(path);
     }
-    // What the log tells about its user is for the user only. A pipe without a reader must not hold up the queue.
-    const int file =
-        ::open(path.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, S_IRUSR | S_IWUSR);
-    if (file < 0) {
-        return;
-    }
-    const bool isRegular = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-    qint64 done = 0;
-    while (done < line.size()) {
-        const ssize_t count = ::write(file, line.constData() + done, static_cast<std::size_t>(line.size() - done));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            break;
-        }
-        done += count;
-    }
-    if (done < line.size() && isRegular) {
-        // A full disk: half a line would swallow the start of the next one.
-        static_cast<void>(!::ftruncate(file, status.st_size));
-    }
-    ::close(file);
+    appendToFile(path, line);
 }
 
-FileLog::FileLog(const QString& path) : m_queue(std::make_shared<Queue>(path)) {}
+FileLog::FileLog(const QString& path, std::chrono::milliseconds drainTime)
+    : m_queue(std::make_shared<Queue>(path)), m_drainTime(drainTime)
+{
+}
 
 FileLog::~FileLog()
 {
     std::unique_lock guard(m_queue->mutex);
     m_queue->ending = true;
     m_queue->changed.notify_all();
-    m_queue->changed.wait_for(guard, kDrainTime, [this] { return !m_queue->running; });
+    m_queue->changed.wait_for(guard, m_drainTime, [this] { return !m_queue->running; });
 }
 
 void FileLog::appLog(const QString& message)

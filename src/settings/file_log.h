@@ -18,8 +18,8 @@ public:
     static constexpr std::chrono::milliseconds kDrainTime{1000};
 
     // `path` is only a name until the first line; its folder is made by others.
-    explicit FileLog(const QString& path);
-    // Writes what is left, within kDrainTime.
+    explicit FileLog(const QString& path, std::chrono::milliseconds drainTime = kDrainTime);
+    // Writes what is left, within the drain time.
     ~FileLog() override;
     FileLog(const FileLog&) = delete;
     FileLog& operator=(const FileLog&) = delete;
@@ -31,6 +31,7 @@ private:
     struct Queue;
 
     std::shared_ptr<Queue> m_queue;
+    std::chrono::milliseconds m_drainTime;
 };
 
 }  // namespace tavlo

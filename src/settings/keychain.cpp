@@ -2,8 +2,7 @@
 
 #include "platform/secret_store.h"
 #include "platform/text_literals.h"
-
-#include <QStringDecoder>
+#include "posix/utf8_text.h"
 
 namespace tavlo {
 
@@ -35,11 +34,8 @@ std::optional<QString> Keychain::get(const QString& account)
     if (!data) {
         return std::nullopt;
     }
-    // Stateless, so that a sequence that breaks off at the end counts as an error; the text is kept as stored.
-    QStringDecoder decoder(QStringDecoder::Utf8,
-                           QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
-    const QString text = decoder.decode(*data);
-    if (decoder.hasError() || text.isEmpty()) {
+    const QString text = utf8Text(*data, ByteOrderMark::Keep);
+    if (text.isEmpty()) {
         return std::nullopt;
     }
     return text;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engines/engines.h"
-#include "http/transfer_clock.h"
+#include "http/http_exchange.h"
 
 #include <QByteArray>
 

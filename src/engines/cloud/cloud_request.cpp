@@ -66,7 +66,7 @@ Result<QUrl> endpointURL(const Config& config)
         url = QUrl(ownServer.toString(), QUrl::StrictMode);
     }
     if (!isUsableServer(url)) {
-        return failure(5, u"Ongeldig API-adres in de instellingen."_s);
+        return failure(kNoCode, u"Ongeldig API-adres in de instellingen."_s);
     }
     QString prefix = url.path(QUrl::FullyEncoded);
     while (prefix.endsWith(QLatin1Char('/'))) {
@@ -81,7 +81,7 @@ Result<QByteArray> authorizationValue(const Config& config)
     const bool hasControl = std::any_of(config.apiKey.begin(), config.apiKey.end(),
                                         [](QChar c) { return c.category() == QChar::Other_Control; });
     if (hasControl) {
-        return failure(6, u"De API-sleutel bevat ongeldige tekens."_s);
+        return failure(kNoCode, u"De API-sleutel bevat ongeldige tekens."_s);
     }
     return "Bearer " + config.apiKey.toUtf8();
 }

@@ -8,10 +8,10 @@
 namespace tavlo {
 
 // Where the provider of `config` takes recordings: its own address, or the user's server in its place. A server's
-// address that cannot be used is a failure with code 5, so that no recording goes to a host the user did not name.
+// address that cannot be used is a failure, so that no recording goes to a host the user did not name.
 Result<QUrl> endpointURL(const Config& config);
 
-// The value of the header "Authorization"; a key with control characters inside is a failure with code 6.
+// The value of the header "Authorization"; a key with control characters inside is a failure.
 Result<QByteArray> authorizationValue(const Config& config);
 
 // "Tavlo-" and a new UUID in capitals.

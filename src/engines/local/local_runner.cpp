@@ -78,10 +78,10 @@ TranscriptionResult LocalRunner::transcribeLocal(const QString& wavPath, const C
 {
     const std::optional<QString> program = whisperBinaryURL();
     if (!program) {
-        return failure(3, u"whisper-cli ontbreekt in de app."_s);
+        return failure(kEngineMissing, u"whisper-cli ontbreekt in de app."_s);
     }
     if (!localModelReady()) {
-        return failure(3, u"Het offline taalmodel is nog niet gedownload."_s);
+        return failure(kEngineMissing, u"Het offline taalmodel is nog niet gedownload."_s);
     }
     const QList<QByteArray> arguments{"-m",
                                       QFile::encodeName(m_locations.kModelURL),

@@ -15,11 +15,14 @@ class AppLog;
 // not UTF-8 counts as empty.
 QString cleanedTranscript(const QByteArray& output);
 
+// How long whisper-cli may run before it is asked to end.
+inline constexpr std::chrono::seconds kLongestLocalRun{180};
+
 // Runs whisper-cli as a child process.
 class LocalRunner : public LocalEngine {
 public:
     // whisper-cli is asked to end when it runs for longer than `limit`.
-    LocalRunner(Locations locations, AppLog& log, std::chrono::milliseconds limit = std::chrono::seconds(180));
+    LocalRunner(Locations locations, AppLog& log, std::chrono::milliseconds limit = kLongestLocalRun);
 
     // The program in the bundle's resource folder, else in the support folder's "bin"; none when neither is
     // executable.

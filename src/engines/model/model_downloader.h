@@ -1,15 +1,28 @@
 #pragma once
 
 #include "engines/model/model_download.h"
-#include "engines/model/model_transfer.h"
+#include "http/http_exchange.h"
 #include "platform/queues.h"
+#include "settings/locations.h"
 
+#include <QByteArray>
+
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
 namespace tavlo {
 
 class AppLog;
+class ModelTransfer;
+class NetworkThread;
+
+// How a download is made; a test gives its own server's authority, short limits and a small model.
+struct DownloadTerms {
+    TransferLimits limits{std::chrono::seconds(60), std::chrono::seconds(3600)};
+    qint64 minimumBytes = kModelMinBytes;
+    QByteArray authorities;  // certificates in PEM form to trust in place of the system's, if any
+};
 
 // Fetches the offline model over HTTPS and installs it; redirects are followed, to HTTPS only. The transfer runs on a
 // thread of its own, which exists only as long as a download and leaves the processor to others. Main thread.

@@ -1,12 +1,12 @@
 #include "engines/model/model_files.h"
 
 #include "platform/text_literals.h"
+#include "posix/file_access.h"
 #include "posix/system_error.h"
 
 #include <QFile>
 #include <QFileInfo>
 
-#include <cerrno>
 #include <filesystem>
 #include <utility>
 
@@ -25,7 +25,7 @@ Result<void> moveFile(const QString& from, const QString& to)
     std::error_code error;
     std::filesystem::rename(nativePath(from), nativePath(to), error);
     if (error) {
-        return tl::unexpected<Error>(systemError(error));
+        return systemFailure(error.value());
     }
     return {};
 }
@@ -56,17 +56,7 @@ void ModelFiles::removeLeftovers() const
 
 Result<void> ModelFiles::createFolder() const
 {
-    const std::filesystem::path folder = nativePath(m_locations.kModelsDir);
-    std::error_code error;
-    const bool created = std::filesystem::create_directories(folder, error);
-    if (error) {
-        return tl::unexpected<Error>(systemError(error));
-    }
-    if (created) {
-        // The files inside are closed to others as well, so this matters little where it fails.
-        std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
-    }
-    return {};
+    return makeFolder(m_locations.kModelsDir);
 }
 
 Result<void> ModelFiles::checkRoom(qint64 expected) const
@@ -75,7 +65,8 @@ Result<void> ModelFiles::checkRoom(qint64 expected) const
     std::error_code error;
     const std::filesystem::space_info space = std::filesystem::space(nativePath(m_locations.kModelsDir), error);
     if (!error && space.available < static_cast<std::uintmax_t>(needed)) {
-        return failure(7, u"Te weinig schijfruimte voor het model ("_s + QString::number(needed) + u" bytes nodig)."_s);
+        return failure(kNoCode,
+                       u"Te weinig schijfruimte voor het model ("_s + QString::number(needed) + u" bytes nodig)."_s);
     }
     return {};
 }
@@ -93,7 +84,7 @@ Result<qint64> ModelFiles::install() const
     const qint64 size = QFileInfo(stagingPath()).size();
     if (size < m_minimumBytes) {
         removeLeftovers();
-        return failure(4, u"Download onvolledig ("_s + QString::number(size) + u" bytes)."_s);
+        return failure(kIncompleteDownload, u"Download onvolledig ("_s + QString::number(size) + u" bytes)."_s);
     }
     if (const Result<void> installed = moveFile(stagingPath(), m_locations.kModelURL); !installed) {
         removeLeftovers();

@@ -21,7 +21,7 @@ public:
     void removeLeftovers() const;
     // Makes the models folder and the folders above it, for their owner only.
     Result<void> createFolder() const;
-    // Fails with code 7 when the disk has no room for `expected` bytes, or for a model of the smallest size while
+    // Fails when the disk has no room for `expected` bytes, or for a model of the smallest size while
     // that is unknown (below 1). A disk that does not tell has room.
     Result<void> checkRoom(qint64 expected) const;
     // Makes the temporary file the model: staged, measured, and under the final name only when it is complete.

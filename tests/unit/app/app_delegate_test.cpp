@@ -1,6 +1,8 @@
 #include "desk.h"
 #include "platform/text_literals.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -28,6 +30,26 @@ TEST_F(AppDelegateTest, LaunchCreatesTheSupportFolderForItsOwnerOnlyAndTheTempla
     ASSERT_EQ(stat(qPrintable(desk.locations.kAppSupportDir), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0700U);
     EXPECT_EQ(settings().value(u"hotkey"_s).toString(), u"rechter-command"_s);
+}
+
+TEST_F(AppDelegateTest, LaunchCreatesTheFoldersAboveTheSupportFolder)
+{
+    ASSERT_TRUE(QDir(desk.home.path()).removeRecursively());
+    launch();
+    EXPECT_TRUE(QFileInfo(desk.locations.kConfigURL).isFile());
+}
+
+TEST_F(AppDelegateTest, ASupportFolderThatCannotBeMadeStopsNothing)
+{
+    QFile inTheWay(desk.locations.kAppSupportDir);
+    ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
+    launch();
+    EXPECT_EQ(status(), u"Klaar - druk op de sneltoets om te dicteren"_s);
+    desk.pressHotkey();
+    desk.speak(1000);
+    desk.pressHotkey();
+    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.log.lines().last().startsWith(u"Laatste opname niet bewaard: "_s));
 }
 
 TEST_F(AppDelegateTest, TheFirstStatusLineIsDutch)

@@ -93,7 +93,7 @@ TEST(EndpointURL, refusesEveryAddressThatItCannotUse)
     for (const QVariant& address : addresses) {
         const Result<QUrl> url = endpointURL(withServer(address));
         ASSERT_FALSE(url) << address.toString().toStdString();
-        EXPECT_EQ(url.error(), (Error{u"Tavlo"_s, 5, u"Ongeldig API-adres in de instellingen."_s}));
+        EXPECT_EQ(url.error(), (Error{u"Tavlo"_s, kNoCode, u"Ongeldig API-adres in de instellingen."_s}));
     }
 }
 
@@ -112,7 +112,7 @@ TEST(AuthorizationValue, refusesControlCharactersInTheKey)
         Config config;
         config.apiKey = u"sk-1"_s + control + u"X-Other: value"_s;
         EXPECT_EQ(authorizationValue(config).error(),
-                  (Error{u"Tavlo"_s, 6, u"De API-sleutel bevat ongeldige tekens."_s}));
+                  (Error{u"Tavlo"_s, kNoCode, u"De API-sleutel bevat ongeldige tekens."_s}));
     }
 }
 

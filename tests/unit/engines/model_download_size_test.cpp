@@ -1,9 +1,9 @@
 #include "engines/model/model_downloader.h"
 
 #include "platform/text_literals.h"
-#include "server_process.h"
 #include "support/fakes/manual_main_queue.h"
 #include "support/fakes/memory_log.h"
+#include "support/server_process.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,14 @@
 #include "engines/model/model_downloader.h"
 
+#include "engines/model/model_files.h"
 #include "http/http_exchange.h"
+#include "http/network_thread.h"
 #include "platform/text_literals.h"
 #include "posix/system_error.h"
-#include "server_process.h"
 #include "support/fakes/manual_main_queue.h"
 #include "support/fakes/memory_log.h"
 #include "support/held_thread.h"
+#include "support/server_process.h"
 
 #include <gtest/gtest.h>
 
@@ -317,8 +319,8 @@ TEST_F(ModelDownloaderTest, aDiskWithoutRoomForTheAnnouncedSizeIsFoundBeforeTheT
 {
     m_server.setScenario(body("stall", 4'000'000'000'000'000'000, {{u"after"_s, 0}}));
     const Error error = download().error();
-    EXPECT_EQ(error,
-              (Error{u"Tavlo"_s, 7, u"Te weinig schijfruimte voor het model (4000000000000000000 bytes nodig)."_s}));
+    EXPECT_EQ(error, (Error{u"Tavlo"_s, kNoCode,
+                            u"Te weinig schijfruimte voor het model (4000000000000000000 bytes nodig)."_s}));
     EXPECT_TRUE(m_progress.empty());
     EXPECT_EQ(m_log.lines().last(), failed(error.description));
     EXPECT_EQ(modelFolder(), QStringList());
@@ -328,9 +330,7 @@ TEST_F(ModelDownloaderTest, aDiskThatRunsFullIsThePlatformsFailureAndLeavesNothi
 {
     const SmallDisk disk(1'500'000);
     const Error error = download().error();
-    EXPECT_EQ(error.domain, u"QFileDevice"_s);
-    EXPECT_NE(error.code, QFileDevice::NoError);
-    EXPECT_EQ(error.description, systemError(EFBIG).description);
+    EXPECT_EQ(error, systemError(EFBIG));
     EXPECT_EQ(m_log.lines().last(), failed(error.description));
     EXPECT_EQ(modelFolder(), QStringList());
 }
@@ -470,7 +470,7 @@ TEST_F(ModelDownloaderTest, aTransferThatIsHeldUpAtTheDestructionReportsToNobody
 
     const auto before = std::chrono::steady_clock::now();
     downloader.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - before, 3s);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 10s);
     EXPECT_TRUE(NetworkThread::isAnyLeftBehind());
     const int posted = queue.count();
     EXPECT_EQ(m_log.lines(), QStringList(started()));

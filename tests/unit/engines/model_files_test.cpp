@@ -102,15 +102,16 @@ TEST_F(ModelFilesTest, roomForTheAnnouncedSizeIsAskedFor)
 {
     EXPECT_TRUE(m_files.checkRoom(1));
     constexpr qint64 kFarTooMuch = std::numeric_limits<qint64>::max();
-    EXPECT_EQ(m_files.checkRoom(kFarTooMuch).error(),
-              (Error{u"Tavlo"_s, 7, u"Te weinig schijfruimte voor het model (9223372036854775807 bytes nodig)."_s}));
+    EXPECT_EQ(
+        m_files.checkRoom(kFarTooMuch).error(),
+        (Error{u"Tavlo"_s, kNoCode, u"Te weinig schijfruimte voor het model (9223372036854775807 bytes nodig)."_s}));
 }
 
 TEST_F(ModelFilesTest, roomForTheSmallestModelIsAskedForWhileTheSizeIsUnknown)
 {
     const ModelFiles files(m_locations, std::numeric_limits<qint64>::max());
     for (const qint64 unknown : {-1, 0}) {
-        EXPECT_EQ(files.checkRoom(unknown).error().code, 7);
+        EXPECT_TRUE(files.checkRoom(unknown).error().description.startsWith(u"Te weinig schijfruimte"_s));
     }
 }
 

@@ -1,5 +1,7 @@
 #include "posix/file_access.h"
+
 #include "platform/text_literals.h"
+#include "posix/system_error.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +11,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <cerrno>
 #include <csignal>
 
 namespace tavlo {
@@ -164,6 +167,58 @@ TEST_F(FileAccessTest, AnEnormousFileIsNotReplaced)
     ASSERT_TRUE(QFile::resize(at("a"), 10'000'000'000));  // Sparse: it takes no room.
     EXPECT_FALSE(writeTextInPlace(at("a"), "new"));
     EXPECT_EQ(QFileInfo(at("a")).size(), 10'000'000'000);
+}
+
+TEST_F(FileAccessTest, WhatIsAppendedFollowsWhatIsThere)
+{
+    EXPECT_TRUE(appendToFile(at("a"), "one\n"));
+    EXPECT_TRUE(appendToFile(at("a"), "two\n"));
+    EXPECT_EQ(readFile(at("a"), kPlenty), QByteArray("one\ntwo\n"));
+    EXPECT_EQ(mode(at("a")), mode_t{0600});
+}
+
+TEST_F(FileAccessTest, AFullDiskTakesNoPartOfWhatIsAppended)
+{
+    put(at("a"), "one\n");
+    {
+        const FullDisk full(10);
+        EXPECT_FALSE(appendToFile(at("a"), "longer than what is left\n"));
+    }
+    EXPECT_EQ(readFile(at("a"), kPlenty), QByteArray("one\n"));
+}
+
+TEST_F(FileAccessTest, APipeWithoutAReaderTakesNothingAndWaitsForNobody)
+{
+    ASSERT_EQ(::mkfifo(QFile::encodeName(at("pipe")).constData(), 0600), 0);
+    EXPECT_FALSE(appendToFile(at("pipe"), "x"));
+}
+
+TEST_F(FileAccessTest, AReplacementThatFailsTellsTheSystemsErrorAndLeavesTheOldFile)
+{
+    put(at("a"), "old");
+    {
+        const FullDisk full(10);
+        EXPECT_EQ(replaceFile(at("a"), QByteArray(100, 'x')).error(), systemError(EFBIG));
+    }
+    EXPECT_EQ(readFile(at("a"), kPlenty), QByteArray("old"));
+    EXPECT_EQ(replaceFile(at("none/file"), "x").error(), systemError(ENOENT));
+}
+
+TEST_F(FileAccessTest, AFolderIsMadeWithThoseAboveItForItsOwnerOnly)
+{
+    EXPECT_TRUE(makeFolder(at("one/two/three")));
+    EXPECT_EQ(mode(at("one/two/three")), mode_t{0700});
+    ASSERT_EQ(::chmod(QFile::encodeName(at("one/two/three")).constData(), 0755), 0);
+    EXPECT_TRUE(makeFolder(at("one/two/three")));
+    EXPECT_EQ(mode(at("one/two/three")), mode_t{0755}) << "one that is there stays as its owner made it";
+}
+
+TEST_F(FileAccessTest, AFolderThatCannotBeMadeIsTheSystemsError)
+{
+    put(at("file"), "x");
+    EXPECT_EQ(makeFolder(at("file")).error(), systemError(ENOTDIR));
+    EXPECT_EQ(makeFolder(at("file/below")).error(), systemError(ENOTDIR));
+    EXPECT_EQ(makeFolder(u"/proc/none"_s).error(), systemError(ENOENT));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "settings/file_log.h"
+
 #include "platform/text_literals.h"
+#include "support/held_thread.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +12,11 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <chrono>
+#include <memory>
 #include <thread>
 
 namespace tavlo {
@@ -22,7 +27,7 @@ protected:
     // Writes the lines and waits for them, as the end of the process does.
     void write(const QStringList& messages) const
     {
-        FileLog log(m_path);
+        FileLog log(m_path, kPatience);
         for (const QString& message : messages) {
             log.appLog(message);
         }
@@ -43,6 +48,7 @@ protected:
 
     QTemporaryDir m_folder;
     QString m_path = m_folder.filePath(u"app.log"_s);
+    static constexpr std::chrono::minutes kPatience{1};
     static constexpr int kStampLength = 20;  // "2026-01-31 23:59:59 "
 };
 
@@ -73,7 +79,7 @@ TEST_F(FileLogTest, AMessageWithLineBreaksIsWrittenAsGiven)
 TEST_F(FileLogTest, LinesOfOneThreadKeepTheirOrderAndNeverMix)
 {
     {
-        FileLog log(m_path);
+        FileLog log(m_path, kPatience);
         std::thread other([&] {
             for (int i = 0; i < 200; ++i) {
                 log.appLog(u"b%1"_s.arg(i));
@@ -134,6 +140,41 @@ TEST_F(FileLogTest, APipeWithoutAReaderIsSilent)
     ASSERT_EQ(::mkfifo(QFile::encodeName(m_path).constData(), 0600), 0);
     write({u"x"_s});
     EXPECT_FALSE(QFileInfo(m_path).isFile());
+}
+
+TEST_F(FileLogTest, AFullPipeHoldsUpNeitherTheCallerNorTheLinesAfterIt)
+{
+    const QByteArray name = QFile::encodeName(m_path);
+    ASSERT_EQ(::mkfifo(name.constData(), 0600), 0);
+    const int reader = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    {
+        FileLog log(m_path, std::chrono::seconds(10));
+        for (int i = 0; i < 100; ++i) {  // far more than a pipe holds
+            log.appLog(QString(10'000, QLatin1Char('x')));
+        }
+        ASSERT_TRUE(QFile::remove(m_path));
+        log.appLog(u"later"_s);
+    }
+    EXPECT_TRUE(content().endsWith(" later\n"));
+    ::close(reader);
+}
+
+// As a disk does that does not answer.
+TEST_F(FileLogTest, AThreadThatIsHeldUpHoldsUpNeitherTheCallerNorTheEndForLong)
+{
+    auto log = std::make_unique<FileLog>(m_path, std::chrono::milliseconds(1));
+    log->appLog(u"een"_s);
+    while (!content().endsWith('\n')) {
+        std::this_thread::yield();
+    }
+    HeldThread thread("tavlo.log");
+    log->appLog(u"twee"_s);
+    log.reset();
+    EXPECT_EQ(content().count('\n'), 1);
+    thread.letGo();
+    EXPECT_EQ(content().count('\n'), 2);
+    EXPECT_TRUE(content().endsWith(" twee\n"));
 }
 
 TEST_F(FileLogTest, TheFileIsReadableByItsOwnerOnly)

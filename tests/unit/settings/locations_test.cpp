@@ -62,6 +62,11 @@ TEST_F(LocationsTest, EveryPlaceStandsInTheSupportFolder)
     EXPECT_EQ(locations.kModelsDir, u"/home/anna/.local/share/Tavlo/models"_s);
     EXPECT_EQ(locations.kModelURL, u"/home/anna/.local/share/Tavlo/models/ggml-large-v3-turbo.bin"_s);
     EXPECT_EQ(locations.kBundleResourceDir, u"/usr/libexec/tavlo"_s);
+}
+
+TEST(Model, HasItsAddressAndItsSmallestSize)
+{
+    EXPECT_EQ(kModelRemoteURL, u"https://huggingface.co/ggerganov/whisper.cpp/resolve/main/ggml-large-v3-turbo.bin"_s);
     EXPECT_EQ(kModelMinBytes, 1'500'000'000);
 }
 

@@ -1,4 +1,5 @@
-#include "server_process.h"
+#include "support/server_process.h"
+
 #include "platform/text_literals.h"
 
 #include <QDeadlineTimer>
