@@ -118,8 +118,12 @@ class Endings(Scenario):
     def test_stopped_in_the_middle_of_the_fade_back(self):
         for number in (signal.SIGTERM, signal.SIGKILL):
             with self.subTest(signal=number.name):
-                self.set_volume(0.8)
-                stopped_at = self.fade_back_until_stopped(number)
+                # Where the machine was too busy for the signal to come in the middle, again.
+                for _attempt in range(5):
+                    self.set_volume(0.8)
+                    stopped_at = self.fade_back_until_stopped(number)
+                    if stopped_at < 0.8 - ROUNDING:
+                        break
                 self.assertLess(stopped_at, 0.8 - ROUNDING)
                 tavlo = self.start_and_wait_for_repair()
                 self.wait_for_volume(0.8)
