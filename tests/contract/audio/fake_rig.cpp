@@ -51,9 +51,7 @@ public:
     void setChannels(float left, float right) override
     {
         m_volume.devices[u"speakers"_s].channels = {left, right};
-        if (m_volume.changed) {
-            m_volume.changed();
-        }
+        m_volume.notifyChange();
     }
     std::vector<float> channels() override { return m_volume.devices[u"speakers"_s].channels; }
     int openStreamCount() override { return m_input.isRunning() ? 1 : 0; }

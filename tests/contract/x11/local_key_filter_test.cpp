@@ -152,7 +152,6 @@ TEST(LocalKeyFilterAlone, RepeatsOfASwallowedKeyAreSwallowedUntilItIsReleased)
     send(QEvent::KeyRelease, false);
     send(QEvent::KeyPress, false);
     EXPECT_EQ(window.presses.size(), 1);
-    EXPECT_EQ(monitor.monitorCount(), 1U);
     EXPECT_GE(monitor.catchUpCount, 1);
 }
 

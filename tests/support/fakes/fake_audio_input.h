@@ -2,17 +2,17 @@
 
 #include "platform/audio_input.h"
 #include "platform/text_literals.h"
+#include "support/fakes/other_thread.h"
 
-#include <algorithm>
 #include <map>
-#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
 
 namespace tavlo {
 
-// Microphones that a test plugs, unplugs and speaks into. Everything happens on the calling thread, at once.
+// Microphones that a test plugs, unplugs and speaks into. Blocks are handed over at once, on a capture thread that has
+// ended when the call returns.
 class FakeAudioInput : public AudioInput {
 public:
     static constexpr std::size_t kBlockFrames = 4096;
@@ -76,20 +76,12 @@ public:
     void deliver(const AudioBlock& block)
     {
         if (m_handler) {
-            m_handler(block);
+            runOnAnotherThread([&] { m_handler(block); });
         }
     }
 
     // The notice of a change.
-    void changeConfiguration()
-    {
-        const auto handlers = *m_handlers;
-        for (const auto& [id, handler] : handlers) {
-            if (m_handlers->count(id) != 0) {
-                handler();
-            }
-        }
-    }
+    void changeConfiguration() { m_changes.call(); }
 
     bool isRunning() const { return static_cast<bool>(m_handler); }
     int startCount() const { return m_startCount; }
@@ -128,25 +120,17 @@ public:
 
     [[nodiscard]] Registration onConfigurationChange(std::function<void()> changed) override
     {
-        const int id = m_nextId++;
-        m_handlers->emplace(id, std::move(changed));
-        return Registration([handlers = std::weak_ptr(m_handlers), id] {
-            if (const auto alive = handlers.lock()) {
-                alive->erase(id);
-            }
-        });
+        return m_changes.add(std::move(changed));
     }
 
 private:
-    using Handlers = std::map<int, std::function<void()>>;
-
     std::size_t channelCount() const { return static_cast<std::size_t>(m_format.channelCount); }
 
     void deliver(std::size_t sampleCount)
     {
         const std::vector<float> block(m_waiting.begin(), m_waiting.begin() + static_cast<std::ptrdiff_t>(sampleCount));
         m_waiting.erase(m_waiting.begin(), m_waiting.begin() + static_cast<std::ptrdiff_t>(sampleCount));
-        m_handler({m_format, block.data(), sampleCount / channelCount()});
+        deliver(AudioBlock{m_format, block.data(), sampleCount / channelCount()});
     }
 
     std::map<QString, AudioFormat> m_microphones;
@@ -158,8 +142,7 @@ private:
     std::vector<float> m_waiting;
     int m_startCount = 0;
     int m_stopCount = 0;
-    int m_nextId = 0;
-    std::shared_ptr<Handlers> m_handlers = std::make_shared<Handlers>();
+    HandlerList<> m_changes;
 };
 
 }  // namespace tavlo

@@ -1,16 +1,25 @@
 #pragma once
 
 #include "engines/engines.h"
+#include "support/fakes/other_thread.h"
 
+#include <QtGlobal>
+
+#include <deque>
 #include <utility>
 #include <vector>
 
 namespace tavlo {
 
-// A provider that answers when the test says so.
+// A provider that answers when the test says so, on a thread of its own that has ended by then.
 class FakeCloudEngine : public CloudEngine {
 public:
-    void warmUp() override {}
+    struct Request {
+        QByteArray wav;
+        Config config;
+    };
+
+    void warmUp() override { ++warmUps; }
 
     void transcribeCloud(const QByteArray& wav, const Config& config,
                          std::function<void(TranscriptionResult)> completion) override
@@ -19,24 +28,24 @@ public:
         m_completions.push_back(std::move(completion));
     }
 
-    // Answers the oldest request that waits, on this thread. There must be one.
+    // Answers the oldest request that waits. There must be one.
     void answer(TranscriptionResult result)
     {
-        const auto completion = std::move(m_completions.at(0));
-        m_completions.erase(m_completions.begin());
-        completion(std::move(result));
+        if (m_completions.empty()) {
+            qFatal("No request waits for the provider's answer.");
+        }
+        const auto completion = std::move(m_completions.front());
+        m_completions.pop_front();
+        runOnAnotherThread([&] { completion(std::move(result)); });
     }
 
     std::size_t waitingCount() const { return m_completions.size(); }
 
-    struct Request {
-        QByteArray wav;
-        Config config;
-    };
+    int warmUps = 0;
     std::vector<Request> requests;  // all of them, oldest first
 
 private:
-    std::vector<std::function<void(TranscriptionResult)>> m_completions;
+    std::deque<std::function<void(TranscriptionResult)>> m_completions;
 };
 
 }  // namespace tavlo

@@ -2,57 +2,35 @@
 
 #include "platform/keyboard_monitor.h"
 
-#include <algorithm>
-#include <memory>
 #include <utility>
-#include <vector>
 
 namespace tavlo {
 
 // A keyboard on which the test presses the keys.
 class FakeKeyboardMonitor : public KeyboardMonitor {
 public:
-    Registration monitor(Handler keyDown, Handler flagsChanged) override
+    [[nodiscard]] Registration monitor(Handler keyDown, Handler flagsChanged) override
     {
-        const auto entry = std::make_shared<Handlers>(std::move(keyDown), std::move(flagsChanged));
-        m_entries->push_back(entry);
-        return Registration([entries = std::weak_ptr(m_entries), entry] {
-            if (const auto list = entries.lock()) {
-                list->erase(std::find(list->begin(), list->end(), entry));
-            }
-        });
+        return m_handlers.add(
+            [keyDown = std::move(keyDown), flagsChanged = std::move(flagsChanged)](Kind kind, const KeyEvent& event) {
+                (kind == Kind::KeyDown ? keyDown : flagsChanged)(event);
+            });
     }
 
     QString unavailableReason() const override { return reason; }
 
     void catchUp() override { ++catchUpCount; }
 
-    void sendKeyDown(const KeyEvent& event)
-    {
-        const auto entries = *m_entries;
-        for (const auto& entry : entries) {
-            entry->first(event);
-        }
-    }
-
-    void sendFlagsChanged(const KeyEvent& event)
-    {
-        const auto entries = *m_entries;
-        for (const auto& entry : entries) {
-            entry->second(event);
-        }
-    }
-
-    std::size_t monitorCount() const { return m_entries->size(); }
+    void sendKeyDown(const KeyEvent& event) { m_handlers.call(Kind::KeyDown, event); }
+    void sendFlagsChanged(const KeyEvent& event) { m_handlers.call(Kind::FlagsChanged, event); }
 
     QString reason;  // why keys cannot be seen; empty: they can
     int catchUpCount = 0;
 
 private:
-    using Handlers = std::pair<Handler, Handler>;
+    enum class Kind { KeyDown, FlagsChanged };
 
-    std::shared_ptr<std::vector<std::shared_ptr<Handlers>>> m_entries =
-        std::make_shared<std::vector<std::shared_ptr<Handlers>>>();
+    HandlerList<Kind, const KeyEvent&> m_handlers;
 };
 
 }  // namespace tavlo

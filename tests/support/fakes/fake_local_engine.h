@@ -5,13 +5,12 @@
 
 #include <QStringList>
 
-#include <deque>
 #include <mutex>
 #include <utility>
 
 namespace tavlo {
 
-// A local engine with the results that a test has laid ready. Any thread.
+// A local engine that gives the result which the test has set. Any thread.
 class FakeLocalEngine : public LocalEngine {
 public:
     bool localModelReady() const override
@@ -20,18 +19,12 @@ public:
         return m_ready;
     }
 
-    // A run for which no result was laid ready is a failure.
     TranscriptionResult transcribeLocal(const QString& wavPath, const Config& config) override
     {
         const std::lock_guard guard(m_mutex);
         m_wavPaths.append(wavPath);
         m_languages.append(config.language);
-        if (m_results.empty()) {
-            return failure(3, u"no result laid ready"_s);
-        }
-        TranscriptionResult result = std::move(m_results.front());
-        m_results.pop_front();
-        return result;
+        return m_result;
     }
 
     void setReady(bool ready)
@@ -40,11 +33,11 @@ public:
         m_ready = ready;
     }
 
-    // The result of the next run that has none yet.
-    void layReady(TranscriptionResult result)
+    // Of the runs from here on; a failure before the first call.
+    void setResult(TranscriptionResult result)
     {
         const std::lock_guard guard(m_mutex);
-        m_results.push_back(std::move(result));
+        m_result = std::move(result);
     }
 
     // Of the runs so far.
@@ -63,7 +56,7 @@ public:
 private:
     mutable std::mutex m_mutex;
     bool m_ready = true;
-    std::deque<TranscriptionResult> m_results;
+    TranscriptionResult m_result = failure(kNoCode, u"The test has set no result."_s);
     QStringList m_wavPaths;
     QStringList m_languages;
 };

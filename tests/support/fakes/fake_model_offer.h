@@ -2,6 +2,8 @@
 
 #include "engines/engines.h"
 
+#include <QtGlobal>
+
 #include <utility>
 
 namespace tavlo {
@@ -17,12 +19,14 @@ public:
 
     bool isOpen() const { return static_cast<bool>(m_completion); }
 
-    // Does nothing when no offer is open.
+    // An offer must be open.
     void answer(ModelOutcome outcome)
     {
-        if (const auto completion = std::exchange(m_completion, nullptr)) {
-            completion(outcome);
+        const auto completion = std::exchange(m_completion, nullptr);
+        if (!completion) {
+            qFatal("No offer waits for the user's answer.");
         }
+        completion(outcome);
     }
 
     int offers = 0;

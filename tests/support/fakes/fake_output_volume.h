@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -28,7 +29,11 @@ public:
     FakeOutputVolume() { devices[u"speakers"_s] = {{1.0F, 1.0F}, true}; }
 
     // What the user does with the desktop's slider.
-    void userSets(const OutputDevice& device, float scalar) { devices.at(device).channels = {scalar, scalar}; }
+    void userSets(const OutputDevice& device, float scalar)
+    {
+        devices.at(device).channels = {scalar, scalar};
+        notifyChange();
+    }
 
     std::vector<float> scalarsSet() const
     {
@@ -75,13 +80,15 @@ public:
 
     void flush() override { ++flushCount; }
 
-    Registration onChange(std::function<void()> handler) override
+    [[nodiscard]] Registration onChange(std::function<void()> changed) override
     {
-        changed = std::move(handler);
-        return Registration([this] { changed = nullptr; });
+        return m_changes.add([changed = std::move(changed), listener = m_listener] { changed(); });
     }
+    // Registrations that are alive.
+    long listenerCount() const { return m_listener.use_count() - 1; }
 
-    std::function<void()> changed;  // called by the test
+    // The notice of a change, for a test that changed `devices` or `currentDefault`.
+    void notifyChange() { m_changes.call(); }
 
     std::map<OutputDevice, Device> devices;
     std::optional<OutputDevice> currentDefault = u"speakers"_s;
@@ -95,6 +102,8 @@ private:
     }
 
     std::map<OutputDevice, std::vector<float>> m_balance;
+    std::shared_ptr<char> m_listener = std::make_shared<char>();  // shared by every handler
+    HandlerList<> m_changes;
 };
 
 }  // namespace tavlo

@@ -2,6 +2,8 @@
 
 #include "ui/overlays/overlays.h"
 
+#include <QStringList>
+
 #include <vector>
 
 namespace tavlo {
@@ -47,6 +49,16 @@ public:
     {
         visible = false;
         ++hideCount;
+    }
+
+    // Of all messages so far, oldest first.
+    QStringList texts() const
+    {
+        QStringList texts;
+        for (const Message& message : messages) {
+            texts.append(message.text);
+        }
+        return texts;
     }
 
     bool visible = false;

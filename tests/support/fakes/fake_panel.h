@@ -3,63 +3,59 @@
 #include "platform/panel_appearance.h"
 #include "platform/tray_host.h"
 
-#include <memory>
 #include <utility>
 
 namespace tavlo {
 
-// Calls its one observer back.
-class FakeObservation {
-public:
-    Registration observe(std::function<void()> changed)
-    {
-        *m_changed = std::move(changed);
-        return Registration([target = m_changed] { *target = nullptr; });
-    }
-
-    void notify() const
-    {
-        if (*m_changed) {
-            (*m_changed)();
-        }
-    }
-
-private:
-    std::shared_ptr<std::function<void()>> m_changed = std::make_shared<std::function<void()>>();
-};
-
+// A desktop's trays as the test wants them.
 class FakeTrayHost : public TrayHost {
 public:
     TrayKind kind() const override { return m_kind; }
-    bool offers(TrayKind kind) const override { return kind == m_kind; }
+    // An embedding tray stays when the bus offers one as well.
+    bool offers(TrayKind kind) const override
+    {
+        return kind != TrayKind::None && (kind == m_kind || (kind == TrayKind::Embedding && m_embeds));
+    }
     int busNumber() const override { return 1; }
-    Registration observe(std::function<void()> changed) override { return m_observation.observe(std::move(changed)); }
+    [[nodiscard]] Registration observe(std::function<void()> changed) override
+    {
+        return m_changes.add(std::move(changed));
+    }
 
+    // The best kind that there is from now on.
     void set(TrayKind kind)
     {
+        m_embeds = kind == TrayKind::Embedding || (kind == TrayKind::Bus && m_embeds);
         m_kind = kind;
-        m_observation.notify();
+        m_changes.call();
     }
 
 private:
     TrayKind m_kind = TrayKind::None;
-    FakeObservation m_observation;
+    bool m_embeds = false;
+    HandlerList<> m_changes;
 };
 
+// What the desktop says about its look, as the test wants it.
 class FakePanelAppearance : public PanelAppearance {
 public:
     PanelSurroundings surroundings() const override { return m_surroundings; }
-    Registration observe(std::function<void()> changed) override { return m_observation.observe(std::move(changed)); }
+    [[nodiscard]] Registration observe(std::function<void()> changed) override
+    {
+        return m_changes.add(std::move(changed));
+    }
 
     void set(PanelSurroundings surroundings)
     {
-        m_surroundings = std::move(surroundings);
-        m_observation.notify();
+        if (m_surroundings != surroundings) {
+            m_surroundings = std::move(surroundings);
+            m_changes.call();
+        }
     }
 
 private:
     PanelSurroundings m_surroundings;
-    FakeObservation m_observation;
+    HandlerList<> m_changes;
 };
 
 }  // namespace tavlo

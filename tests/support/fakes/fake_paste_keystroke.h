@@ -23,13 +23,21 @@ public:
         }
     }
 
-    void openTrustSettings() override { ++openTrustSettingsCount; }
+    void openTrustSettings() override
+    {
+        ++openTrustSettingsCount;
+        if (onOpenTrustSettings) {
+            onOpenTrustSettings();
+        }
+    }
 
     bool trusted = true;
     int trustQuestionCount = 0;
     int pasteCount = 0;
     int openTrustSettingsCount = 0;
-    std::function<void()> onPaste;  // for a test that looks at the pasteboard at that moment
+    // For a test that looks at the pasteboard at that moment, or at the order of things.
+    std::function<void()> onPaste;
+    std::function<void()> onOpenTrustSettings;
 };
 
 }  // namespace tavlo

@@ -4,17 +4,26 @@
 
 #include <QStringList>
 
+#include <functional>
+
 namespace tavlo {
 
 // Keeps what was put on the pasteboard, oldest first.
 class FakePasteboard : public Pasteboard {
 public:
-    void setText(const QString& text) override { texts.append(text); }
+    void setText(const QString& text) override
+    {
+        texts.append(text);
+        if (onSet) {
+            onSet(text);
+        }
+    }
 
     // What a paste would give now; null when nothing was ever put there.
     QString text() const { return texts.isEmpty() ? QString() : texts.last(); }
 
     QStringList texts;
+    std::function<void(const QString&)> onSet;  // for a test that looks at the order of things
 };
 
 }  // namespace tavlo

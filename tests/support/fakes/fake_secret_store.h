@@ -3,10 +3,11 @@
 #include "platform/queues.h"
 #include "platform/secret_store.h"
 
+#include <QStringList>
+
 #include <algorithm>
 #include <functional>
-#include <map>
-#include <memory>
+#include <utility>
 #include <vector>
 
 namespace tavlo {
@@ -42,12 +43,12 @@ public:
         return true;
     }
 
-    void beginFind(const QString&, const QString& account) override { begunFor.push_back(account); }
+    void beginFind(const QString&, const QString& account) override { begunFor.append(account); }
 
     std::optional<QByteArray> find(const QString& service, const QString& account) override
     {
         ++calls;
-        askedFor.push_back(account);
+        askedFor.append(account);
         m_answeredLastFind = !isSlow;
         if (isSlow) {
             return std::nullopt;
@@ -68,30 +69,21 @@ public:
         }
     }
 
-    Registration onAvailabilityChange(std::function<void()> changed) override
+    [[nodiscard]] Registration onAvailabilityChange(std::function<void()> changed) override
     {
-        const int id = m_nextId++;
-        (*m_handlers)[id] = std::move(changed);
-        return Registration([handlers = m_handlers, id] { handlers->erase(id); });
+        return m_changes.add(std::move(changed));
     }
 
     // The store comes, goes, is locked or unlocked; who asked to know is told by way of the main queue.
     void setState(State state)
     {
         m_state = state;
-        m_queue.post(m_lifetime.reference(), [this] {
-            const auto handlers = *m_handlers;
-            for (const auto& [id, handler] : handlers) {
-                if (m_handlers->count(id) > 0) {
-                    handler();
-                }
-            }
-        });
+        m_queue.post(m_lifetime.reference(), [this] { m_changes.call(); });
     }
 
     std::vector<Item> items;
-    std::vector<QString> askedFor;
-    std::vector<QString> begunFor;
+    QStringList askedFor;  // the accounts, in order
+    QStringList begunFor;
     bool refusesToAdd = false;
     bool isSlow = false;  // Searches are given up; what is deleted and added is done all the same, later.
     bool unlocksWhenAsked = false;
@@ -102,9 +94,7 @@ private:
     MainQueue& m_queue;
     State m_state = State::Open;
     bool m_answeredLastFind = true;
-    std::shared_ptr<std::map<int, std::function<void()>>> m_handlers =
-        std::make_shared<std::map<int, std::function<void()>>>();
-    int m_nextId = 0;
+    HandlerList<> m_changes;
     Lifetime m_lifetime;
 };
 

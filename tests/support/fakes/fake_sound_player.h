@@ -2,6 +2,7 @@
 
 #include "platform/sound_player.h"
 
+#include <functional>
 #include <vector>
 
 namespace tavlo {
@@ -16,9 +17,16 @@ public:
         bool operator==(const Sound&) const = default;
     };
 
-    void playSound(const QString& name, float volume) override { played.push_back({name, volume}); }
+    void playSound(const QString& name, float volume) override
+    {
+        played.push_back({name, volume});
+        if (onPlay) {
+            onPlay(played.back());
+        }
+    }
 
     std::vector<Sound> played;
+    std::function<void(const Sound&)> onPlay;  // for a test that looks at the order of things
 };
 
 }  // namespace tavlo

@@ -56,7 +56,7 @@ TEST_F(AppDelegateTest, TheFirstStatusLineIsDutch)
 {
     launch();
     EXPECT_EQ(status(), u"Klaar - druk op de sneltoets om te dicteren"_s);
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
     EXPECT_EQ(desk.menuTitles().first(), status());
 }
 
@@ -72,7 +72,7 @@ TEST_F(AppDelegateTest, LaunchMovesALegacyKeyToTheKeyring)
 {
     desk.writeSettings(R"({"openai_api_key": "  sk-abc \n"})");
     launch();
-    EXPECT_EQ(desk.secrets.items[u"openai_api_key"_s], "sk-abc");
+    EXPECT_EQ(desk.storedKey(u"openai_api_key"_s), "sk-abc");
     EXPECT_EQ(settings().value(u"openai_api_key"_s).toString(), QString());
     EXPECT_EQ(desk.log.lines(), QStringList{u"API-sleutel verplaatst naar de Sleutelhanger"_s});
 }
@@ -82,8 +82,9 @@ TEST_F(AppDelegateTest, ALockedKeyringIsAskedToUnlockOnceAtLaunchAndTheMenuFollo
     launch();
     EXPECT_EQ(desk.secrets.unlockRequests, 1);
     EXPECT_EQ(desk.menuTitles().at(1), u"Engine: lokale Whisper (large-v3-turbo)"_s);
-    desk.secrets.items[u"openai_api_key"_s] = "sk-test";
-    desk.secrets.changed();
+    desk.storeKey(u"openai_api_key"_s, "sk-test");
+    desk.secrets.setState(FakeSecretStore::State::Open);
+    desk.queue.runPending();
     EXPECT_EQ(desk.menuTitles().at(1), u"Engine: OpenAI gpt-4o-transcribe + lokale fallback"_s);
 }
 
@@ -92,11 +93,11 @@ TEST_F(AppDelegateTest, TerminationRestoresTheVolumeAtOnce)
     launch();
     desk.pressHotkey();
     desk.queue.advance(std::chrono::milliseconds(200));
-    EXPECT_LT(desk.output.current, 0.8F);
+    EXPECT_LT(desk.volume(), 0.8F);
     desk.app->applicationWillTerminate();
-    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
+    EXPECT_FLOAT_EQ(desk.volume(), 0.8F);
     desk.queue.advance(std::chrono::seconds(1));
-    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
+    EXPECT_FLOAT_EQ(desk.volume(), 0.8F);
 }
 
 TEST_F(AppDelegateTest, PickingALanguageChangesMenuStatusAndSettingsAtOnce)
@@ -144,7 +145,7 @@ TEST_F(AppDelegateTest, ToggleLoginRegistersAndUnregisters)
 TEST_F(AppDelegateTest, ALoginItemThatFailsIsTold)
 {
     launch();
-    desk.loginItem.refusal = Error{u"x"_s, 1, u"Map is alleen-lezen."_s};
+    desk.loginItem.refusal = u"Map is alleen-lezen."_s;
     desk.app->perform(MenuAction::ToggleLogin, {});
     EXPECT_EQ(status(), u"⚠️ Login-item: Map is alleen-lezen."_s);
     EXPECT_EQ(desk.events, QStringList{u"Basso 0.5"_s});
@@ -183,15 +184,15 @@ TEST_F(AppDelegateTest, ACapturedKeyIsTheHotkeyAtOnce)
 {
     launch();
     desk.app->perform(MenuAction::StartCapture, {});
-    EXPECT_EQ(desk.statusItem.icon, Activity::Capturing);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Capturing);
     EXPECT_EQ(status(), u"Druk nu op de gewenste toets… (Esc = annuleren)"_s);
-    desk.keyboard.keyDown({96, 0, KeyRepeat::FirstPress, {}});
+    desk.keyboard.sendKeyDown({96, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
     EXPECT_EQ(status(), u"Sneltoets is nu: F5"_s);
-    EXPECT_EQ(desk.msgHud.shown.last(), u"✓ Sneltoets is nu: F5"_s);
-    EXPECT_EQ(desk.msgHud.autoHide, 2.5);
+    EXPECT_EQ(desk.msgHud.texts().last(), u"✓ Sneltoets is nu: F5"_s);
+    EXPECT_EQ(desk.msgHud.messages.back().autoHideSeconds, 2.5);
     EXPECT_EQ(desk.log.lines().last(), u"Sneltoets gewijzigd naar F5 (keycode 96)"_s);
-    desk.keyboard.keyDown({96, 0, KeyRepeat::FirstPress, {}});
+    desk.keyboard.sendKeyDown({96, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
     EXPECT_TRUE(desk.app->isRecording());
 }
@@ -200,29 +201,29 @@ TEST_F(AppDelegateTest, TheIconIsReadyAgainWhenACaptureEnds)
 {
     launch();
     desk.app->perform(MenuAction::StartCapture, {});
-    ASSERT_EQ(desk.statusItem.icon, Activity::Capturing);
+    ASSERT_EQ(desk.statusItem.icon(), Activity::Capturing);
     desk.pressEscape();
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
 }
 
 TEST_F(AppDelegateTest, OtherProgramsCommandIt)
 {
     launch();
-    desk.control.commands.call(RemoteCommand::Toggle);
+    desk.command(RemoteCommand::Toggle);
     EXPECT_TRUE(desk.app->isRecording());
-    desk.control.commands.call(RemoteCommand::Cancel);
+    desk.command(RemoteCommand::Cancel);
     EXPECT_FALSE(desk.app->isRecording());
     EXPECT_EQ(status(), u"Opname geannuleerd"_s);
     desk.take(desk.events);
-    desk.control.commands.call(RemoteCommand::OpenSettings);
+    desk.command(RemoteCommand::OpenSettings);
     EXPECT_EQ(desk.take(desk.events), QStringList{u"settings window"_s});
-    desk.control.commands.call(RemoteCommand::PasteAgain);
+    desk.command(RemoteCommand::PasteAgain);
     EXPECT_TRUE(desk.events.isEmpty());
     desk.pressHotkey();
     desk.speak(1000);
     desk.pressHotkey();
     desk.runBackground();
-    desk.control.commands.call(RemoteCommand::PasteAgain);
+    desk.command(RemoteCommand::PasteAgain);
     EXPECT_EQ(desk.events.filter(u"clipboard"_s),
               (QStringList{u"clipboard: goede morgen"_s, u"clipboard: goede morgen"_s}));
 }
@@ -238,11 +239,11 @@ TEST_F(AppDelegateTest, ACapturedTypingKeyIsWarnedAbout)
 {
     launch();
     desk.app->perform(MenuAction::StartCapture, {});
-    desk.keyboard.keyDown({49, 0, KeyRepeat::FirstPress, u" "_s});
+    desk.keyboard.sendKeyDown({49, 0, KeyRepeat::FirstPress, u" "_s});
     desk.queue.runPending();
-    EXPECT_EQ(desk.windows.alert.title, u"'Spatie' is een veelgebruikte typtoets"_s);
-    ASSERT_TRUE(desk.windows.answered);
-    desk.windows.answered(TypingKeyAnswer::UseAnyway);
+    EXPECT_EQ(desk.windows.alerts.back().title, u"'Spatie' is een veelgebruikte typtoets"_s);
+    ASSERT_TRUE(desk.windows.isAlertOpen());
+    desk.windows.answer(TypingKeyAnswer::UseAnyway);
     EXPECT_EQ(settings().value(u"custom_keycode"_s).toInt(), 49);
 }
 
@@ -262,7 +263,7 @@ TEST_F(AppDelegateTest, EveryChangeIsPublishedForOtherPrograms)
     desk.pressHotkey();
     desk.pressEscape();
     desk.app->perform(MenuAction::StartCapture, {});
-    using Published = std::pair<Activity, QString>;
+    using Published = FakeRemoteControl::Published;
     EXPECT_EQ(desk.control.published,
               (std::vector<Published>{{Activity::Recording, u"Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"_s},
                                       {Activity::Ready, u"Opname geannuleerd"_s},
@@ -271,30 +272,30 @@ TEST_F(AppDelegateTest, EveryChangeIsPublishedForOtherPrograms)
     desk.pressHotkey();
     desk.speak(1000);
     desk.pressHotkey();
-    EXPECT_EQ(desk.control.published.back(), Published(Activity::Transcribing, u"Transcriberen… (1 sec audio)"_s));
+    EXPECT_EQ(desk.control.published.back(), (Published{Activity::Transcribing, u"Transcriberen… (1 sec audio)"_s}));
 }
 
 TEST_F(AppDelegateTest, TheCaptureIsPublishedAsOverWhileTheTypingKeyAlertIsShown)
 {
     launch();
     desk.app->perform(MenuAction::StartCapture, {});
-    desk.keyboard.keyDown({49, 0, KeyRepeat::FirstPress, u" "_s});
+    desk.keyboard.sendKeyDown({49, 0, KeyRepeat::FirstPress, u" "_s});
     desk.queue.runPending();
-    ASSERT_TRUE(desk.windows.answered);
-    EXPECT_EQ(desk.control.published.back().first, Activity::Ready);
+    ASSERT_TRUE(desk.windows.isAlertOpen());
+    EXPECT_EQ(desk.control.published.back().activity, Activity::Ready);
 }
 
 TEST_F(AppDelegateTest, AMissingTrayIsToldOnceWithWhatToDo)
 {
     launch();
     desk.statusItem.handlers.trayChanged(TrayPresence::Present);
-    EXPECT_TRUE(desk.notification.shown.isEmpty());
+    EXPECT_TRUE(desk.notification.shown.empty());
     desk.statusItem.handlers.trayChanged(TrayPresence::Absent);
     desk.statusItem.handlers.trayChanged(TrayPresence::Present);
     desk.statusItem.handlers.trayChanged(TrayPresence::Absent);
-    ASSERT_EQ(desk.notification.shown.size(), 1);
-    EXPECT_TRUE(desk.notification.shown.first().contains(u"Rechter ⌘ Command"_s));
-    EXPECT_TRUE(desk.notification.shown.first().contains(u"Start Tavlo nog een keer"_s));
+    ASSERT_EQ(desk.notification.shown.size(), 1U);
+    EXPECT_TRUE(desk.notification.shown.front().text.contains(u"Rechter ⌘ Command"_s));
+    EXPECT_TRUE(desk.notification.shown.front().text.contains(u"Start Tavlo nog een keer"_s));
 }
 
 TEST_F(AppDelegateTest, KeysThatCannotBeSeenAreTold)

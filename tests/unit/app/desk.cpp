@@ -9,10 +9,24 @@ namespace tavlo {
 Desk::Desk() : locations(Locations::inFolders(home.path(), home.path()))
 {
     gLang = u"nl"_s;
+    output.userSets(u"speakers"_s, 0.8F);
+    local.setResult(u"goede morgen"_s);
+    sounds.onPlay = [this](const FakeSoundPlayer::Sound& sound) {
+        events.append(sound.name + QLatin1Char(' ') + QString::number(static_cast<double>(sound.volume)));
+    };
+    pasteboard.onSet = [this](const QString& text) { events.append(u"clipboard: "_s + text); };
+    keystroke.onPaste = [this] { events.append(u"paste: "_s + pasteboard.text()); };
+    keystroke.onOpenTrustSettings = [this] { events.append(u"trust settings"_s); };
+    workspace.onOpen = [this](const QUrl& url) { events.append(u"open "_s + url.toString()); };
+    windows.onOpenSettings = [this] { events.append(u"settings window"_s); };
+    windows.onOpenAbout = [this] { events.append(u"about window"_s); };
     file.emplace(locations.kConfigURL, keychain, log);
     app.emplace(AppParts{locations,  queue,     background, input,        output,  sounds, secrets, keyboard,
                          pasteboard, keystroke, loginItem,  workspace,    cloud,   local,  offer,   statusItem,
                          hud,        msgHud,    windows,    notification, control, *file,  log});
+    if (control.claim() != ClaimResult::Claimed) {
+        qFatal("the session has another instance");
+    }
 }
 
 Desk::~Desk()
@@ -27,32 +41,44 @@ void Desk::speak(int milliseconds, float amplitude)
     for (std::size_t i = 0; i < frames; ++i) {
         samples[i] = (i / 20) % 2 == 0 ? amplitude : -amplitude;
     }
-    constexpr std::size_t kBlock = 4096;
-    for (std::size_t at = 0; at < frames && input.handler; at += kBlock) {
-        input.handler({input.format, samples.data() + at, std::min(kBlock, frames - at)});
-    }
+    input.capture(samples);
     queue.runPending();
 }
 
 void Desk::pressHotkey()
 {
-    keyboard.flagsChanged({54, kCommandFlag, KeyRepeat::FirstPress, {}});
-    keyboard.flagsChanged({54, 0, KeyRepeat::FirstPress, {}});
+    keyboard.sendFlagsChanged({54, kCommandFlag, KeyRepeat::FirstPress, {}});
+    keyboard.sendFlagsChanged({54, 0, KeyRepeat::FirstPress, {}});
     queue.runPending();
 }
 
 void Desk::pressEscape()
 {
-    keyboard.keyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
+    keyboard.sendKeyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
     queue.runPending();
 }
 
 void Desk::runBackground()
 {
-    while (!background.tasks.empty()) {
-        const auto task = std::move(background.tasks.front());
-        background.tasks.pop_front();
-        task();
+    background.runAll();
+    queue.runPending();
+}
+
+void Desk::storeKey(const QString& account, const QByteArray& key)
+{
+    secrets.deleteItems(Keychain::service, account);
+    secrets.add(Keychain::service, account, key);
+}
+
+QByteArray Desk::storedKey(const QString& account)
+{
+    return secrets.find(Keychain::service, account).value_or(QByteArray());
+}
+
+void Desk::command(RemoteCommand command)
+{
+    if (!session.call(command)) {
+        qFatal("nobody answers the other program");
     }
     queue.runPending();
 }

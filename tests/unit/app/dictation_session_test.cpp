@@ -21,7 +21,7 @@ protected:
         for (std::size_t i = 0; i < samples.size(); ++i) {
             samples[i] = (i / 20) % 2 == 0 ? amplitude : -amplitude;
         }
-        desk.input.handler({desk.input.format, samples.data(), samples.size()});
+        desk.input.deliver({desk.input.inputFormat(), samples.data(), samples.size()});
         desk.queue.runPending();
         desk.pressHotkey();
     }
@@ -38,8 +38,8 @@ TEST_F(DictationSessionTest, StartPlaysPopShowsTheOverlayAndTellsHowToStop)
 {
     desk.pressHotkey();
     EXPECT_EQ(desk.take(desk.events), QStringList{u"Pop 0.15"_s});
-    EXPECT_TRUE(desk.hud.shown);
-    EXPECT_EQ(desk.statusItem.icon, Activity::Recording);
+    EXPECT_TRUE(desk.hud.visible);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Recording);
     EXPECT_EQ(status(), u"Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"_s);
     EXPECT_EQ(desk.menuTitles().first(), status());
     EXPECT_NE(desk.menuItem(u"Stop opname"_s), nullptr);
@@ -57,10 +57,10 @@ TEST_F(DictationSessionTest, StartDucksTheVolumeWhenThatIsEnabled)
 {
     desk.pressHotkey();
     desk.queue.advance(std::chrono::milliseconds(450));
-    EXPECT_FLOAT_EQ(desk.output.current, 0.08F);
+    EXPECT_FLOAT_EQ(desk.volume(), 0.08F);
     desk.pressEscape();
     desk.queue.advance(std::chrono::milliseconds(450));
-    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
+    EXPECT_FLOAT_EQ(desk.volume(), 0.8F);
 }
 
 TEST_F(DictationSessionTest, StartLeavesTheVolumeWhenDuckingIsDisabled)
@@ -68,20 +68,20 @@ TEST_F(DictationSessionTest, StartLeavesTheVolumeWhenDuckingIsDisabled)
     desk.writeSettings(R"({"duck_enabled": false})");
     desk.pressHotkey();
     desk.queue.advance(std::chrono::seconds(1));
-    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
+    EXPECT_FLOAT_EQ(desk.volume(), 0.8F);
 }
 
 TEST_F(DictationSessionTest, AMicrophoneThatDoesNotStartLeavesTheApplicationReady)
 {
-    desk.input.format = {};
-    const int builds = desk.statusItem.builds;
+    desk.input.noMicrophone();
+    const int builds = desk.statusItem.menuCount;
     desk.pressHotkey();
     EXPECT_EQ(status(), u"⚠️ Microfoon: Geen microfoon beschikbaar (of geen toestemming)."_s);
     EXPECT_EQ(desk.take(desk.events), QStringList{u"Basso 0.5"_s});
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
-    EXPECT_FALSE(desk.hud.shown);
-    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
-    EXPECT_GT(desk.statusItem.builds, builds);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
+    EXPECT_FALSE(desk.hud.visible);
+    EXPECT_FLOAT_EQ(desk.volume(), 0.8F);
+    EXPECT_GT(desk.statusItem.menuCount, builds);
     EXPECT_TRUE(desk.log.lines().isEmpty());
     gLang = u"en"_s;
     desk.pressHotkey();
@@ -92,7 +92,7 @@ TEST_F(DictationSessionTest, ARecordingOf12799BytesIsTooShortAnd12800BytesGoOn)
 {
     dictateBytes(12798);
     EXPECT_EQ(status(), u"Opname te kort"_s);
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
     EXPECT_TRUE(desk.log.lines().isEmpty());
     EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
@@ -104,9 +104,9 @@ TEST_F(DictationSessionTest, FinishHidesTheOverlayRestoresTheVolumeAndPlaysTinkB
 {
     dictateBytes(1000);
     EXPECT_EQ(desk.events, (QStringList{u"Pop 0.15"_s, u"Tink 0.12"_s}));
-    EXPECT_FALSE(desk.hud.shown);
+    EXPECT_FALSE(desk.hud.visible);
     desk.queue.advance(std::chrono::milliseconds(450));
-    EXPECT_FLOAT_EQ(desk.output.current, 0.8F);
+    EXPECT_FLOAT_EQ(desk.volume(), 0.8F);
 }
 
 TEST_F(DictationSessionTest, TheKeyIsLookedForFromTheSecondPressOn)
@@ -134,20 +134,20 @@ TEST_F(DictationSessionTest, SilenceIsToldAndLoggedAndSentNowhere)
     ASSERT_EQ(desk.log.lines().size(), 1);
     EXPECT_TRUE(desk.log.lines().first().startsWith(u"Stilte gedetecteerd (piek 0."_s));
     EXPECT_TRUE(desk.log.lines().first().endsWith(u"), overgeslagen"_s));
-    EXPECT_TRUE(desk.msgHud.shown.isEmpty());
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
+    EXPECT_TRUE(desk.msgHud.texts().isEmpty());
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
     EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
-    EXPECT_TRUE(desk.background.tasks.empty());
+    EXPECT_EQ(desk.background.waitingCount(), 0U);
 }
 
 TEST_F(DictationSessionTest, NoSignalAtAllIsToldByAMessageForSixSeconds)
 {
     dictateBytes(32000, 0.0F);
     EXPECT_EQ(status(), u"Geen microfoonsignaal - gebruikt een andere app de microfoon?"_s);
-    EXPECT_EQ(desk.msgHud.shown, QStringList{u"Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de "
-                                             "microfoon? Beëindig het gesprek of geef Tavlo even de microfoon."_s});
-    EXPECT_EQ(desk.msgHud.autoHide, 6.0);
+    EXPECT_EQ(desk.msgHud.texts(), QStringList{u"Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de "
+                                               "microfoon? Beëindig het gesprek of geef Tavlo even de microfoon."_s});
+    EXPECT_EQ(desk.msgHud.messages.back().autoHideSeconds, 6.0);
     EXPECT_EQ(desk.log.lines(), QStringList{u"Stilte gedetecteerd (piek 0.0), overgeslagen"_s});
 }
 
@@ -164,7 +164,7 @@ TEST_F(DictationSessionTest, NineTenthsOfASecondOfSpeechShowZeroSeconds)
     gLang = u"en"_s;
     dictateBytes(28800);
     EXPECT_EQ(status(), u"Transcribing… (0s of audio)"_s);
-    EXPECT_EQ(desk.statusItem.icon, Activity::Transcribing);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Transcribing);
     EXPECT_EQ(desk.log.lines(), QStringList{u"Opname gestopt: 0s audio, start transcriptie"_s});
 }
 
@@ -175,9 +175,9 @@ TEST_F(DictationSessionTest, TheRecordingIsSavedAsAWavFileBeforeAnyEngineRuns)
     ASSERT_TRUE(wav.open(QIODevice::ReadOnly));
     EXPECT_EQ(wav.size(), 32044);
     EXPECT_EQ(wav.read(4), "RIFF");
-    EXPECT_TRUE(desk.local.wavPaths.isEmpty());
+    EXPECT_TRUE(desk.local.wavPaths().isEmpty());
     desk.runBackground();
-    EXPECT_EQ(desk.local.wavPaths, QStringList{desk.locations.kLastWavURL});
+    EXPECT_EQ(desk.local.wavPaths(), QStringList{desk.locations.kLastWavURL});
     EXPECT_TRUE(QFileInfo::exists(desk.locations.kLastWavURL));
 }
 
@@ -199,12 +199,12 @@ TEST_F(DictationSessionTest, MenuToggleDoesNothingWhileBusy)
     dictateBytes(32000);
     desk.take(desk.events);
     const QString before = status();
-    const int builds = desk.statusItem.builds;
+    const int builds = desk.statusItem.menuCount;
     desk.app->menuToggle();
     desk.pressHotkey();
     EXPECT_TRUE(desk.events.isEmpty());
     EXPECT_EQ(status(), before);
-    EXPECT_EQ(desk.statusItem.builds, builds);
+    EXPECT_EQ(desk.statusItem.menuCount, builds);
 }
 
 TEST_F(DictationSessionTest, MenuToggleDoesNothingWhileAHotkeyIsBeingChosen)
@@ -225,8 +225,8 @@ TEST_F(DictationSessionTest, EscapeCancelsARecording)
     desk.pressEscape();
     EXPECT_EQ(desk.events, QStringList{u"Basso 0.2"_s});
     EXPECT_EQ(status(), u"Opname geannuleerd"_s);
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
-    EXPECT_FALSE(desk.hud.shown);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
+    EXPECT_FALSE(desk.hud.visible);
     EXPECT_FALSE(desk.app->isRecording());
     EXPECT_TRUE(desk.log.lines().isEmpty());
     EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
@@ -236,8 +236,8 @@ TEST_F(DictationSessionTest, AQueuedCancelDoesNothingWhenTheRecordingHasEndedMea
 {
     desk.pressHotkey();
     desk.speak(1000);
-    desk.keyboard.flagsChanged({54, kCommandFlag, KeyRepeat::FirstPress, {}});
-    desk.keyboard.keyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
+    desk.keyboard.sendFlagsChanged({54, kCommandFlag, KeyRepeat::FirstPress, {}});
+    desk.keyboard.sendKeyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
     EXPECT_TRUE(desk.app->isBusy());
     EXPECT_EQ(status(), u"Transcriberen… (1 sec audio)"_s);
@@ -252,7 +252,7 @@ TEST_F(DictationSessionTest, TheWatchdogFreesTheApplicationAfter120Seconds)
     EXPECT_TRUE(desk.app->isBusy());
     desk.queue.advance(std::chrono::milliseconds(1));
     EXPECT_FALSE(desk.app->isBusy());
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
     EXPECT_EQ(desk.log.lines().last(), u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
     EXPECT_EQ(desk.events, QStringList{u"Basso 0.5"_s});
     EXPECT_EQ(status(),
@@ -298,13 +298,13 @@ TEST_F(DictationSessionTest, ADeviceChangeWhileRecordingStopsItAndTellsSo)
     desk.pressHotkey();
     desk.speak(1000);
     desk.take(desk.events);
-    desk.input.changed();
+    desk.input.changeConfiguration();
     EXPECT_EQ(desk.log.lines(), QStringList{u"Audio-apparaat gewisseld tijdens opname - opname gestopt"_s});
     EXPECT_EQ(desk.events, QStringList{u"Basso 0.2"_s});
     EXPECT_EQ(status(), u"Audio-apparaat gewisseld - opname gestopt"_s);
     EXPECT_EQ(desk.menuTitles().first(), status());
-    EXPECT_EQ(desk.msgHud.autoHide, 5.0);
-    EXPECT_EQ(desk.msgHud.shown.last(),
+    EXPECT_EQ(desk.msgHud.messages.back().autoHideSeconds, 5.0);
+    EXPECT_EQ(desk.msgHud.texts().last(),
               u"Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk "
               "op de sneltoets om opnieuw te beginnen."_s);
     EXPECT_FALSE(desk.app->isRecording());
@@ -313,13 +313,13 @@ TEST_F(DictationSessionTest, ADeviceChangeWhileRecordingStopsItAndTellsSo)
 TEST_F(DictationSessionTest, ADeviceChangeWhileIdleOrTranscribingDoesNothing)
 {
     const QString ready = status();
-    desk.input.changed();
+    desk.input.changeConfiguration();
     EXPECT_EQ(status(), ready);
     dictateBytes(32000);
     const QString transcribing = status();
-    desk.input.changed();
+    desk.input.changeConfiguration();
     EXPECT_EQ(status(), transcribing);
-    EXPECT_TRUE(desk.msgHud.shown.isEmpty());
+    EXPECT_TRUE(desk.msgHud.texts().isEmpty());
     EXPECT_TRUE(desk.app->isBusy());
 }
 

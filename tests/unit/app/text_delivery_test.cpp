@@ -12,7 +12,7 @@ protected:
 
     void dictate(const QString& text)
     {
-        desk.local.result = text;
+        desk.local.setResult(text);
         desk.pressHotkey();
         desk.speak(1000);
         desk.pressHotkey();
@@ -81,7 +81,7 @@ TEST_F(TextDeliveryTest, TrustIsAskedForOnEveryPaste)
 {
     dictate(u"hallo"_s);
     desk.app->pasteAgain();
-    EXPECT_EQ(desk.keystroke.trustQuestions, 2);
+    EXPECT_EQ(desk.keystroke.trustQuestionCount, 2);
 }
 
 }  // namespace

@@ -17,8 +17,8 @@ protected:
 
     void useCloud(const QByteArray& more = {})
     {
-        desk.secrets.items[u"openai_api_key"_s] = "sk-test";
-        desk.secrets.items[u"groq_api_key"_s] = "gsk-test";
+        desk.storeKey(u"openai_api_key"_s, "sk-test");
+        desk.storeKey(u"groq_api_key"_s, "gsk-test");
         desk.writeSettings("{\"engine\": \"auto\"" + more + "}");
     }
 
@@ -31,7 +31,7 @@ protected:
 
     void cloudAnswers(TranscriptionResult result)
     {
-        desk.cloud.completions.back()(std::move(result));
+        desk.cloud.answer(std::move(result));
         desk.queue.runPending();
     }
 
@@ -51,12 +51,12 @@ protected:
 TEST_F(TranscriptionRoutingTest, WithoutAKeyTheLocalEngineTranscribes)
 {
     dictate(1000);
-    EXPECT_TRUE(desk.cloud.completions.empty());
+    EXPECT_EQ(desk.cloud.waitingCount(), 0U);
     desk.runBackground();
     EXPECT_EQ(status(), u"Geplakt via lokale Whisper"_s);
     EXPECT_EQ(desk.log.lines().last(), u"Klaar via lokale Whisper: 12 tekens"_s);
     EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
 }
 
@@ -64,14 +64,14 @@ TEST_F(TranscriptionRoutingTest, WithAKeyTheCloudTranscribes)
 {
     useCloud();
     dictate(1000);
-    ASSERT_EQ(desk.cloud.wavs.size(), 1U);
-    EXPECT_EQ(desk.cloud.wavs.front().size(), 32044);
-    EXPECT_EQ(desk.cloud.configs.front().apiKey, u"sk-test"_s);
+    ASSERT_EQ(desk.cloud.requests.size(), 1U);
+    EXPECT_EQ(desk.cloud.requests.front().wav.size(), 32044);
+    EXPECT_EQ(desk.cloud.requests.front().config.apiKey, u"sk-test"_s);
     cloudAnswers(u"dag"_s);
     EXPECT_EQ(status(), u"Geplakt via OpenAI gpt-4o-transcribe"_s);
     EXPECT_EQ(desk.log.lines().last(), u"Klaar via OpenAI gpt-4o-transcribe: 3 tekens"_s);
     EXPECT_EQ(pasted(), QStringList{u"paste: dag"_s});
-    EXPECT_TRUE(desk.background.tasks.empty());
+    EXPECT_EQ(desk.background.waitingCount(), 0U);
 }
 
 TEST_F(TranscriptionRoutingTest, TheCloudClientIsReadiedWhenARecordingBeginsThatWillGoThere)
@@ -103,8 +103,8 @@ TEST_F(TranscriptionRoutingTest, EngineLocalIgnoresTheKey)
     useCloud(R"(, "engine": "local")");
     desk.writeSettings(R"({"engine": "local"})");
     dictate(1000);
-    EXPECT_TRUE(desk.cloud.completions.empty());
-    EXPECT_EQ(desk.background.tasks.size(), 1U);
+    EXPECT_EQ(desk.cloud.waitingCount(), 0U);
+    EXPECT_EQ(desk.background.waitingCount(), 1U);
 }
 
 TEST_F(TranscriptionRoutingTest, AnUnknownEngineIsLocal)
@@ -112,15 +112,15 @@ TEST_F(TranscriptionRoutingTest, AnUnknownEngineIsLocal)
     useCloud();
     desk.writeSettings(R"({"engine": "OpenAI"})");
     dictate(1000);
-    EXPECT_TRUE(desk.cloud.completions.empty());
-    EXPECT_EQ(desk.background.tasks.size(), 1U);
+    EXPECT_EQ(desk.cloud.waitingCount(), 0U);
+    EXPECT_EQ(desk.background.waitingCount(), 1U);
 }
 
 TEST_F(TranscriptionRoutingTest, EngineOpenaiWithAnEmptyKeyStillCallsTheCloudAndFallsBack)
 {
     desk.writeSettings(R"({"engine": "openai"})");
     dictate(1000);
-    ASSERT_EQ(desk.cloud.completions.size(), 1U);
+    ASSERT_EQ(desk.cloud.waitingCount(), 1U);
     cloudFails();
     desk.runBackground();
     EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
@@ -133,7 +133,7 @@ TEST_F(TranscriptionRoutingTest, ACloudFailureIsLoggedAndTheLocalEngineTakesOver
     cloudFails();
     EXPECT_EQ(desk.log.lines().last(), u"OpenAI mislukt: OpenAI 500: kapot - fallback naar lokaal"_s);
     EXPECT_EQ(status(), u"OpenAI niet bereikbaar - lokale Whisper als reserve…"_s);
-    EXPECT_EQ(desk.statusItem.icon, Activity::Transcribing);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Transcribing);
     EXPECT_TRUE(desk.app->isBusy());
     EXPECT_TRUE(desk.events.filter(u"Basso"_s).isEmpty());
     desk.runBackground();
@@ -143,17 +143,17 @@ TEST_F(TranscriptionRoutingTest, ACloudFailureIsLoggedAndTheLocalEngineTakesOver
 TEST_F(TranscriptionRoutingTest, TheFallbackRunsWithoutAskingForTheModelAndTellsItsFailure)
 {
     useCloud();
-    desk.local.modelReady = false;
-    desk.local.result = failure(3, u"Het offline taalmodel is nog niet gedownload."_s);
+    desk.local.setReady(false);
+    desk.local.setResult(failure(3, u"Het offline taalmodel is nog niet gedownload."_s));
     dictate(1000);
     cloudFails();
     desk.runBackground();
     EXPECT_EQ(status(), u"⚠️ Mislukt: Het offline taalmodel is nog niet gedownload."_s);
     EXPECT_EQ(desk.log.lines().last(), u"Lokale transcriptie mislukt: Het offline taalmodel is nog niet gedownload."_s);
     EXPECT_EQ(desk.events.last(), u"Basso 0.5"_s);
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
-    EXPECT_FALSE(desk.offer.completion);
+    EXPECT_FALSE(desk.offer.isOpen());
     EXPECT_TRUE(pasted().isEmpty());
 }
 
@@ -173,7 +173,7 @@ TEST_F(TranscriptionRoutingTest, ATenSecondRecordingNeverGetsTheCrossCheckButALo
 TEST_F(TranscriptionRoutingTest, InTheCrossCheckALongerLocalTextWins)
 {
     useCloud();
-    desk.local.result = u"abcdefghij"_s;
+    desk.local.setResult(u"abcdefghij"_s);
     dictate(11'000);
     cloudAnswers(u"abcde"_s);
     desk.runBackground();
@@ -186,7 +186,7 @@ TEST_F(TranscriptionRoutingTest, InTheCrossCheckALongerLocalTextWins)
 TEST_F(TranscriptionRoutingTest, InTheCrossCheckTheCloudTextWinsATie)
 {
     useCloud();
-    desk.local.result = u"ABCDE"_s;
+    desk.local.setResult(u"ABCDE"_s);
     dictate(11'000);
     cloudAnswers(u"abcde"_s);
     desk.runBackground();
@@ -197,7 +197,7 @@ TEST_F(TranscriptionRoutingTest, InTheCrossCheckTheCloudTextWinsATie)
 TEST_F(TranscriptionRoutingTest, InTheCrossCheckALocalFailureIsNotTold)
 {
     useCloud();
-    desk.local.result = failure(2, u"whisper-cli stopte met code 2."_s);
+    desk.local.setResult(failure(2, u"whisper-cli stopte met code 2."_s));
     dictate(11'000);
     cloudAnswers(u"abcde"_s);
     const auto lines = desk.log.lines().size();
@@ -219,25 +219,25 @@ TEST_F(TranscriptionRoutingTest, CharactersAreCountedAsTheUserSeesThem)
 
 TEST_F(TranscriptionRoutingTest, AutoWithoutKeyAndModelOffersTheDownload)
 {
-    desk.local.modelReady = false;
+    desk.local.setReady(false);
     dictate(1000);
     EXPECT_EQ(status(), u"Offline model nog niet geïnstalleerd"_s);
-    EXPECT_EQ(desk.statusItem.icon, Activity::Ready);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
     EXPECT_FALSE(desk.app->isBusy());
-    ASSERT_TRUE(desk.offer.completion);
-    desk.offer.completion(ModelOutcome::Declined);
+    ASSERT_TRUE(desk.offer.isOpen());
+    desk.offer.answer(ModelOutcome::Declined);
     EXPECT_EQ(status(), u"Offline model nog niet geïnstalleerd"_s);
-    EXPECT_TRUE(desk.background.tasks.empty());
+    EXPECT_EQ(desk.background.waitingCount(), 0U);
 }
 
 TEST_F(TranscriptionRoutingTest, AnInstalledModelTranscribesTheRecordingThatWaited)
 {
-    desk.local.modelReady = false;
+    desk.local.setReady(false);
     dictate(1000);
-    desk.local.modelReady = true;
-    desk.offer.completion(ModelOutcome::Installed);
+    desk.local.setReady(true);
+    desk.offer.answer(ModelOutcome::Installed);
     EXPECT_EQ(status(), u"Transcriberen…"_s);
-    EXPECT_EQ(desk.statusItem.icon, Activity::Transcribing);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Transcribing);
     EXPECT_TRUE(desk.app->isBusy());
     desk.runBackground();
     EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
@@ -245,10 +245,10 @@ TEST_F(TranscriptionRoutingTest, AnInstalledModelTranscribesTheRecordingThatWait
 
 TEST_F(TranscriptionRoutingTest, TheOldWatchdogStillGuardsATranscriptionAfterAnAcceptedOffer)
 {
-    desk.local.modelReady = false;
+    desk.local.setReady(false);
     dictate(1000);
     desk.queue.advance(std::chrono::seconds(100));
-    desk.offer.completion(ModelOutcome::Installed);
+    desk.offer.answer(ModelOutcome::Installed);
     desk.queue.advance(std::chrono::seconds(20));
     EXPECT_FALSE(desk.app->isBusy());
     EXPECT_EQ(desk.log.lines().last(), u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
@@ -256,18 +256,18 @@ TEST_F(TranscriptionRoutingTest, TheOldWatchdogStillGuardsATranscriptionAfterAnA
 
 TEST_F(TranscriptionRoutingTest, AfterTheOldWatchdogHasFiredAnAcceptedOfferIsGuardedByNone)
 {
-    desk.local.modelReady = false;
+    desk.local.setReady(false);
     dictate(1000);
     desk.queue.advance(std::chrono::seconds(121));
     EXPECT_FALSE(desk.log.lines().contains(u"WAAKHOND: transcriptie hing, app vrijgegeven"_s));
-    desk.offer.completion(ModelOutcome::Installed);
+    desk.offer.answer(ModelOutcome::Installed);
     desk.queue.advance(std::chrono::seconds(300));
     EXPECT_TRUE(desk.app->isBusy());
 }
 
 TEST_F(TranscriptionRoutingTest, AnEmptyTextIsNoSpeech)
 {
-    desk.local.result = QString();
+    desk.local.setResult(QString());
     dictate(1000);
     desk.runBackground();
     EXPECT_EQ(status(), u"Geen spraak gedetecteerd"_s);
@@ -277,7 +277,7 @@ TEST_F(TranscriptionRoutingTest, AnEmptyTextIsNoSpeech)
 
 TEST_F(TranscriptionRoutingTest, ATranscriptOfWhiteSpaceIsPastedAsItIs)
 {
-    desk.local.result = u" \n "_s;
+    desk.local.setResult(u" \n "_s);
     dictate(1000);
     desk.runBackground();
     EXPECT_EQ(pasted(), QStringList{u"paste:  \n "_s});
@@ -290,7 +290,7 @@ TEST_F(TranscriptionRoutingTest, AVocabularyEchoIsSuppressedAndPasteAgainPastesT
     desk.queue.advance(std::chrono::seconds(1));
     desk.take(desk.events);
     desk.writeSettings(R"({"vocabulary": "Kubernetes, PostgreSQL, Grafana"})");
-    desk.local.result = u" kubernetes, postgresql, grafana."_s;
+    desk.local.setResult(u" kubernetes, postgresql, grafana."_s);
     dictate(1000);
     desk.runBackground();
     EXPECT_EQ(status(), u"Geen spraak gedetecteerd (woordenlijst-echo onderdrukt)"_s);
@@ -302,7 +302,7 @@ TEST_F(TranscriptionRoutingTest, AVocabularyEchoIsSuppressedAndPasteAgainPastesT
 
 TEST_F(TranscriptionRoutingTest, TheSettingsAreReadAfreshForTheEchoTest)
 {
-    desk.local.result = u"kubernetes, postgresql, grafana."_s;
+    desk.local.setResult(u"kubernetes, postgresql, grafana."_s);
     dictate(1000);
     desk.writeSettings(R"({"vocabulary": "Kubernetes, PostgreSQL, Grafana"})");
     desk.runBackground();
@@ -323,10 +323,9 @@ TEST_F(TranscriptionRoutingTest, AResultForAnApplicationThatIsGoneIsDropped)
 {
     useCloud();
     dictate(1000);
-    const auto completion = desk.cloud.completions.back();
     desk.app.reset();
     desk.take(desk.events);
-    completion(u"te laat"_s);
+    desk.cloud.answer(u"te laat"_s);
     desk.queue.advance(std::chrono::seconds(200));
     EXPECT_TRUE(desk.events.isEmpty());
 }

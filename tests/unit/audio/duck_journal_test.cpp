@@ -95,10 +95,10 @@ TEST_F(DuckJournalTest, AnOutputThatIsNotThereYetIsRepairedWhenItComes)
     DuckRepair repair(journal, output);
     repair.start();
     EXPECT_TRUE(QFile::exists(path()));
-    output.changed();
+    output.notifyChange();
     EXPECT_TRUE(QFile::exists(path()));
     output.devices = devices;
-    output.changed();
+    output.notifyChange();
     EXPECT_FLOAT_EQ(speakers(), 0.8F);
 }
 
@@ -112,7 +112,7 @@ TEST_F(DuckJournalTest, ARepairLeavesTheEntryOfAnotherOutputThatIsLoweredMeanwhi
     repair.start();
     journal.began(headphones);
     output.devices = devices;
-    output.changed();
+    output.notifyChange();
     EXPECT_FLOAT_EQ(speakers(), 0.8F);
     EXPECT_EQ(journal.left(), headphones);
 }
@@ -124,7 +124,7 @@ TEST_F(DuckJournalTest, TheRepairHappensOnce)
     DuckRepair repair(journal, output);
     repair.start();
     EXPECT_FLOAT_EQ(speakers(), 0.8F);
-    EXPECT_FALSE(output.changed);
+    EXPECT_EQ(output.listenerCount(), 0);
 }
 
 TEST_F(DuckJournalTest, WithNothingLeftTheOutputsAreNotListenedTo)
@@ -132,7 +132,7 @@ TEST_F(DuckJournalTest, WithNothingLeftTheOutputsAreNotListenedTo)
     DuckJournalFile journal(path());
     DuckRepair repair(journal, output);
     repair.start();
-    EXPECT_FALSE(output.changed);
+    EXPECT_EQ(output.listenerCount(), 0);
 }
 
 }  // namespace

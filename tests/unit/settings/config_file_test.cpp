@@ -173,7 +173,7 @@ TEST_F(ConfigFileTest, AnUnknownProviderCountsAsOpenAIButItsOwnAccountIsAskedFor
     const Config config = loaded(R"({"provider": "GROQ", "openai_api_key": "sk-x"})");
     EXPECT_EQ(config.cloudModel(), u"gpt-4o-transcribe"_s);
     EXPECT_EQ(config.providerName(), u"OpenAI"_s);
-    EXPECT_EQ(store.askedFor, std::vector<QString>{u"GROQ_api_key"_s});
+    EXPECT_EQ(store.askedFor, QStringList{u"GROQ_api_key"_s});
     EXPECT_EQ(config.apiKey, QString());
 }
 
