@@ -1,5 +1,5 @@
 # The compiler's and linker's protections, as Debian asks of its packages, in every optimised build. What the builder's
-# own flags (CXXFLAGS, LDFLAGS and the variables of CMake behind them) already decide stays as they say.
+# own flags (CXXFLAGS, LDFLAGS and the variables of CMake behind them) already decide is left alone.
 
 include(CheckCXXCompilerFlag)
 

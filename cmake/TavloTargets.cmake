@@ -10,8 +10,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 option(TAVLO_WARNINGS_AS_ERRORS "Let a compiler's warning stop the build; for the project's own work" OFF)
 set(TAVLO_SANITIZERS "" CACHE STRING "Value of -fsanitize=, or empty")
 
-# Code that Qt's moc writes follows Qt's habits: clang-tidy leaves what is generated alone. It refuses to run without any
-# check, so one is left that generated code passes.
+# clang-tidy is not meant for the code that Qt's moc generates. It refuses to run without any check, so in the build
+# folder one check is left, which that code passes.
 if(CMAKE_CXX_CLANG_TIDY)
     file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/.clang-tidy CONTENT "Checks: '-*,modernize-use-override'\n" @ONLY)
 endif()

@@ -16,7 +16,8 @@ endforeach()
 #     [ENVIRONMENT A=b ...] [CASES])
 # A program of GoogleTest. It brings its own main() where it needs one, or links a library that has one.
 # ctest knows it as one test, NAME; with CASES it knows each case as NAME.Suite.Case, in a process of its own.
-# TIMEOUT is for what ctest runs, program or case: 60 when not given. COST is about what it takes: long ones start first.
+# TIMEOUT is for what ctest runs, program or case: 60 when not given. COST is about how many seconds it takes: ctest
+# starts the long ones first.
 function(tavlo_test name)
     cmake_parse_arguments(TEST "CASES" "TIMEOUT;COST" "SOURCES;LINK;LABELS;ENVIRONMENT" ${ARGN})
     add_executable(${name} ${TEST_SOURCES})

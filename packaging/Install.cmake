@@ -23,8 +23,8 @@ add_custom_command(OUTPUT ${TAVLO_ICON_FILES}
     COMMENT "Drawing the icons"
     VERBATIM)
 
-# Compressed with no name and no time inside, so that the same source gives the same bytes. Debian wants the best
-# compression for manuals and changelogs.
+# Compressed without name and time inside, so that the same source gives the same bytes. Debian asks for the best
+# compression of manuals and changelogs.
 find_program(GZIP_PROGRAM gzip REQUIRED)
 set(TAVLO_COMPRESSED_FILES)
 function(tavlo_compress source name)
@@ -60,7 +60,7 @@ tavlo_compress(${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian changelog.Debian.g
 
 add_custom_target(tavlo_packaging ALL DEPENDS ${TAVLO_ICON_FILES} ${TAVLO_DOCUMENTS} ${TAVLO_COMPRESSED_FILES})
 
-# A folder that is made on the way gets the mode that packages ask for, whatever the builder's umask.
+# Folders made by the installation get the mode that packages need, whatever the builder's umask.
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tavlo)
@@ -85,7 +85,8 @@ install(FILES
     ${TAVLO_PACKAGING_BINARY_DIR}/changelog.gz
     ${TAVLO_PACKAGING_BINARY_DIR}/README.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR})
-# Placed to each other as in the source, since they lead to each other. Not compressed, so that the links can be followed.
+# In the same places relative to each other as in the source, because they link to each other; not compressed for the
+# same reason.
 install(FILES ${CMAKE_SOURCE_DIR}/docs/usage.en.md ${CMAKE_SOURCE_DIR}/docs/gebruik.nl.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES
@@ -96,14 +97,14 @@ install(FILES
 install(FILES ${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian.gz
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tavlo_debian)
 
-# The local engine is the distribution's own whisper-cli. Where the distribution has none yet the link leads nowhere,
-# and the program goes on to the user's own one, until an upgrade of the distribution brings it.
+# The local engine is the distribution's own whisper-cli. Where the distribution has none the link points to nothing,
+# and the program uses the one that the user installed.
 set(TAVLO_WHISPER_CLI /usr/bin/whisper-cli CACHE STRING "The program that the link to the local engine leads to")
 install(CODE "
     set(folder \"${CMAKE_INSTALL_LIBEXECDIR}/tavlo\")
     set(target \"${TAVLO_WHISPER_CLI}\")
     if(CMAKE_INSTALL_PREFIX MATCHES \"/usr\$\" AND target MATCHES \"^/usr/\")
-        # Within one top-level folder packages link relatively.
+        # Debian asks for relative links within one top-level folder.
         file(RELATIVE_PATH target \"/usr/\${folder}\" \"\${target}\")
     endif()
     set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/\${folder}\")

@@ -29,15 +29,15 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTOR
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${TAVLO_PACKAGE_RELEASE})
-# Debian's control file knows one description, so the two languages share it.
+# Debian's control file has room for one description, so it holds both languages.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
     "${TAVLO_DESCRIPTION_EN}\n\n${TAVLO_DESCRIPTION_NL}")
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# The libraries are found from the program. It does not tell the module by which Qt speaks to the X server, nor what is
-# loaded when it is needed.
+# The linked libraries are found by dpkg-shlibdeps. It cannot find Qt's X11 plugin, nor the libraries that are loaded at
+# run time.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, libcurl4 (>= 7.87)")
 string(JOIN ", " CPACK_DEBIAN_PACKAGE_RECOMMENDS
     whisper.cpp-tools
