@@ -1,5 +1,7 @@
 #include "linux/x11/x11_screens.h"
+#include "contract/backend.h"
 #include "contract/x11/x11_environment.h"
+#include "support/fakes/fake_screens.h"
 #include "support/x_hands.h"
 
 #include <QGuiApplication>
@@ -84,6 +86,65 @@ TEST_F(ScreensTest, CompositingFollowsTheCompositorThatRunsNow)
     m_hands.ownSelection("_NET_WM_CM_S0", XCB_WINDOW_NONE);
     EXPECT_EQ(m_screens.compositing(), Compositing::Absent);
 }
+
+// One screen with a panel along its upper edge, on the fake and on the server.
+class ScreensContract : public testing::TestWithParam<Backend> {
+protected:
+    ScreensContract()
+    {
+        m_fake.frame = whole();
+        m_fake.compositingNow = Compositing::Absent;
+    }
+    ~ScreensContract() override
+    {
+        setCompositor(false);
+        m_hands.removeProperty(m_hands.root(), "_NET_WORKAREA");
+    }
+
+    Screens& screens() { return GetParam() == Backend::Real ? static_cast<Screens&>(m_real) : m_fake; }
+    static QRect whole() { return QGuiApplication::primaryScreen()->geometry(); }
+
+    // What a panel leaves of the screen.
+    QRect showPanel()
+    {
+        const double scale = QGuiApplication::primaryScreen()->devicePixelRatio();
+        const QRect left = whole().adjusted(0, qRound(30 / scale), 0, 0);
+        m_fake.frame = left;
+        m_hands.setNumbers(m_hands.root(), "_NET_WORKAREA", {0, 30, 1280, 770});
+        return left;
+    }
+    void setCompositor(bool runs)
+    {
+        m_fake.compositingNow = runs ? Compositing::Present : Compositing::Absent;
+        const xcb_window_t none = XCB_WINDOW_NONE;
+        m_hands.ownSelection("_NET_WM_CM_S0", runs ? m_hands.createWindow(0, 0, 1, 1) : none);
+    }
+
+private:
+    X11Display m_display;
+    X11Screens m_real{m_display};
+    FakeScreens m_fake;
+    XHands m_hands{testServer().displayName()};
+};
+
+TEST_P(ScreensContract, TheFrameIsTheScreenWithoutItsPanelsAsTheyAreNow)
+{
+    EXPECT_EQ(screens().mainVisibleFrame(), whole());
+    const QRect left = showPanel();
+    EXPECT_EQ(screens().mainVisibleFrame(), left);
+}
+
+TEST_P(ScreensContract, CompositingIsAsItIsNow)
+{
+    EXPECT_EQ(screens().compositing(), Compositing::Absent);
+    setCompositor(true);
+    EXPECT_EQ(screens().compositing(), Compositing::Present);
+    setCompositor(false);
+    EXPECT_EQ(screens().compositing(), Compositing::Absent);
+}
+
+INSTANTIATE_TEST_SUITE_P(On, ScreensContract, testing::Values(Backend::Fake, Backend::Real),
+                         testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace tavlo

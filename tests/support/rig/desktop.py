@@ -110,6 +110,10 @@ class Desktop:
             "GSETTINGS_BACKEND": "memory",
             "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.runtime_folder / 'bus'}",
         }
+        # How programs with sanitizers in them report, and what of the libraries they leave out.
+        for name in ("ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"):
+            if name in os.environ:
+                environment[name] = os.environ[name]
         for name, value in more.items():
             if value is None:
                 environment.pop(name, None)
