@@ -17,7 +17,7 @@ class CloudEngine {
 public:
     virtual ~CloudEngine() = default;
 
-    // A recording has begun: whatever takes time before a first request may be made now. Opens no connection.
+    // A recording has begun: whatever takes time before a first request can be prepared now. Opens no connection.
     // Returns at once. Main thread.
     virtual void warmUp() = 0;
     // Sends one recording, a complete WAV image, to the provider of `config`. Returns at once; `completion` is called

@@ -234,7 +234,7 @@ QString HttpExchange::Transfer::describe(CURLcode code) const
     long systemCode = 0;
     if (code == CURLE_COULDNT_CONNECT && curl.easyGetinfo(easy, CURLINFO_OS_ERRNO, &systemCode) == CURLE_OK &&
         systemCode != 0) {
-        return systemError(static_cast<int>(systemCode)).description;  // In one or two words what it takes libcurl ten.
+        return systemError(static_cast<int>(systemCode)).description;  // Shorter than libcurl's own sentence.
     }
     return QString::fromUtf8(message[0] != '\0' ? message.data() : curl.easyStrerror(code)).trimmed();
 }

@@ -9,7 +9,7 @@ namespace tavlo {
 
 namespace {
 
-// The desktop's rules tell a program to take no notice of a variable that holds a relative path.
+// The desktop's rules tell programs to ignore a variable that holds a relative path.
 QString absolutePathFromEnvironment(const char* variable)
 {
     const QString path = QFile::decodeName(qgetenv(variable));

@@ -31,8 +31,8 @@ public:
     bool localModelReady() const override;
     TranscriptionResult transcribeLocal(const QString& wavPath, const Config& config) override;
 
-    // Asks a running whisper-cli, and any that starts later, to end: the process is about to. Any thread; returns at
-    // once.
+    // Asks a running whisper-cli, and any that starts later, to end, because this process is about to end. Any thread;
+    // returns at once.
     void stop() { m_running.terminate(); }
 
 private:

@@ -27,8 +27,8 @@ struct DownloadTerms {
 // Fetches the offline model over HTTPS and installs it; redirects are followed, to HTTPS only. The transfer runs on a
 // thread of its own, which exists only as long as a download and leaves the processor to others. Main thread.
 //
-// A download that was cancelled ends with the cancellation as its failure. When another one was started before that
-// came, the older one's end is only logged.
+// A download that was cancelled ends with the cancellation as its failure. If another one has been started by then, the
+// end of the older one is only logged.
 class ModelDownloader : public ModelDownload {
 public:
     // `log` and `queue` outlive this object. A `remoteURL` that is not a valid HTTPS address makes start() do nothing.

@@ -21,8 +21,8 @@ public:
     void removeLeftovers() const;
     // Makes the models folder and the folders above it, for their owner only.
     Result<void> createFolder() const;
-    // Fails when the disk has no room for `expected` bytes, or for a model of the smallest size while
-    // that is unknown (below 1). A disk that does not tell has room.
+    // Fails when the disk has no room for `expected` bytes, or for a model of the smallest size while that is unknown
+    // (below 1). A disk that does not say how much is free counts as having room.
     Result<void> checkRoom(qint64 expected) const;
     // Makes the temporary file the model: staged, measured, and under the final name only when it is complete.
     // Returns its size. On failure no file of the transfer is left and an old model stays.

@@ -1,6 +1,7 @@
 #include "linux/freedesktop/autostart_login_item.h"
 
 #include "platform/text_literals.h"
+#include "posix/system_error.h"
 
 #include <QDir>
 #include <QFile>
@@ -116,7 +117,8 @@ bool isOn(const DesktopEntry& entry)
 
 Result<void> systemFailure(const QString& path, const std::error_code& error)
 {
-    return failure(error.value(), path + u": "_s + QString::fromStdString(error.message()), u"POSIX"_s);
+    const Error system = systemError(error.value());
+    return failure(system.code, path + u": "_s + system.description, system.domain);
 }
 
 }  // namespace
@@ -230,7 +232,7 @@ Result<void> AutostartLoginItem::write(const QByteArray& text) const
     // Written beside and renamed, so that a full disk leaves the old entry; a link's target is what is replaced.
     QSaveFile file(m_path);
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
-        return failure(static_cast<int>(file.error()), m_path + u": "_s + file.errorString(), u"QFileDevice"_s);
+        return failure(kNoCode, m_path + u": "_s + file.errorString());
     }
     return {};
 }
