@@ -2,8 +2,10 @@
 //   bench_key_event SETTINGS-FILE ROUNDS
 // Prints one JSON object: nanoseconds of each round, "event" and "read" in turn, and how often the keyring was asked.
 
+#include "hotkeys/hotkey_capture.h"
 #include "hotkeys/hotkey_catalogue.h"
 #include "hotkeys/hotkey_detection.h"
+#include "hotkeys/hotkey_display.h"
 #include "platform/secret_store.h"
 #include "platform/text_literals.h"
 #include "settings/app_log.h"
@@ -52,14 +54,23 @@ public:
     int posted = 0;
 };
 
-class IdleTarget : public HotkeyTarget {
+class IdleDictation : public DictationControl {
 public:
-    bool isCapturing() const override { return false; }
     bool isRecording() const override { return false; }
     void toggle() override {}
     void cancelRecording() override {}
-    void captureModifier(const KeyEvent&) override {}
-    void finishCapture(const KeyEvent&) override {}
+};
+
+class IdleDisplay : public HotkeyDisplay {
+public:
+    bool isRecording() const override { return false; }
+    bool isBusy() const override { return false; }
+    bool isCapturing() const override { return false; }
+    void setCapturing(bool) override {}
+    void setStatusLine(const QString&) override {}
+    void showMessage(const QString&, std::optional<double>) override {}
+    void hideMessage() override {}
+    void showTypingKeyAlert(const TypingKeyAlert&, std::function<void(TypingKeyAnswer)>) override {}
 };
 
 template <class Task>
@@ -84,10 +95,12 @@ int main(int argc, char** argv)
     CountingStore store;
     Keychain keychain(store);
     NoLog log;
-    const ConfigFile file(path, keychain, log);
+    ConfigFile file(path, keychain, log);
     CountingQueue queue;
-    IdleTarget target;
-    HotkeyDetection detection(queue, file, target);
+    IdleDictation dictation;
+    IdleDisplay display;
+    HotkeyCapture capture(queue, file, log, display);
+    HotkeyDetection detection(queue, file, capture, dictation);
 
     KeyEvent hotkey;
     hotkey.keyCode = 54;

@@ -96,7 +96,7 @@ int main(int argc, char** argv)
     QtWorkspace workspace;
     X11Display display;
     X11Screens screens(display);
-    SettingsWindow settings({file, keychain, secrets, log, workspace, screens, [] {}});
+    SettingsWindow settings({file, keychain, secrets, log, workspace, screens}, [] {});
 
     QJsonArray ours;
     QJsonArray empty;

@@ -1,5 +1,4 @@
 #include "app/app_delegate.h"
-#include "app/desktop_windows.h"
 #include "engines/cloud/cloud_client.h"
 #include "engines/local/local_runner.h"
 #include "engines/model/model_downloader.h"
@@ -30,6 +29,7 @@
 #include "ui/overlays/message_hud.h"
 #include "ui/overlays/recording_hud.h"
 #include "ui/tray/tray_status_item.h"
+#include "ui/windows/desktop_windows.h"
 #include "ui/windows/offer_window.h"
 
 #include <QApplication>
@@ -91,9 +91,7 @@ int run(QApplication& application)
     // Not destroyed: when a panel asks the toolkit's icon something while it is taken off the bus, the bus library's
     // thread can reach a connection that is gone. The icon leaves the panel with the process.
     auto& statusItem = *new TrayStatusItem(queue, trayHost, panelAppearance);
-    DesktopWindows windows(
-        {file, keychain, secrets, log, workspace, desktop.screens, [&delegate] { delegate->settingsSaved(); }},
-        kVersion, {[&delegate] { delegate->openWebsite(); }, [&delegate] { delegate->openFeedback(); }});
+    DesktopWindows windows({file, keychain, secrets, log, workspace, desktop.screens}, kVersion);
     delegate.emplace(AppParts{
         .locations = locations,
         .queue = queue,
@@ -119,7 +117,7 @@ int run(QApplication& application)
         .file = file,
         .log = log,
     });
-    LocalKeyFilter localKeys(desktop.keyboardMonitor, [&delegate] { return delegate->isCapturing(); });
+    LocalKeyFilter localKeys(desktop.keyboardMonitor, [&delegate] { return delegate->state().capturing; });
     const auto terminate = [&delegate, &outputVolume, &local] {
         delegate->applicationWillTerminate();
         outputVolume.flush();

@@ -1,7 +1,7 @@
 #include "app/dictation_session.h"
 
 #include "app/status_board.h"
-#include "app/text_rules.h"
+#include "app/transcription_routing.h"
 #include "audio/recorder.h"
 #include "audio/volume_ducker.h"
 #include "hotkeys/hotkey_catalogue.h"
@@ -38,12 +38,14 @@ const QString kWarning = u"⚠️ "_s;
 
 }  // namespace
 
-DictationSession::DictationSession(const DictationParts& parts, Prepare prepare, HandOver handOver)
-    : m_parts(parts), m_prepare(std::move(prepare)), m_handOver(std::move(handOver))
+DictationSession::DictationSession(const DictationParts& parts) : m_parts(parts) {}
+
+bool DictationSession::isRecording() const
 {
+    return m_parts.state.recording;
 }
 
-void DictationSession::menuToggle()
+void DictationSession::toggle()
 {
     if (m_parts.state.busy || m_parts.state.capturing) {
         return;
@@ -73,7 +75,7 @@ void DictationSession::startRecording()
     const QString label = hotkeyFrom(config, m_parts.file.path()).label();
     m_parts.board.setStatusLine(t(u"Opnemen… "_s + label + u" = stop, Esc = annuleren"_s,
                                   u"Recording… "_s + label + u" = stop, Esc = cancel"_s));
-    m_prepare();
+    m_parts.routing.prepare();
 }
 
 void DictationSession::finishRecording()
@@ -128,17 +130,17 @@ void DictationSession::transcribe(const QByteArray& wav, double durationSeconds)
     const std::int64_t token = ++state.busyToken;
     m_parts.board.updateIcon();
     const QString seconds = QString::number(static_cast<qint64>(durationSeconds));
-    const Config config = m_parts.file.load();
     m_parts.board.setStatusLine(
-        t(u"Transcriberen… ("_s + seconds + u" sec audio)"_s, u"Transcribing… ("_s + seconds + u"s of audio)"_s),
-        config);
+        t(u"Transcriberen… ("_s + seconds + u" sec audio)"_s, u"Transcribing… ("_s + seconds + u"s of audio)"_s));
     m_parts.log.appLog(u"Opname gestopt: "_s + seconds + u"s audio, start transcriptie"_s);
     m_parts.queue.postAfter(kWatchdogDelay, m_lifetime.reference(), [this, token] { watchdogFired(token); });
 
     if (const auto written = writeLastRecording(wav, m_parts.lastWavPath); !written) {
         m_parts.log.appLog(u"Laatste opname niet bewaard: "_s + written.error().description);
     }
-    m_handOver(wav, config, durationSeconds);
+    const Config config = m_parts.file.load();
+    m_parts.board.noteKey(config);
+    m_parts.routing.route(wav, config, durationSeconds);
 }
 
 void DictationSession::watchdogFired(std::int64_t token)
@@ -158,6 +160,10 @@ void DictationSession::watchdogFired(std::int64_t token)
 
 void DictationSession::cancelRecording()
 {
+    // A cancel that was queued before the recording ended comes too late to mean anything.
+    if (!m_parts.state.recording) {
+        return;
+    }
     // The samples are dropped with the returned value.
     m_parts.recorder.stop();
     m_parts.state.recording = false;
@@ -166,6 +172,22 @@ void DictationSession::cancelRecording()
     m_parts.sounds.playSound(u"Basso"_s, 0.2F);
     m_parts.board.updateIcon();
     m_parts.board.setStatusLine(t(u"Opname geannuleerd"_s, u"Recording cancelled"_s));
+}
+
+void DictationSession::audioConfigurationChanged()
+{
+    if (!m_parts.state.recording) {
+        return;
+    }
+    m_parts.log.appLog(u"Audio-apparaat gewisseld tijdens opname - opname gestopt"_s);
+    cancelRecording();
+    m_parts.msgHud.show(t(u"Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is "
+                          "gestopt - druk op de sneltoets om opnieuw te beginnen."_s,
+                          u"Your microphone or audio device changed during recording. Recording "
+                          "stopped - press the hotkey to start again."_s),
+                        5.0);
+    m_parts.board.setStatusLine(
+        t(u"Audio-apparaat gewisseld - opname gestopt"_s, u"Audio device changed - recording stopped"_s));
 }
 
 void DictationSession::flashError(const QString& message)

@@ -1,14 +1,13 @@
 #pragma once
 
+#include "hotkeys/hotkey_detection.h"
 #include "platform/queues.h"
 #include "platform/result.h"
-#include "settings/config.h"
 
 #include <QByteArray>
 #include <QString>
 
 #include <cstdint>
-#include <functional>
 
 namespace tavlo {
 
@@ -24,6 +23,7 @@ class Recorder;
 class RecordingOverlay;
 class SoundPlayer;
 class StatusBoard;
+class TranscriptionRouting;
 class VolumeDucker;
 struct SessionState;
 
@@ -37,39 +37,33 @@ struct DictationParts {
     RecordingOverlay& hud;
     MessageOverlay& msgHud;
     StatusBoard& board;
+    TranscriptionRouting& routing;
     const ConfigFile& file;
     AppLog& log;
     QString lastWavPath;
 };
 
-// Starts and ends recordings, judges whether they are worth transcribing and hands them over. Main thread.
-class DictationSession {
+// Starts and ends recordings, judges whether they are worth transcribing and hands them over to routing. Main thread.
+class DictationSession : public DictationControl {
 public:
-    // A recording with speech, saved as the last recording, on its way to an engine.
-    using HandOver = std::function<void(const QByteArray& wav, const Config& config, double durationSeconds)>;
+    explicit DictationSession(const DictationParts& parts);
 
-    // A recording has begun: what will take it over may prepare itself.
-    using Prepare = std::function<void()>;
-
-    DictationSession(const DictationParts& parts, Prepare prepare, HandOver handOver);
-
-    // Starts or finishes a recording; does nothing while a transcription or a capture is under way.
-    void menuToggle();
-    void toggle() { menuToggle(); }
-    void startRecording();
-    void finishRecording();
-    void cancelRecording();
+    bool isRecording() const override;
+    void toggle() override;
+    void cancelRecording() override;
+    // The device in use has changed: a running recording ends without a result, and the user is told why.
+    void audioConfigurationChanged();
     // A failure in the status line, with the error sound.
     void flashError(const QString& message);
 
 private:
+    void startRecording();
+    void finishRecording();
     void rejectSilence();
     void transcribe(const QByteArray& wav, double durationSeconds);
     void watchdogFired(std::int64_t token);
 
     DictationParts m_parts;
-    Prepare m_prepare;
-    HandOver m_handOver;
     Lifetime m_lifetime;
 };
 

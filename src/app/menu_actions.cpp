@@ -1,5 +1,6 @@
 #include "app/menu_actions.h"
 
+#include "app/dictation_session.h"
 #include "app/status_board.h"
 #include "platform/login_item.h"
 #include "platform/text_literals.h"
@@ -14,14 +15,9 @@
 
 namespace tavlo {
 
-MenuActions::MenuActions(ConfigFile& file, LoginItem& loginItem, Workspace& workspace, StatusBoard& board, AppLog& log,
-                         std::function<void(const QString&)> flashError)
-    : m_file(file),
-      m_loginItem(loginItem),
-      m_workspace(workspace),
-      m_board(board),
-      m_log(log),
-      m_flashError(std::move(flashError))
+MenuActions::MenuActions(ConfigFile& file, LoginItem& loginItem, Workspace& workspace, StatusBoard& board,
+                         DictationSession& session, AppLog& log)
+    : m_file(file), m_loginItem(loginItem), m_workspace(workspace), m_board(board), m_session(session), m_log(log)
 {
 }
 
@@ -46,21 +42,17 @@ void MenuActions::toggleDuck()
 void MenuActions::toggleLogin()
 {
     const auto done = m_loginItem.isEnabled() ? m_loginItem.disable() : m_loginItem.enable();
+    m_board.lookUpLoginItem();
     if (done) {
         m_board.buildMenu();
     } else {
-        m_flashError(t(u"Login-item: "_s, u"Login item: "_s) + done.error().description);
+        m_session.flashError(t(u"Login-item: "_s, u"Login item: "_s) + done.error().description);
     }
 }
 
 void MenuActions::openConfig()
 {
     m_workspace.open(QUrl::fromLocalFile(m_file.path()));
-}
-
-void MenuActions::openWebsite()
-{
-    m_workspace.open(QUrl(kWebsiteURL));
 }
 
 void MenuActions::openFeedback()

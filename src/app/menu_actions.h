@@ -3,12 +3,11 @@
 #include <QString>
 #include <QVariant>
 
-#include <functional>
-
 namespace tavlo {
 
 class AppLog;
 class ConfigFile;
+class DictationSession;
 class LoginItem;
 class StatusBoard;
 class Workspace;
@@ -17,16 +16,15 @@ class Workspace;
 // Main thread.
 class MenuActions {
 public:
-    // `flashError` tells a failure with the error sound and the status line.
-    MenuActions(ConfigFile& file, LoginItem& loginItem, Workspace& workspace, StatusBoard& board, AppLog& log,
-                std::function<void(const QString&)> flashError);
+    // The session tells failures.
+    MenuActions(ConfigFile& file, LoginItem& loginItem, Workspace& workspace, StatusBoard& board,
+                DictationSession& session, AppLog& log);
 
     // `representedObject` is the language's code; anything but a string does nothing.
     void pickLanguage(const QVariant& representedObject);
     void toggleDuck();
     void toggleLogin();
     void openConfig();
-    void openWebsite();
     void openFeedback();
 
 private:
@@ -34,8 +32,8 @@ private:
     LoginItem& m_loginItem;
     Workspace& m_workspace;
     StatusBoard& m_board;
+    DictationSession& m_session;
     AppLog& m_log;
-    std::function<void(const QString&)> m_flashError;
 };
 
 // What the status line says when nothing is going on.

@@ -2,6 +2,7 @@
 
 #include "hotkeys/hotkey_catalogue.h"
 #include "platform/login_item.h"
+#include "platform/remote_control.h"
 #include "settings/config_file.h"
 #include "ui/tray/status_item.h"
 #include "ui/tray/status_menu.h"
@@ -10,51 +11,74 @@ namespace tavlo {
 
 Activity SessionState::activity() const
 {
-    return recording   ? Activity::Recording
-           : busy      ? Activity::Transcribing
-           : capturing ? Activity::Capturing
-                       : Activity::Ready;
+    if (recording) {
+        return Activity::Recording;
+    }
+    if (busy) {
+        return Activity::Transcribing;
+    }
+    return capturing ? Activity::Capturing : Activity::Ready;
 }
 
-StatusBoard::StatusBoard(SessionState& state, const ConfigFile& file, LoginItem& loginItem, StatusItem& statusItem)
-    : m_state(state), m_file(file), m_loginItem(loginItem), m_statusItem(statusItem)
-{
-}
+StatusBoard::StatusBoard(const StatusBoardParts& parts) : m_parts(parts) {}
 
 void StatusBoard::setStatusLine(const QString& text)
 {
-    setStatusLine(text, m_file.load());
-}
-
-void StatusBoard::setStatusLine(const QString& text, const Config& config)
-{
-    m_state.statusLine = text;
-    buildMenu(config);
+    m_parts.state.statusLine = text;
+    buildMenu();
 }
 
 void StatusBoard::buildMenu()
 {
-    buildMenu(m_file.load());
-}
-
-void StatusBoard::buildMenu(const Config& config)
-{
     MenuState menu;
-    menu.statusLine = m_state.statusLine;
-    menu.lastText = m_state.lastText;
-    menu.recording = m_state.recording;
-    menu.config = config;
-    menu.hotkey = hotkeyFrom(menu.config, m_file.path());
-    menu.loginItemEnabled = m_loginItem.isEnabled();
-    m_statusItem.setMenu(statusMenu(menu));
-    if (changed) {
-        changed();
+    menu.statusLine = m_parts.state.statusLine;
+    menu.lastText = m_parts.state.lastText;
+    menu.recording = m_parts.state.recording;
+    menu.config = m_parts.file.loadWithoutKey();
+    menu.hasKey = hasKey(menu.config);
+    menu.hotkey = hotkeyFrom(menu.config, m_parts.file.path());
+    menu.loginItemEnabled = m_loginItemEnabled;
+    m_parts.statusItem.setMenu(statusMenu(menu));
+    publish();
+    if (menu.config.provider != m_keyProvider) {
+        // Somebody has written another provider into the file by hand.
+        m_lookUp.renew();
+        m_parts.queue.post(m_lookUp.reference(), [this] {
+            lookUpKey();
+            buildMenu();
+        });
     }
 }
 
 void StatusBoard::updateIcon()
 {
-    m_statusItem.setIcon(m_state.activity());
+    m_parts.statusItem.setIcon(m_parts.state.activity());
+}
+
+void StatusBoard::publish()
+{
+    m_parts.control.publish(m_parts.state.activity(), m_parts.state.statusLine);
+}
+
+void StatusBoard::lookUpKey()
+{
+    noteKey(m_parts.file.load());
+}
+
+void StatusBoard::noteKey(const Config& config)
+{
+    m_keyProvider = config.provider;
+    m_hasKey = !config.apiKey.isEmpty();
+}
+
+bool StatusBoard::hasKey(const Config& config) const
+{
+    return m_hasKey && config.provider == m_keyProvider;
+}
+
+void StatusBoard::lookUpLoginItem()
+{
+    m_loginItemEnabled = m_parts.loginItem.isEnabled();
 }
 
 }  // namespace tavlo

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "platform/activity.h"
+#include "platform/queues.h"
 
 #include <QString>
 
 #include <cstdint>
-#include <functional>
 
 namespace tavlo {
 
@@ -24,33 +24,53 @@ struct SessionState {
 
 class ConfigFile;
 class LoginItem;
+class RemoteControl;
 class StatusItem;
 struct Config;
 
-// Shows the session's state in the panel: the icon and the menu, which is built anew after every change. Main thread.
+// What the board shows and where. All of it outlives the board.
+struct StatusBoardParts {
+    SessionState& state;
+    MainQueue& queue;
+    const ConfigFile& file;
+    LoginItem& loginItem;
+    StatusItem& statusItem;
+    RemoteControl& control;
+};
+
+// Shows the session's state in the panel and to other programs: the icon, and the menu, which is built anew after every
+// change. Only the operations whose names begin with "lookUp" ask the keyring or the desktop anything; what they learn
+// is what the menu shows from then on. Main thread.
 class StatusBoard {
 public:
-    StatusBoard(SessionState& state, const ConfigFile& file, LoginItem& loginItem, StatusItem& statusItem);
+    explicit StatusBoard(const StatusBoardParts& parts);
 
     // Sets the menu's first line and rebuilds the menu.
     void setStatusLine(const QString& text);
-    // The same for a caller who has just read the settings, where a second question to the keyring would cost time.
-    void setStatusLine(const QString& text, const Config& config);
-    // Throws the old menu away and builds one from the current state and the settings read afresh.
+    // Builds the menu from the current state and the settings read afresh, and publishes the state.
     void buildMenu();
     // Gives the icon the shape of the current activity.
     void updateIcon();
+    // Tells other programs the current activity and status line.
+    void publish();
 
-    // Called after every rebuild: whoever shows the state elsewhere reads it then.
-    std::function<void()> changed;
+    // Asks the keyring whether there is a key for the provider in the settings; waits for it one second at most. The
+    // menu is left as it is.
+    void lookUpKey();
+    // The same for a caller who has just read these settings with their key.
+    void noteKey(const Config& config);
+    // Whether there is a key for the provider of these settings, as far as is known.
+    bool hasKey(const Config& config) const;
+
+    // Asks whether the program starts at login. The menu is left as it is.
+    void lookUpLoginItem();
 
 private:
-    void buildMenu(const Config& config);
-
-    SessionState& m_state;
-    const ConfigFile& m_file;
-    LoginItem& m_loginItem;
-    StatusItem& m_statusItem;
+    StatusBoardParts m_parts;
+    QString m_keyProvider;  // whose key was looked up last
+    bool m_hasKey = false;
+    bool m_loginItemEnabled = false;
+    Lifetime m_lookUp;
 };
 
 }  // namespace tavlo

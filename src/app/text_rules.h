@@ -15,7 +15,4 @@ bool isSuspiciouslyShort(int characters, double durationSeconds);
 // fewer than 15 characters, apart from blanks and punctuation at their ends, never count as an echo.
 bool isVocabularyEcho(const QString& text, const QString& vocabulary);
 
-// The shortest decimal that reads back as the same float, with at least one digit after the point.
-QString shortestDecimal(float value);
-
 }  // namespace tavlo

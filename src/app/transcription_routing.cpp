@@ -19,9 +19,11 @@ QString cloudLabel(const Config& config)
     return config.providerName() + QLatin1Char(' ') + config.cloudModel();
 }
 
-bool goesToCloud(const Config& config)
+enum class Key { Missing, Present };
+
+bool goesToCloud(const Config& config, Key key)
 {
-    return config.engine == kEngineCloud || (config.engine == kEngineAuto && !config.apiKey.isEmpty());
+    return config.engine == kEngineCloud || (config.engine == kEngineAuto && key == Key::Present);
 }
 
 }  // namespace
@@ -30,14 +32,16 @@ TranscriptionRouting::TranscriptionRouting(const RoutingParts& parts) : m_parts(
 
 void TranscriptionRouting::prepare()
 {
-    if (goesToCloud(m_parts.file.load())) {
+    // By what is known of the key: the keyring is asked when the recording ends.
+    const Config config = m_parts.file.loadWithoutKey();
+    if (goesToCloud(config, m_parts.board.hasKey(config) ? Key::Present : Key::Missing)) {
         m_parts.cloud.warmUp();
     }
 }
 
 void TranscriptionRouting::route(const QByteArray& wav, const Config& config, double durationSeconds)
 {
-    if (goesToCloud(config)) {
+    if (goesToCloud(config, config.apiKey.isEmpty() ? Key::Missing : Key::Present)) {
         routeToCloud(wav, config, durationSeconds);
     } else {
         routeToLocal(config);

@@ -72,6 +72,11 @@ HotkeyCapture::HotkeyCapture(MainQueue& queue, ConfigFile& file, AppLog& log, Ho
 {
 }
 
+bool HotkeyCapture::isCapturing() const
+{
+    return m_display.isCapturing();
+}
+
 void HotkeyCapture::startCapture()
 {
     if (m_display.isRecording() || m_display.isBusy()) {

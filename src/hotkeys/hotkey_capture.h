@@ -23,6 +23,7 @@ class HotkeyCapture {
 public:
     HotkeyCapture(MainQueue& queue, ConfigFile& file, AppLog& log, HotkeyDisplay& display);
 
+    bool isCapturing() const;
     void startCapture();
     void captureModifier(const KeyEvent& event);
     void finishCapture(const KeyEvent& event);

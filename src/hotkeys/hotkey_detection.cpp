@@ -1,18 +1,20 @@
 #include "hotkeys/hotkey_detection.h"
 
+#include "hotkeys/hotkey_capture.h"
 #include "hotkeys/hotkey_catalogue.h"
 
 namespace tavlo {
 
-HotkeyDetection::HotkeyDetection(MainQueue& queue, const ConfigFile& file, HotkeyTarget& target)
-    : m_queue(queue), m_file(file), m_target(target)
+HotkeyDetection::HotkeyDetection(MainQueue& queue, const ConfigFile& file, HotkeyCapture& capture,
+                                 DictationControl& dictation)
+    : m_queue(queue), m_file(file), m_capture(capture), m_dictation(dictation)
 {
 }
 
 void HotkeyDetection::handleFlags(const KeyEvent& event)
 {
-    if (m_target.isCapturing()) {
-        m_queue.post(m_lifetime.reference(), [this, event] { m_target.captureModifier(event); });
+    if (m_capture.isCapturing()) {
+        m_queue.post(m_lifetime.reference(), [this, event] { m_capture.captureModifier(event); });
         return;
     }
     const HotkeyOption hotkey = currentHotkey(m_file);
@@ -21,25 +23,25 @@ void HotkeyDetection::handleFlags(const KeyEvent& event)
     }
     // The left and the right key share the flag, so a release fires as well while the other one is held.
     if ((event.modifierFlags & hotkey.flag) == hotkey.flag) {
-        m_queue.post(m_lifetime.reference(), [this] { m_target.toggle(); });
+        m_queue.post(m_lifetime.reference(), [this] { m_dictation.toggle(); });
     }
 }
 
 void HotkeyDetection::handleKeyDown(const KeyEvent& event)
 {
-    if (m_target.isCapturing()) {
-        m_queue.post(m_lifetime.reference(), [this, event] { m_target.finishCapture(event); });
+    if (m_capture.isCapturing()) {
+        m_queue.post(m_lifetime.reference(), [this, event] { m_capture.finishCapture(event); });
         return;
     }
-    if (event.keyCode == kEscapeKeyCode && m_target.isRecording()) {
-        m_queue.post(m_lifetime.reference(), [this] { m_target.cancelRecording(); });
+    if (event.keyCode == kEscapeKeyCode && m_dictation.isRecording()) {
+        m_queue.post(m_lifetime.reference(), [this] { m_dictation.cancelRecording(); });
         return;
     }
     const HotkeyOption hotkey = currentHotkey(m_file);
     if (hotkey.flag != 0 || event.keyCode != hotkey.keyCode || event.repeat == KeyRepeat::AutoRepeat) {
         return;
     }
-    m_queue.post(m_lifetime.reference(), [this] { m_target.toggle(); });
+    m_queue.post(m_lifetime.reference(), [this] { m_dictation.toggle(); });
 }
 
 }  // namespace tavlo

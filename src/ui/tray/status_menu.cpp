@@ -48,9 +48,10 @@ MenuItemDescription folder(const QString& title, MenuDescription submenu)
     return item;
 }
 
-QString engineLine(const Config& config)
+QString engineLine(const MenuState& state)
 {
-    if (config.engine == kEngineLocal || config.apiKey.isEmpty()) {
+    const Config& config = state.config;
+    if (config.engine == kEngineLocal || !state.hasKey) {
         return t(u"Engine: lokale Whisper (large-v3-turbo)"_s, u"Engine: local Whisper (large-v3-turbo)"_s);
     }
     return u"Engine: "_s + config.providerName() + QLatin1Char(' ') + config.cloudModel() +
@@ -92,7 +93,7 @@ MenuDescription statusMenu(const MenuState& state)
 {
     return {
         text(state.statusLine),
-        text(engineLine(state.config)),
+        text(engineLine(state)),
         folder(u"🌐 Taal / Language"_s, languageMenu()),
         separator(),
         command(toggleTitle(state), MenuAction::MenuToggle),

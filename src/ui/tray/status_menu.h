@@ -49,6 +49,7 @@ struct MenuState {
     QString lastText;
     bool recording = false;
     Config config;
+    bool hasKey = false;  // for the provider of `config`
     HotkeyOption hotkey;  // the one in force
     bool loginItemEnabled = false;
 };

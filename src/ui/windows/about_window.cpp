@@ -2,9 +2,12 @@
 
 #include "platform/screens.h"
 #include "platform/text_literals.h"
+#include "platform/workspace.h"
 #include "settings/language.h"
+#include "settings/locations.h"
 
 #include <QPushButton>
+#include <QUrl>
 
 namespace tavlo {
 
@@ -88,8 +91,8 @@ WindowDescription aboutWindowLayout(const QString& version)
     return window;
 }
 
-AboutWindow::AboutWindow(QString version, Screens& screens, AboutWindowActions actions)
-    : m_version(std::move(version)), m_screens(screens), m_actions(std::move(actions))
+AboutWindow::AboutWindow(QString version, Screens& screens, Workspace& workspace)
+    : m_version(std::move(version)), m_screens(screens), m_workspace(workspace)
 {
 }
 
@@ -100,9 +103,9 @@ void AboutWindow::openAbout()
     }
     m_aboutWindow = std::make_unique<WindowFrame>(aboutWindowLayout(m_version));
     auto& website = m_aboutWindow->control<QPushButton>(u"websiteButton"_s);
-    QObject::connect(&website, &QPushButton::clicked, &website, [this] { m_actions.openWebsite(); });
+    QObject::connect(&website, &QPushButton::clicked, &website, [this] { m_workspace.open(QUrl(kWebsiteURL)); });
     auto& feedback = m_aboutWindow->control<QPushButton>(u"feedbackButton"_s);
-    QObject::connect(&feedback, &QPushButton::clicked, &feedback, [this] { m_actions.openFeedback(); });
+    QObject::connect(&feedback, &QPushButton::clicked, &feedback, [this] { m_workspace.open(QUrl(kFeedbackURL)); });
     m_aboutWindow->bringToFront(m_screens.mainVisibleFrame());
 }
 

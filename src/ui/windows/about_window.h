@@ -5,7 +5,6 @@
 
 #include <QString>
 
-#include <functional>
 #include <memory>
 
 namespace tavlo {
@@ -14,18 +13,13 @@ namespace tavlo {
 WindowDescription aboutWindowLayout(const QString& version);
 
 class Screens;
-
-// What the about window's two buttons call.
-struct AboutWindowActions {
-    std::function<void()> openWebsite;
-    std::function<void()> openFeedback;
-};
+class Workspace;
 
 // The window that presents the application. Built anew at every opening. Main thread.
 class AboutWindow {
 public:
     // `version` as in "1.0"; empty where the program has none.
-    AboutWindow(QString version, Screens& screens, AboutWindowActions actions);
+    AboutWindow(QString version, Screens& screens, Workspace& workspace);
 
     void openAbout();
 
@@ -35,7 +29,7 @@ public:
 private:
     QString m_version;
     Screens& m_screens;
-    AboutWindowActions m_actions;
+    Workspace& m_workspace;
     std::unique_ptr<WindowFrame> m_aboutWindow;
 };
 

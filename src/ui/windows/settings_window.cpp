@@ -111,7 +111,8 @@ int storedIndex(const QComboBox& popUp)
 
 }  // namespace
 
-SettingsWindow::SettingsWindow(SettingsWindowParts parts) : m_parts(std::move(parts))
+SettingsWindow::SettingsWindow(const SettingsWindowParts& parts, std::function<void()> saved)
+    : m_parts(parts), m_saved(std::move(saved))
 {
     // Only the user's own choices are actions; filling the pop-ups is none.
     QObject::connect(&m_form.providerPopup, &QComboBox::activated, &m_form.providerPopup,
@@ -243,7 +244,7 @@ void SettingsWindow::saveSettings()
 
     closeSettings();
     m_parts.log.appLog(u"Instellingen bewaard via venster"_s);
-    m_parts.saved();
+    m_saved();
 }
 
 // Stored even when empty, which removes the key. A keyring that refuses it is silent by design.

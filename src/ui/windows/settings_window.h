@@ -28,14 +28,13 @@ struct SettingsWindowParts {
     AppLog& log;
     Workspace& workspace;
     Screens& screens;
-    // Runs after a save: sets the status line in the language just saved, and rebuilds the menu.
-    std::function<void()> saved;
 };
 
 // The window in which the user edits the settings and the API keys. Built anew at every opening. Main thread.
 class SettingsWindow {
 public:
-    explicit SettingsWindow(SettingsWindowParts parts);
+    // `saved` runs after each save, when the interface language is the one just saved.
+    SettingsWindow(const SettingsWindowParts& parts, std::function<void()> saved);
 
     void openSettings();
     // The provider pop-up changed: shows that provider's models, stored key and costs.
@@ -61,6 +60,7 @@ private:
     const QString& selectedProvider() const;
 
     SettingsWindowParts m_parts;
+    std::function<void()> m_saved;
     QString m_loadedKey;  // what the key field showed before the user's edits
     KeyAnswer m_keyAnswer = KeyAnswer::Given;
     std::unique_ptr<WindowFrame> m_settingsWindow;

@@ -96,8 +96,8 @@ int main(int argc, char** argv)
     PrimaryScreen screens;
     NoWorkspace workspace;
     StandingDownload download;
-    SettingsWindow settings({file, keychain, secrets, log, workspace, screens, [] {}});
-    AboutWindow about(u"1.0"_s, screens, {[] {}, [] {}});
+    SettingsWindow settings({file, keychain, secrets, log, workspace, screens}, [] {});
+    AboutWindow about(u"1.0"_s, screens, workspace);
     OfferWindow offer(download, screens, queue);
     TypingKeyAlertBox alert;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/app_windows.h"
+#include "ui/windows/app_windows.h"
 
 #include <QtGlobal>
 
@@ -20,6 +20,7 @@ public:
             onOpenSettings();
         }
     }
+    Registration onSettingsSaved(std::function<void()> handler) override { return saved.add(std::move(handler)); }
     void openAbout() override
     {
         ++aboutCount;
@@ -44,6 +45,7 @@ public:
         answered(given);
     }
 
+    HandlerList<> saved;  // called by the test
     int settingsCount = 0;
     int aboutCount = 0;
     std::vector<TypingKeyAlert> alerts;  // all of them, oldest first

@@ -8,11 +8,16 @@ namespace tavlo {
 // A login item in memory; with a `refusal` every change fails with that description.
 class FakeLoginItem : public LoginItem {
 public:
-    bool isEnabled() override { return enabled; }
+    bool isEnabled() override
+    {
+        ++questionCount;
+        return enabled;
+    }
     Result<void> enable() override { return change(true); }
     Result<void> disable() override { return change(false); }
 
     bool enabled = false;
+    int questionCount = 0;
     QString refusal;
 
 private:

@@ -17,7 +17,7 @@ namespace {
 class AppDelegateTest : public testing::Test {
 protected:
     void launch() { desk.app->applicationDidFinishLaunching(); }
-    QString status() const { return desk.app->statusLine(); }
+    QString status() const { return desk.app->state().statusLine; }
     QJsonObject settings() const { return QJsonDocument::fromJson(desk.settings()).object(); }
 
     Desk desk;
@@ -48,7 +48,7 @@ TEST_F(AppDelegateTest, ASupportFolderThatCannotBeMadeStopsNothing)
     desk.pressHotkey();
     desk.speak(1000);
     desk.pressHotkey();
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
     EXPECT_TRUE(desk.log.lines().last().startsWith(u"Laatste opname niet bewaard: "_s));
 }
 
@@ -88,6 +88,48 @@ TEST_F(AppDelegateTest, ALockedKeyringIsAskedToUnlockOnceAtLaunchAndTheMenuFollo
     EXPECT_EQ(desk.menuTitles().at(1), u"Engine: OpenAI gpt-4o-transcribe + lokale fallback"_s);
 }
 
+TEST_F(AppDelegateTest, TheMenuIsBuiltWithoutAskingTheKeyringOrTheLoginItem)
+{
+    desk.storeKey(u"openai_api_key"_s, "sk-test");
+    launch();
+    EXPECT_EQ(desk.menuTitles().at(1), u"Engine: OpenAI gpt-4o-transcribe + lokale fallback"_s);
+    desk.take(desk.secrets.askedFor);
+    desk.loginItem.questionCount = 0;
+    const int builds = desk.statusItem.menuCount;
+    desk.choose(MenuAction::PickLanguage, u"en"_s);
+    desk.choose(MenuAction::ToggleDuck);
+    desk.choose(MenuAction::PickHotkey, u"fn"_s);
+    EXPECT_EQ(desk.statusItem.menuCount, builds + 3);
+    EXPECT_EQ(desk.menuTitles().at(1), u"Engine: OpenAI gpt-4o-transcribe + local fallback"_s);
+    EXPECT_TRUE(desk.secrets.askedFor.isEmpty());
+    EXPECT_EQ(desk.loginItem.questionCount, 0);
+}
+
+TEST_F(AppDelegateTest, SavingSettingsLooksTheKeyUpOnce)
+{
+    launch();
+    desk.take(desk.secrets.askedFor);
+    desk.storeKey(u"openai_api_key"_s, "sk-test");
+    desk.windows.saved.call();
+    EXPECT_EQ(desk.menuTitles().at(1), u"Engine: OpenAI gpt-4o-transcribe + lokale fallback"_s);
+    EXPECT_EQ(desk.secrets.askedFor.size(), 1);
+}
+
+TEST_F(AppDelegateTest, AProviderWrittenIntoTheFileByHandHasItsOwnKeyLookedUpAfterTheMenuIsBuilt)
+{
+    desk.storeKey(u"openai_api_key"_s, "sk-test");
+    launch();
+    desk.storeKey(u"groq_api_key"_s, "gsk-test");
+    desk.take(desk.secrets.askedFor);
+    desk.writeSettings(R"({"provider": "groq"})");
+    desk.choose(MenuAction::ToggleDuck);
+    EXPECT_TRUE(desk.secrets.askedFor.isEmpty());
+    EXPECT_EQ(desk.menuTitles().at(1), u"Engine: lokale Whisper (large-v3-turbo)"_s);
+    desk.queue.runPending();
+    EXPECT_EQ(desk.secrets.askedFor, QStringList(u"groq_api_key"_s));
+    EXPECT_EQ(desk.menuTitles().at(1), u"Engine: Groq whisper-large-v3-turbo + lokale fallback"_s);
+}
+
 TEST_F(AppDelegateTest, TerminationRestoresTheVolumeAtOnce)
 {
     launch();
@@ -103,7 +145,7 @@ TEST_F(AppDelegateTest, TerminationRestoresTheVolumeAtOnce)
 TEST_F(AppDelegateTest, PickingALanguageChangesMenuStatusAndSettingsAtOnce)
 {
     launch();
-    desk.app->perform(MenuAction::PickLanguage, u"en"_s);
+    desk.choose(MenuAction::PickLanguage, u"en"_s);
     EXPECT_EQ(settings().value(u"app_language"_s).toString(), u"en"_s);
     EXPECT_EQ(status(), u"Ready - press the hotkey to dictate"_s);
     EXPECT_NE(desk.menuItem(u"Quit Tavlo"_s), nullptr);
@@ -114,7 +156,7 @@ TEST_F(AppDelegateTest, ALanguageItemWithoutAStringDoesNothing)
 {
     launch();
     const QByteArray before = desk.settings();
-    desk.app->perform(MenuAction::PickLanguage, 7);
+    desk.choose(MenuAction::PickLanguage, 7);
     EXPECT_EQ(desk.settings(), before);
     EXPECT_EQ(gLang, u"nl"_s);
     EXPECT_TRUE(desk.log.lines().isEmpty());
@@ -123,10 +165,10 @@ TEST_F(AppDelegateTest, ALanguageItemWithoutAStringDoesNothing)
 TEST_F(AppDelegateTest, ToggleDuckWritesTheNegation)
 {
     launch();
-    desk.app->perform(MenuAction::ToggleDuck, {});
+    desk.choose(MenuAction::ToggleDuck);
     EXPECT_EQ(settings().value(u"duck_enabled"_s), QJsonValue(false));
     EXPECT_EQ(desk.menuItem(u"Muziek dempen tijdens opname"_s)->check, MenuCheck::Off);
-    desk.app->perform(MenuAction::ToggleDuck, {});
+    desk.choose(MenuAction::ToggleDuck);
     EXPECT_EQ(settings().value(u"duck_enabled"_s), QJsonValue(true));
     EXPECT_EQ(desk.menuItem(u"Muziek dempen tijdens opname"_s)->check, MenuCheck::On);
 }
@@ -136,9 +178,9 @@ TEST_F(AppDelegateTest, ToggleLoginRegistersAndUnregisters)
     launch();
     const QString title = u"Start bij inloggen"_s;
     EXPECT_EQ(desk.menuItem(title)->check, MenuCheck::Off);
-    desk.app->perform(MenuAction::ToggleLogin, {});
+    desk.choose(MenuAction::ToggleLogin);
     EXPECT_EQ(desk.menuItem(title)->check, MenuCheck::On);
-    desk.app->perform(MenuAction::ToggleLogin, {});
+    desk.choose(MenuAction::ToggleLogin);
     EXPECT_EQ(desk.menuItem(title)->check, MenuCheck::Off);
 }
 
@@ -146,26 +188,22 @@ TEST_F(AppDelegateTest, ALoginItemThatFailsIsTold)
 {
     launch();
     desk.loginItem.refusal = u"Map is alleen-lezen."_s;
-    desk.app->perform(MenuAction::ToggleLogin, {});
+    desk.choose(MenuAction::ToggleLogin);
     EXPECT_EQ(status(), u"⚠️ Login-item: Map is alleen-lezen."_s);
     EXPECT_EQ(desk.events, QStringList{u"Basso 0.5"_s});
     gLang = u"en"_s;
-    desk.app->perform(MenuAction::ToggleLogin, {});
+    desk.choose(MenuAction::ToggleLogin);
     EXPECT_EQ(status(), u"⚠️ Login item: Map is alleen-lezen."_s);
 }
 
 TEST_F(AppDelegateTest, TheMenuOpensPagesAndWindows)
 {
     launch();
-    desk.app->perform(MenuAction::OpenFeedback, {});
-    desk.app->openWebsite();
-    desk.app->openConfig();
-    desk.app->perform(MenuAction::OpenSettings, {});
-    desk.app->perform(MenuAction::OpenAbout, {});
+    desk.choose(MenuAction::OpenFeedback);
+    desk.choose(MenuAction::OpenSettings);
+    desk.choose(MenuAction::OpenAbout);
     EXPECT_EQ(desk.events,
-              (QStringList{u"open https://pelloquintar.nl/tavlo/support"_s, u"open https://pelloquintar.nl/tavlo"_s,
-                           u"open "_s + QUrl::fromLocalFile(desk.file->path()).toString(), u"settings window"_s,
-                           u"about window"_s}));
+              (QStringList{u"open https://pelloquintar.nl/tavlo/support"_s, u"settings window"_s, u"about window"_s}));
 }
 
 TEST_F(AppDelegateTest, PasteAgainIsGreyedUntilATextWasDelivered)
@@ -183,7 +221,7 @@ TEST_F(AppDelegateTest, PasteAgainIsGreyedUntilATextWasDelivered)
 TEST_F(AppDelegateTest, ACapturedKeyIsTheHotkeyAtOnce)
 {
     launch();
-    desk.app->perform(MenuAction::StartCapture, {});
+    desk.choose(MenuAction::StartCapture);
     EXPECT_EQ(desk.statusItem.icon(), Activity::Capturing);
     EXPECT_EQ(status(), u"Druk nu op de gewenste toets… (Esc = annuleren)"_s);
     desk.keyboard.sendKeyDown({96, 0, KeyRepeat::FirstPress, {}});
@@ -194,13 +232,13 @@ TEST_F(AppDelegateTest, ACapturedKeyIsTheHotkeyAtOnce)
     EXPECT_EQ(desk.log.lines().last(), u"Sneltoets gewijzigd naar F5 (keycode 96)"_s);
     desk.keyboard.sendKeyDown({96, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
-    EXPECT_TRUE(desk.app->isRecording());
+    EXPECT_TRUE(desk.app->state().recording);
 }
 
 TEST_F(AppDelegateTest, TheIconIsReadyAgainWhenACaptureEnds)
 {
     launch();
-    desk.app->perform(MenuAction::StartCapture, {});
+    desk.choose(MenuAction::StartCapture);
     ASSERT_EQ(desk.statusItem.icon(), Activity::Capturing);
     desk.pressEscape();
     EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
@@ -210,9 +248,9 @@ TEST_F(AppDelegateTest, OtherProgramsCommandIt)
 {
     launch();
     desk.command(RemoteCommand::Toggle);
-    EXPECT_TRUE(desk.app->isRecording());
+    EXPECT_TRUE(desk.app->state().recording);
     desk.command(RemoteCommand::Cancel);
-    EXPECT_FALSE(desk.app->isRecording());
+    EXPECT_FALSE(desk.app->state().recording);
     EXPECT_EQ(status(), u"Opname geannuleerd"_s);
     desk.take(desk.events);
     desk.command(RemoteCommand::OpenSettings);
@@ -228,17 +266,10 @@ TEST_F(AppDelegateTest, OtherProgramsCommandIt)
               (QStringList{u"clipboard: goede morgen"_s, u"clipboard: goede morgen"_s}));
 }
 
-TEST_F(AppDelegateTest, TheMenusRowsReachIt)
-{
-    launch();
-    desk.statusItem.handlers.chosen(MenuAction::MenuToggle, {});
-    EXPECT_TRUE(desk.app->isRecording());
-}
-
 TEST_F(AppDelegateTest, ACapturedTypingKeyIsWarnedAbout)
 {
     launch();
-    desk.app->perform(MenuAction::StartCapture, {});
+    desk.choose(MenuAction::StartCapture);
     desk.keyboard.sendKeyDown({49, 0, KeyRepeat::FirstPress, u" "_s});
     desk.queue.runPending();
     EXPECT_EQ(desk.windows.alerts.back().title, u"'Spatie' is een veelgebruikte typtoets"_s);
@@ -251,7 +282,7 @@ TEST_F(AppDelegateTest, SavedSettingsAreToldInTheLanguageJustSaved)
 {
     launch();
     gLang = u"en"_s;
-    desk.app->settingsSaved();
+    desk.windows.saved.call();
     EXPECT_EQ(status(), u"Settings saved"_s);
     EXPECT_NE(desk.menuItem(u"Quit Tavlo"_s), nullptr);
 }
@@ -262,7 +293,7 @@ TEST_F(AppDelegateTest, EveryChangeIsPublishedForOtherPrograms)
     desk.take(desk.control.published);
     desk.pressHotkey();
     desk.pressEscape();
-    desk.app->perform(MenuAction::StartCapture, {});
+    desk.choose(MenuAction::StartCapture);
     using Published = FakeRemoteControl::Published;
     EXPECT_EQ(desk.control.published,
               (std::vector<Published>{{Activity::Recording, u"Opnemen… Rechter ⌘ Command = stop, Esc = annuleren"_s},
@@ -278,7 +309,7 @@ TEST_F(AppDelegateTest, EveryChangeIsPublishedForOtherPrograms)
 TEST_F(AppDelegateTest, TheCaptureIsPublishedAsOverWhileTheTypingKeyAlertIsShown)
 {
     launch();
-    desk.app->perform(MenuAction::StartCapture, {});
+    desk.choose(MenuAction::StartCapture);
     desk.keyboard.sendKeyDown({49, 0, KeyRepeat::FirstPress, u" "_s});
     desk.queue.runPending();
     ASSERT_TRUE(desk.windows.isAlertOpen());

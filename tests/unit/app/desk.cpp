@@ -58,6 +58,17 @@ void Desk::pressEscape()
     queue.runPending();
 }
 
+void Desk::choose(MenuAction action, const QVariant& representedObject)
+{
+    statusItem.handlers.chosen(action, representedObject);
+}
+
+void Desk::keyringChanged()
+{
+    secrets.setState(FakeSecretStore::State::Open);
+    queue.runPending();
+}
+
 void Desk::runBackground()
 {
     background.runAll();

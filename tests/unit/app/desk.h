@@ -45,6 +45,8 @@ public:
     void speak(int milliseconds, float amplitude = 0.5F);
     void pressHotkey();
     void pressEscape();
+    // Chooses a row of the menu.
+    void choose(MenuAction action, const QVariant& representedObject = {});
     // Runs the background's tasks on this thread, then what they posted.
     void runBackground();
     // The titles of the menu's rows, separators as "-".
@@ -60,6 +62,8 @@ public:
     // A key in the keyring; empty where there is none.
     void storeKey(const QString& account, const QByteArray& key);
     QByteArray storedKey(const QString& account);
+    // The notice of a keyring that was opened or has come.
+    void keyringChanged();
     // What another program of the session asks for.
     void command(RemoteCommand command);
     void writeSettings(const QByteArray& json);

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace tavlo {
 namespace {
 
@@ -29,7 +31,7 @@ protected:
     // The amplitude of a square wave whose level on the recorder's scale is `level`.
     static float amplitudeOf(double level) { return static_cast<float>(std::pow(10.0, (level * 50.0 - 50.0) / 20.0)); }
 
-    QString status() const { return desk.app->statusLine(); }
+    QString status() const { return desk.app->state().statusLine; }
 
     Desk desk;
 };
@@ -93,11 +95,11 @@ TEST_F(DictationSessionTest, ARecordingOf12799BytesIsTooShortAnd12800BytesGoOn)
     dictateBytes(12798);
     EXPECT_EQ(status(), u"Opname te kort"_s);
     EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
-    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(desk.app->state().busy);
     EXPECT_TRUE(desk.log.lines().isEmpty());
     EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
     dictateBytes(12800);
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
 }
 
 TEST_F(DictationSessionTest, FinishHidesTheOverlayRestoresTheVolumeAndPlaysTinkBeforeAnyCheck)
@@ -111,19 +113,19 @@ TEST_F(DictationSessionTest, FinishHidesTheOverlayRestoresTheVolumeAndPlaysTinkB
 
 TEST_F(DictationSessionTest, TheKeyIsLookedForFromTheSecondPressOn)
 {
-    desk.app->menuToggle();
+    desk.choose(MenuAction::MenuToggle);
     EXPECT_TRUE(desk.secrets.begunFor.isEmpty());
-    desk.app->menuToggle();
+    desk.choose(MenuAction::MenuToggle);
     EXPECT_EQ(desk.secrets.begunFor, QStringList(u"openai_api_key"_s));
 }
 
 TEST_F(DictationSessionTest, ASoundJustAboveThePeakOfSpeechIsTranscribedAndOneJustBelowIsNot)
 {
     dictateBytes(16000, amplitudeOf(0.181));
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
     desk.runBackground();
     dictateBytes(16000, amplitudeOf(0.179));
-    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(desk.app->state().busy);
     EXPECT_EQ(status(), u"Geen spraak gehoord - niets verstuurd"_s);
 }
 
@@ -136,7 +138,7 @@ TEST_F(DictationSessionTest, SilenceIsToldAndLoggedAndSentNowhere)
     EXPECT_TRUE(desk.log.lines().first().endsWith(u"), overgeslagen"_s));
     EXPECT_TRUE(desk.msgHud.texts().isEmpty());
     EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
-    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(desk.app->state().busy);
     EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
     EXPECT_EQ(desk.background.waitingCount(), 0U);
 }
@@ -191,7 +193,7 @@ TEST_F(DictationSessionTest, ALastRecordingThatCannotBeWrittenIsLoggedAndTheOldO
     QDir().mkpath(desk.locations.kLastWavURL + u"/in the way"_s);
     dictateBytes(32000);
     EXPECT_TRUE(desk.log.lines().last().startsWith(u"Laatste opname niet bewaard: "_s));
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
 }
 
 TEST_F(DictationSessionTest, MenuToggleDoesNothingWhileBusy)
@@ -200,7 +202,7 @@ TEST_F(DictationSessionTest, MenuToggleDoesNothingWhileBusy)
     desk.take(desk.events);
     const QString before = status();
     const int builds = desk.statusItem.menuCount;
-    desk.app->menuToggle();
+    desk.choose(MenuAction::MenuToggle);
     desk.pressHotkey();
     EXPECT_TRUE(desk.events.isEmpty());
     EXPECT_EQ(status(), before);
@@ -209,12 +211,12 @@ TEST_F(DictationSessionTest, MenuToggleDoesNothingWhileBusy)
 
 TEST_F(DictationSessionTest, MenuToggleDoesNothingWhileAHotkeyIsBeingChosen)
 {
-    desk.app->perform(MenuAction::StartCapture, {});
+    desk.choose(MenuAction::StartCapture);
     const QString before = status();
-    desk.app->menuToggle();
+    desk.choose(MenuAction::MenuToggle);
     EXPECT_TRUE(desk.events.isEmpty());
     EXPECT_EQ(status(), before);
-    EXPECT_FALSE(desk.app->isRecording());
+    EXPECT_FALSE(desk.app->state().recording);
 }
 
 TEST_F(DictationSessionTest, EscapeCancelsARecording)
@@ -227,7 +229,7 @@ TEST_F(DictationSessionTest, EscapeCancelsARecording)
     EXPECT_EQ(status(), u"Opname geannuleerd"_s);
     EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
     EXPECT_FALSE(desk.hud.visible);
-    EXPECT_FALSE(desk.app->isRecording());
+    EXPECT_FALSE(desk.app->state().recording);
     EXPECT_TRUE(desk.log.lines().isEmpty());
     EXPECT_FALSE(QFileInfo::exists(desk.locations.kLastWavURL));
 }
@@ -239,7 +241,7 @@ TEST_F(DictationSessionTest, AQueuedCancelDoesNothingWhenTheRecordingHasEndedMea
     desk.keyboard.sendFlagsChanged({54, kCommandFlag, KeyRepeat::FirstPress, {}});
     desk.keyboard.sendKeyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
     EXPECT_EQ(status(), u"Transcriberen… (1 sec audio)"_s);
     EXPECT_FALSE(desk.events.contains(u"Basso 0.2"_s));
 }
@@ -249,9 +251,9 @@ TEST_F(DictationSessionTest, TheWatchdogFreesTheApplicationAfter120Seconds)
     dictateBytes(32000);
     desk.take(desk.events);
     desk.queue.advance(std::chrono::milliseconds(119'999));
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
     desk.queue.advance(std::chrono::milliseconds(1));
-    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(desk.app->state().busy);
     EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
     EXPECT_EQ(desk.log.lines().last(), u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
     EXPECT_EQ(desk.events, QStringList{u"Basso 0.5"_s});
@@ -264,21 +266,21 @@ TEST_F(DictationSessionTest, TheFirstWatchdogLeavesASecondTranscriptionAlone)
 {
     dictateBytes(32000);
     desk.runBackground();
-    ASSERT_FALSE(desk.app->isBusy());
+    ASSERT_FALSE(desk.app->state().busy);
     desk.queue.advance(std::chrono::seconds(60));
     dictateBytes(32000);
     desk.queue.advance(std::chrono::seconds(61));
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
     EXPECT_FALSE(desk.log.lines().contains(u"WAAKHOND: transcriptie hing, app vrijgegeven"_s));
     desk.queue.advance(std::chrono::seconds(59));
-    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(desk.app->state().busy);
 }
 
 TEST_F(DictationSessionTest, AResultAfterTheWatchdogIsStillPasted)
 {
     dictateBytes(32000);
     desk.queue.advance(std::chrono::seconds(120));
-    ASSERT_FALSE(desk.app->isBusy());
+    ASSERT_FALSE(desk.app->state().busy);
     desk.runBackground();
     desk.queue.advance(std::chrono::milliseconds(150));
     EXPECT_EQ(desk.events.last(), u"paste: goede morgen"_s);
@@ -307,7 +309,56 @@ TEST_F(DictationSessionTest, ADeviceChangeWhileRecordingStopsItAndTellsSo)
     EXPECT_EQ(desk.msgHud.texts().last(),
               u"Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk "
               "op de sneltoets om opnieuw te beginnen."_s);
-    EXPECT_FALSE(desk.app->isRecording());
+    EXPECT_FALSE(desk.app->state().recording);
+}
+
+TEST_F(DictationSessionTest, ADictationSearchesTheKeyringOnce)
+{
+    desk.storeKey(u"openai_api_key"_s, "sk-test");
+    desk.keyringChanged();
+    desk.take(desk.secrets.askedFor);
+    desk.pressHotkey();
+    desk.speak(1000);
+    EXPECT_TRUE(desk.secrets.askedFor.isEmpty());
+    desk.pressHotkey();
+    desk.cloud.answer(u"dag"_s);
+    desk.queue.advance(std::chrono::seconds(121));
+    EXPECT_EQ(desk.secrets.begunFor, QStringList(u"openai_api_key"_s));
+    EXPECT_EQ(desk.secrets.askedFor, QStringList(u"openai_api_key"_s));
+}
+
+TEST_F(DictationSessionTest, ADeviceChangeDuringACaptureDoesNothing)
+{
+    desk.choose(MenuAction::StartCapture);
+    const QString capturing = status();
+    desk.input.changeConfiguration();
+    EXPECT_EQ(status(), capturing);
+    EXPECT_TRUE(desk.app->state().capturing);
+    EXPECT_TRUE(desk.events.isEmpty());
+}
+
+TEST_F(DictationSessionTest, TheHotkeyAndEscapeWhileBusyChangeNothing)
+{
+    dictateBytes(32000);
+    const QString before = status();
+    const int builds = desk.statusItem.menuCount;
+    desk.take(desk.events);
+    desk.pressHotkey();
+    desk.pressEscape();
+    desk.pressHotkey();
+    EXPECT_EQ(status(), before);
+    EXPECT_EQ(desk.statusItem.menuCount, builds);
+    EXPECT_EQ(desk.statusItem.icon(), Activity::Transcribing);
+    EXPECT_TRUE(desk.events.isEmpty());
+    EXPECT_FALSE(desk.hud.visible);
+    EXPECT_EQ(desk.app->state().busyToken, 1);
+    EXPECT_EQ(desk.background.waitingCount(), 1U);
+    desk.runBackground();
+    EXPECT_EQ(status(), u"Geplakt via lokale Whisper"_s);
+    // Free again, with the presses of meanwhile forgotten.
+    EXPECT_FALSE(desk.app->state().recording);
+    desk.pressHotkey();
+    EXPECT_TRUE(desk.app->state().recording);
 }
 
 TEST_F(DictationSessionTest, ADeviceChangeWhileIdleOrTranscribingDoesNothing)
@@ -320,7 +371,30 @@ TEST_F(DictationSessionTest, ADeviceChangeWhileIdleOrTranscribingDoesNothing)
     desk.input.changeConfiguration();
     EXPECT_EQ(status(), transcribing);
     EXPECT_TRUE(desk.msgHud.texts().isEmpty());
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
+}
+
+TEST(DictationSessionDeathTest, ATokenThatOverflowsStopsTheProgram)
+{
+    Desk desk;
+    SessionState state;
+    state.busyToken = std::numeric_limits<std::int64_t>::max();
+    Recorder recorder(desk.input, desk.queue);
+    VolumeDucker ducker(desk.output, desk.queue);
+    StatusBoard board({state, desk.queue, *desk.file, desk.loginItem, desk.statusItem, desk.control});
+    TextDelivery delivery(state, desk.queue, desk.pasteboard, desk.keystroke, desk.sounds, board);
+    TranscriptionRouting routing({state, desk.queue, desk.background, desk.cloud, desk.local, desk.offer, delivery,
+                                  desk.sounds, board, *desk.file, desk.log, desk.locations.kLastWavURL});
+    DictationSession session({state, desk.queue, recorder, ducker, desk.sounds, desk.hud, desk.msgHud, board, routing,
+                              *desk.file, desk.log, desk.locations.kLastWavURL});
+    session.toggle();
+    desk.speak(1000);
+    EXPECT_DEATH(session.toggle(), "busyToken overflows");
+    // One less is the last one that there is room for.
+    --state.busyToken;
+    session.toggle();
+    EXPECT_TRUE(state.busy);
+    EXPECT_EQ(state.busyToken, std::numeric_limits<std::int64_t>::max());
 }
 
 }  // namespace

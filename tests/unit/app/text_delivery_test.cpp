@@ -34,7 +34,7 @@ TEST_F(TextDeliveryTest, TheChordFollowsTheClipboardBy150Milliseconds)
 
 TEST_F(TextDeliveryTest, PasteAgainWithoutALastTextChangesNothing)
 {
-    desk.app->pasteAgain();
+    desk.choose(MenuAction::PasteAgain);
     desk.queue.advance(std::chrono::seconds(1));
     EXPECT_TRUE(desk.events.isEmpty());
 }
@@ -52,7 +52,7 @@ TEST_F(TextDeliveryTest, ANewDictationMayStartWhileTheChordIsPending)
 {
     dictate(u"eerste"_s);
     desk.pressHotkey();
-    EXPECT_TRUE(desk.app->isRecording());
+    EXPECT_TRUE(desk.app->state().recording);
     desk.queue.advance(std::chrono::milliseconds(150));
     EXPECT_EQ(desk.events.last(), u"paste: eerste"_s);
 }
@@ -61,7 +61,7 @@ TEST_F(TextDeliveryTest, WithoutTrustTheTextStaysOnTheClipboardAndTheUserIsTold)
 {
     desk.keystroke.trusted = false;
     dictate(u"hallo"_s);
-    EXPECT_EQ(desk.app->statusLine(),
+    EXPECT_EQ(desk.app->state().statusLine,
               u"⚠️ Tekst staat op klembord (⌘V) - zet Toegankelijkheid weer aan "
               "voor automatisch plakken"_s);
     EXPECT_EQ(desk.events.mid(desk.events.size() - 3),
@@ -70,8 +70,8 @@ TEST_F(TextDeliveryTest, WithoutTrustTheTextStaysOnTheClipboardAndTheUserIsTold)
     desk.queue.advance(std::chrono::seconds(1));
     EXPECT_TRUE(desk.events.filter(u"paste: "_s).isEmpty());
     gLang = u"en"_s;
-    desk.app->pasteAgain();
-    EXPECT_EQ(desk.app->statusLine(),
+    desk.choose(MenuAction::PasteAgain);
+    EXPECT_EQ(desk.app->state().statusLine,
               u"⚠️ Text is on the clipboard (⌘V) - re-enable Accessibility for automatic pasting"_s);
     EXPECT_EQ(desk.events.filter(u"trust settings"_s).size(), 2);
     EXPECT_EQ(desk.log.lines().size(), lines);
@@ -80,7 +80,7 @@ TEST_F(TextDeliveryTest, WithoutTrustTheTextStaysOnTheClipboardAndTheUserIsTold)
 TEST_F(TextDeliveryTest, TrustIsAskedForOnEveryPaste)
 {
     dictate(u"hallo"_s);
-    desk.app->pasteAgain();
+    desk.choose(MenuAction::PasteAgain);
     EXPECT_EQ(desk.keystroke.trustQuestionCount, 2);
 }
 

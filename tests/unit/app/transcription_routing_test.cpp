@@ -20,6 +20,7 @@ protected:
         desk.storeKey(u"openai_api_key"_s, "sk-test");
         desk.storeKey(u"groq_api_key"_s, "gsk-test");
         desk.writeSettings("{\"engine\": \"auto\"" + more + "}");
+        desk.keyringChanged();
     }
 
     void dictate(int milliseconds)
@@ -43,7 +44,7 @@ protected:
         return desk.events.filter(u"paste: "_s);
     }
 
-    QString status() const { return desk.app->statusLine(); }
+    QString status() const { return desk.app->state().statusLine; }
 
     Desk desk;
 };
@@ -57,7 +58,7 @@ TEST_F(TranscriptionRoutingTest, WithoutAKeyTheLocalEngineTranscribes)
     EXPECT_EQ(desk.log.lines().last(), u"Klaar via lokale Whisper: 12 tekens"_s);
     EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
     EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
-    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(desk.app->state().busy);
 }
 
 TEST_F(TranscriptionRoutingTest, WithAKeyTheCloudTranscribes)
@@ -85,9 +86,14 @@ TEST_F(TranscriptionRoutingTest, TheCloudClientIsReadiedWhenARecordingBeginsThat
     EXPECT_EQ(desk.cloud.warmUps, 1);
     desk.pressEscape();
     desk.secrets.items.clear();
+    desk.keyringChanged();
     desk.writeSettings(R"({"engine": "auto"})");
     desk.pressHotkey();
     EXPECT_EQ(desk.cloud.warmUps, 1);
+    desk.pressEscape();
+    desk.writeSettings(R"({"engine": "openai"})");
+    desk.pressHotkey();
+    EXPECT_EQ(desk.cloud.warmUps, 2);
 }
 
 TEST_F(TranscriptionRoutingTest, TheEngineLabelOfGroqNamesItsModel)
@@ -126,6 +132,19 @@ TEST_F(TranscriptionRoutingTest, EngineOpenaiWithAnEmptyKeyStillCallsTheCloudAnd
     EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
 }
 
+TEST_F(TranscriptionRoutingTest, EngineOpenaiMeansTheCloudOfWhicheverProvider)
+{
+    useCloud();
+    desk.writeSettings(R"({"engine": "openai", "provider": "groq"})");
+    dictate(1000);
+    ASSERT_EQ(desk.cloud.requests.size(), 1U);
+    EXPECT_TRUE(desk.cloud.requests.front().config.isGroq());
+    EXPECT_EQ(desk.cloud.requests.front().config.apiKey, u"gsk-test"_s);
+    EXPECT_TRUE(desk.background.waitingCount() == 0);
+    cloudAnswers(u"dag"_s);
+    EXPECT_EQ(status(), u"Geplakt via Groq whisper-large-v3-turbo"_s);
+}
+
 TEST_F(TranscriptionRoutingTest, ACloudFailureIsLoggedAndTheLocalEngineTakesOver)
 {
     useCloud();
@@ -134,7 +153,7 @@ TEST_F(TranscriptionRoutingTest, ACloudFailureIsLoggedAndTheLocalEngineTakesOver
     EXPECT_EQ(desk.log.lines().last(), u"OpenAI mislukt: OpenAI 500: kapot - fallback naar lokaal"_s);
     EXPECT_EQ(status(), u"OpenAI niet bereikbaar - lokale Whisper als reserve…"_s);
     EXPECT_EQ(desk.statusItem.icon(), Activity::Transcribing);
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
     EXPECT_TRUE(desk.events.filter(u"Basso"_s).isEmpty());
     desk.runBackground();
     EXPECT_EQ(status(), u"Geplakt via lokale Whisper"_s);
@@ -152,7 +171,7 @@ TEST_F(TranscriptionRoutingTest, TheFallbackRunsWithoutAskingForTheModelAndTells
     EXPECT_EQ(desk.log.lines().last(), u"Lokale transcriptie mislukt: Het offline taalmodel is nog niet gedownload."_s);
     EXPECT_EQ(desk.events.last(), u"Basso 0.5"_s);
     EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
-    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(desk.app->state().busy);
     EXPECT_FALSE(desk.offer.isOpen());
     EXPECT_TRUE(pasted().isEmpty());
 }
@@ -167,7 +186,7 @@ TEST_F(TranscriptionRoutingTest, ATenSecondRecordingNeverGetsTheCrossCheckButALo
     cloudAnswers(QString(31, QLatin1Char('a')));
     EXPECT_EQ(desk.log.lines().last(), u"Verdacht kort cloud-resultaat (31 tekens / 10s) - lokale kruischeck"_s);
     EXPECT_EQ(status(), u"Cloud gaf weinig terug - lokale controle…"_s);
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
 }
 
 TEST_F(TranscriptionRoutingTest, InTheCrossCheckALongerLocalTextWins)
@@ -223,7 +242,7 @@ TEST_F(TranscriptionRoutingTest, AutoWithoutKeyAndModelOffersTheDownload)
     dictate(1000);
     EXPECT_EQ(status(), u"Offline model nog niet geïnstalleerd"_s);
     EXPECT_EQ(desk.statusItem.icon(), Activity::Ready);
-    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(desk.app->state().busy);
     ASSERT_TRUE(desk.offer.isOpen());
     desk.offer.answer(ModelOutcome::Declined);
     EXPECT_EQ(status(), u"Offline model nog niet geïnstalleerd"_s);
@@ -238,7 +257,7 @@ TEST_F(TranscriptionRoutingTest, AnInstalledModelTranscribesTheRecordingThatWait
     desk.offer.answer(ModelOutcome::Installed);
     EXPECT_EQ(status(), u"Transcriberen…"_s);
     EXPECT_EQ(desk.statusItem.icon(), Activity::Transcribing);
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
     desk.runBackground();
     EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
 }
@@ -250,7 +269,7 @@ TEST_F(TranscriptionRoutingTest, TheOldWatchdogStillGuardsATranscriptionAfterAnA
     desk.queue.advance(std::chrono::seconds(100));
     desk.offer.answer(ModelOutcome::Installed);
     desk.queue.advance(std::chrono::seconds(20));
-    EXPECT_FALSE(desk.app->isBusy());
+    EXPECT_FALSE(desk.app->state().busy);
     EXPECT_EQ(desk.log.lines().last(), u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
 }
 
@@ -262,7 +281,7 @@ TEST_F(TranscriptionRoutingTest, AfterTheOldWatchdogHasFiredAnAcceptedOfferIsGua
     EXPECT_FALSE(desk.log.lines().contains(u"WAAKHOND: transcriptie hing, app vrijgegeven"_s));
     desk.offer.answer(ModelOutcome::Installed);
     desk.queue.advance(std::chrono::seconds(300));
-    EXPECT_TRUE(desk.app->isBusy());
+    EXPECT_TRUE(desk.app->state().busy);
 }
 
 TEST_F(TranscriptionRoutingTest, AnEmptyTextIsNoSpeech)
@@ -296,7 +315,7 @@ TEST_F(TranscriptionRoutingTest, AVocabularyEchoIsSuppressedAndPasteAgainPastesT
     EXPECT_EQ(status(), u"Geen spraak gedetecteerd (woordenlijst-echo onderdrukt)"_s);
     EXPECT_EQ(desk.log.lines().last(), u"Woordenlijst-echo onderdrukt"_s);
     EXPECT_TRUE(pasted().isEmpty());
-    desk.app->perform(MenuAction::PasteAgain, {});
+    desk.choose(MenuAction::PasteAgain);
     EXPECT_EQ(pasted(), QStringList{u"paste: goede morgen"_s});
 }
 
@@ -319,14 +338,129 @@ TEST_F(TranscriptionRoutingTest, NoTranscriptAndNoKeyReachesTheLog)
     EXPECT_FALSE(log.contains(u"sk-test"_s));
 }
 
-TEST_F(TranscriptionRoutingTest, AResultForAnApplicationThatIsGoneIsDropped)
+// What an engine or the user answers after the application object has gone changes nothing.
+class AfterTheEnd : public TranscriptionRoutingTest {
+protected:
+    void end()
+    {
+        desk.app.reset();
+        desk.take(desk.events);
+        m_log = desk.log.lines();
+        m_builds = desk.statusItem.menuCount;
+        m_icon = desk.statusItem.icon();
+    }
+
+    void expectSilence()
+    {
+        desk.runBackground();
+        desk.queue.advance(std::chrono::seconds(200));
+        EXPECT_TRUE(desk.events.isEmpty()) << desk.events.join(u", "_s).toStdString();
+        EXPECT_EQ(desk.log.lines(), m_log);
+        EXPECT_EQ(desk.statusItem.menuCount, m_builds);
+        EXPECT_EQ(desk.statusItem.icon(), m_icon);
+        EXPECT_TRUE(desk.pasteboard.texts.isEmpty());
+    }
+
+private:
+    QStringList m_log;
+    int m_builds = 0;
+    std::optional<Activity> m_icon;
+};
+
+TEST_F(AfterTheEnd, ACloudTextIsDropped)
 {
     useCloud();
     dictate(1000);
-    desk.app.reset();
-    desk.take(desk.events);
+    end();
     desk.cloud.answer(u"te laat"_s);
-    desk.queue.advance(std::chrono::seconds(200));
+    expectSilence();
+}
+
+TEST_F(AfterTheEnd, ACloudTextThatWasPostedBeforeIsDropped)
+{
+    useCloud();
+    dictate(1000);
+    desk.cloud.answer(u"te laat"_s);
+    end();
+    expectSilence();
+}
+
+TEST_F(AfterTheEnd, ACloudFailureStartsNoFallback)
+{
+    useCloud();
+    dictate(1000);
+    end();
+    desk.cloud.answer(tl::unexpected<Error>(someError(u"OpenAI 500: kapot"_s)));
+    expectSilence();
+    EXPECT_TRUE(desk.local.wavPaths().isEmpty());
+}
+
+TEST_F(AfterTheEnd, ALocalTextIsDropped)
+{
+    dictate(1000);
+    ASSERT_EQ(desk.background.waitingCount(), 1U);
+    end();
+    expectSilence();
+    EXPECT_EQ(desk.local.wavPaths().size(), 1);
+}
+
+TEST_F(AfterTheEnd, ALocalFailureIsNotTold)
+{
+    desk.local.setResult(failure(2, u"whisper-cli stopte met code 2."_s));
+    dictate(1000);
+    end();
+    expectSilence();
+}
+
+TEST_F(AfterTheEnd, AFallbackThatRunsIsDropped)
+{
+    useCloud();
+    dictate(1000);
+    cloudFails();
+    ASSERT_EQ(desk.background.waitingCount(), 1U);
+    end();
+    expectSilence();
+}
+
+TEST_F(AfterTheEnd, ACrossCheckThatRunsIsDropped)
+{
+    useCloud();
+    dictate(11'000);
+    cloudAnswers(u"kort"_s);
+    ASSERT_EQ(desk.background.waitingCount(), 1U);
+    end();
+    expectSilence();
+}
+
+TEST_F(AfterTheEnd, AnAcceptedOfferTranscribesNothing)
+{
+    desk.local.setReady(false);
+    dictate(1000);
+    ASSERT_TRUE(desk.offer.isOpen());
+    end();
+    desk.local.setReady(true);
+    desk.offer.answer(ModelOutcome::Installed);
+    EXPECT_TRUE(desk.background.waitingCount() == 0);
+    expectSilence();
+}
+
+TEST_F(AfterTheEnd, ADeclinedOfferChangesNothing)
+{
+    desk.local.setReady(false);
+    dictate(1000);
+    ASSERT_TRUE(desk.offer.isOpen());
+    end();
+    desk.offer.answer(ModelOutcome::Declined);
+    expectSilence();
+}
+
+TEST_F(AfterTheEnd, AChordThatWaitsIsNotTyped)
+{
+    dictate(1000);
+    desk.runBackground();
+    ASSERT_EQ(desk.events.last(), u"clipboard: goede morgen"_s);
+    end();
+    desk.queue.advance(std::chrono::seconds(1));
     EXPECT_TRUE(desk.events.isEmpty());
 }
 

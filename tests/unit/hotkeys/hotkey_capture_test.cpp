@@ -4,8 +4,8 @@
 #include "hotkeys/hotkey_detection.h"
 #include "platform/text_literals.h"
 #include "settings/language.h"
+#include "support/fakes/fake_dictation_control.h"
 #include "support/fakes/fake_hotkey_display.h"
-#include "support/fakes/fake_hotkey_target.h"
 #include "support/temporary_settings.h"
 
 #include <gtest/gtest.h>
@@ -242,8 +242,8 @@ TEST_F(HotkeyCaptureTest, LeftOptionIsSavedAsAModifierAndWorksAsTheHotkey)
     EXPECT_TRUE(config.customIsModifier);
     EXPECT_TRUE(m_display.alerts.empty());
 
-    FakeHotkeyTarget target;
-    HotkeyDetection detection(queue, file, target);
+    FakeDictationControl target;
+    HotkeyDetection detection(queue, file, *m_capture, target);
     detection.handleFlags({58, kOptionFlag, KeyRepeat::FirstPress, QString()});
     detection.handleFlags({61, kOptionFlag, KeyRepeat::FirstPress, QString()});
     queue.runPending();

@@ -1,8 +1,10 @@
 #include "hotkeys/hotkey_detection.h"
 
+#include "hotkeys/hotkey_capture.h"
 #include "hotkeys/hotkey_catalogue.h"
 #include "platform/text_literals.h"
-#include "support/fakes/fake_hotkey_target.h"
+#include "support/fakes/fake_dictation_control.h"
+#include "support/fakes/fake_hotkey_display.h"
 #include "support/temporary_settings.h"
 
 #include <gtest/gtest.h>
@@ -32,8 +34,10 @@ protected:
         file.update(u"custom_keycode"_s, keyCode);
     }
 
-    FakeHotkeyTarget m_target;
-    std::optional<HotkeyDetection> m_detection{std::in_place, queue, file, m_target};
+    FakeDictationControl m_target;
+    FakeHotkeyDisplay m_display;
+    HotkeyCapture m_capture{queue, file, log, m_display};
+    std::optional<HotkeyDetection> m_detection{std::in_place, queue, file, m_capture, m_target};
 };
 
 TEST_F(HotkeyDetectionTest, RightCommandTogglesOnEachPressAndNeverOnARelease)
@@ -176,21 +180,28 @@ TEST_F(HotkeyDetectionTest, EscapeWhileIdleTogglesWhenItIsTheHotkey)
 
 TEST_F(HotkeyDetectionTest, ACaptureGetsEveryEventAndTheHotkeyDoesNotFire)
 {
-    m_target.capturing = true;
     m_target.recording = true;
-    flags(54, kCommandFlag);
+    m_display.capturing = true;
+    flags(54, 0);  // A release chooses nothing.
     flags(57, 0);
-    key(kF5);
-    key(kEscapeKeyCode);
-    EXPECT_TRUE(m_target.keys.empty());
+    EXPECT_TRUE(m_display.statusLine.isEmpty());
     queue.runPending();
-    ASSERT_EQ(m_target.modifiers.size(), 2u);
-    EXPECT_EQ(m_target.modifiers[0].keyCode, 54);
-    EXPECT_EQ(m_target.modifiers[0].modifierFlags, kCommandFlag);
-    EXPECT_EQ(m_target.modifiers[1].keyCode, 57);
-    ASSERT_EQ(m_target.keys.size(), 2u);
-    EXPECT_EQ(m_target.keys[0].keyCode, kF5);
-    EXPECT_EQ(m_target.keys[1].keyCode, kEscapeKeyCode);
+    EXPECT_EQ(m_display.statusLine, u"Caps Lock is niet geschikt - kies een andere toets"_s);
+    key(kEscapeKeyCode);
+    EXPECT_TRUE(m_display.capturing);
+    queue.runPending();
+    EXPECT_FALSE(m_display.capturing);
+    EXPECT_EQ(m_display.statusLine, u"Toetskeuze geannuleerd"_s);
+
+    // The hotkey itself and a plain key are chosen.
+    m_display.capturing = true;
+    flags(54, kCommandFlag);
+    queue.runPending();
+    EXPECT_EQ(file.loadWithoutKey().customKeycode, 54);
+    m_display.capturing = true;
+    key(kF5);
+    queue.runPending();
+    EXPECT_EQ(file.loadWithoutKey().customKeycode, kF5);
     EXPECT_EQ(m_target.toggles, 0);
     EXPECT_EQ(m_target.cancels, 0);
 }

@@ -65,10 +65,10 @@ protected:
     FakeWorkspace m_workspace;
     int m_saved = 0;
     QString m_languageAtSave;
-    SettingsWindow m_settings{{m_file, m_keychain, m_secrets, m_log, m_workspace, m_screens, [this] {
-                                   ++m_saved;
-                                   m_languageAtSave = gLang;
-                               }}};
+    SettingsWindow m_settings{{m_file, m_keychain, m_secrets, m_log, m_workspace, m_screens}, [this] {
+                                  ++m_saved;
+                                  m_languageAtSave = gLang;
+                              }};
 };
 
 }  // namespace

@@ -91,7 +91,7 @@ TEST(StatusMenu, IsThisTableInEnglish)
     state.lastText = u"Hello"_s;
     state.loginItemEnabled = true;
     state.config.duckEnabled = false;
-    state.config.apiKey = u"key"_s;
+    state.hasKey = true;
     state.config.customKeycode = 96;
     state.config.customLabel = u"F5"_s;
     state.hotkey = {u"custom"_s, u"F5"_s, u"F5"_s, 96, 0};
@@ -136,7 +136,7 @@ QString engineLine(const QString& engine, const QString& provider, const QString
     MenuState state = readyState();
     state.config.engine = engine;
     state.config.provider = provider;
-    state.config.apiKey = key;
+    state.hasKey = !key.isEmpty();
     return statusMenu(state)[kEngineRow].title;
 }
 

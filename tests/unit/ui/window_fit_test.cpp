@@ -144,7 +144,8 @@ TEST_P(WindowFit, TheFontAndTheScaleAreTheOnesMeant)
 
 TEST_P(WindowFit, TheAboutWindow)
 {
-    AboutWindow about(u"10.20.30"_s, m_screens, {[] {}, [] {}});
+    FakeWorkspace workspace;
+    AboutWindow about(u"10.20.30"_s, m_screens, workspace);
     about.openAbout();
     expectEverythingFits(*about.aboutWindow());
     expectNothingOverlaps(*about.aboutWindow());
@@ -190,7 +191,7 @@ TEST_P(WindowFit, TheSettingsWindowWithEveryChoice)
     Keychain keychain(secrets);
     ConfigFile file(folder.filePath(u"config.json"_s), keychain, log);
     FakeWorkspace workspace;
-    SettingsWindow settings({file, keychain, secrets, log, workspace, m_screens, [] {}});
+    SettingsWindow settings({file, keychain, secrets, log, workspace, m_screens}, [] {});
     settings.openSettings();
     SettingsForm& form = settings.form();
     for (const int provider : {0, 1}) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hotkeys/hotkey_display.h"
+#include "platform/registration.h"
 
 #include <functional>
 
@@ -12,6 +13,8 @@ public:
     virtual ~AppWindows() = default;
 
     virtual void openSettings() = 0;
+    // `saved` runs after each save in the settings window.
+    [[nodiscard]] virtual Registration onSettingsSaved(std::function<void()> saved) = 0;
     virtual void openAbout() = 0;
     // See HotkeyDisplay.
     virtual void showTypingKeyAlert(const TypingKeyAlert& alert, std::function<void(TypingKeyAnswer)> answered) = 0;
