@@ -4,21 +4,18 @@ set(TAVLO_ID nl.pelloquintar.tavlo)
 set(TAVLO_PACKAGING_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(TAVLO_PACKAGING_BINARY_DIR ${CMAKE_BINARY_DIR}/packaging)
 
-# Icons, drawn at build time by the code that draws them in the program.
+# Pixel icons, for the desktops that have no reader for SVG, drawn at build time by the code that draws them in the
+# program; 48 is the size that every desktop looks for.
 set(TAVLO_ICON_DIR ${TAVLO_PACKAGING_BINARY_DIR}/icons)
 set(TAVLO_ICON_SIZES 16 22 24 32 48 64 128 256)
-set(TAVLO_ICON_FILES ${TAVLO_ICON_DIR}/scalable.svg ${TAVLO_ICON_DIR}/symbolic.svg)
-foreach(size IN LISTS TAVLO_ICON_SIZES)
-    list(APPEND TAVLO_ICON_FILES ${TAVLO_ICON_DIR}/${size}.png)
-endforeach()
+list(TRANSFORM TAVLO_ICON_SIZES PREPEND ${TAVLO_ICON_DIR}/ OUTPUT_VARIABLE TAVLO_ICON_FILES)
+list(TRANSFORM TAVLO_ICON_FILES APPEND .png)
 file(MAKE_DIRECTORY ${TAVLO_ICON_DIR})
 
-tavlo_room(tavlo_svg_canvas SOURCES ${TAVLO_PACKAGING_DIR}/icons/svg_canvas.cpp PUBLIC Qt6::Gui)
-target_include_directories(tavlo_svg_canvas PUBLIC ${TAVLO_PACKAGING_DIR})
 add_executable(tavlo_make_icons ${TAVLO_PACKAGING_DIR}/icons/make_icons.cpp)
-target_link_libraries(tavlo_make_icons PRIVATE tavlo_svg_canvas tavlo_ui)
+target_link_libraries(tavlo_make_icons PRIVATE tavlo_options tavlo_ui)
 add_custom_command(OUTPUT ${TAVLO_ICON_FILES}
-    COMMAND tavlo_make_icons ${TAVLO_ICON_DIR}
+    COMMAND tavlo_make_icons ${TAVLO_ICON_DIR} ${TAVLO_ICON_SIZES}
     DEPENDS tavlo_make_icons
     COMMENT "Drawing the icons"
     VERBATIM)
@@ -71,8 +68,8 @@ install(FILES ${TAVLO_PACKAGING_DIR}/${TAVLO_ID}.metainfo.xml DESTINATION ${CMAK
 install(FILES ${TAVLO_PACKAGING_DIR}/nl.pelloquintar.Tavlo1.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces)
 
 set(TAVLO_HICOLOR ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
-install(FILES ${TAVLO_ICON_DIR}/scalable.svg DESTINATION ${TAVLO_HICOLOR}/scalable/apps RENAME ${TAVLO_ID}.svg)
-install(FILES ${TAVLO_ICON_DIR}/symbolic.svg DESTINATION ${TAVLO_HICOLOR}/symbolic/apps RENAME ${TAVLO_ID}-symbolic.svg)
+install(FILES ${TAVLO_PACKAGING_DIR}/icons/scalable.svg DESTINATION ${TAVLO_HICOLOR}/scalable/apps RENAME ${TAVLO_ID}.svg)
+install(FILES ${TAVLO_PACKAGING_DIR}/icons/symbolic.svg DESTINATION ${TAVLO_HICOLOR}/symbolic/apps RENAME ${TAVLO_ID}-symbolic.svg)
 foreach(size IN LISTS TAVLO_ICON_SIZES)
     install(FILES ${TAVLO_ICON_DIR}/${size}.png
         DESTINATION ${TAVLO_HICOLOR}/${size}x${size}/apps RENAME ${TAVLO_ID}.png)

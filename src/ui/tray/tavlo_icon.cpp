@@ -6,7 +6,7 @@
 #include <QGuiApplication>
 #include <QIconEngine>
 #include <QPainter>
-#include <QPainterPathStroker>
+#include <QPainterPath>
 
 #include <algorithm>
 #include <array>
@@ -18,7 +18,40 @@ namespace tavlo {
 
 namespace {
 
-constexpr std::array kBarHeights{0.42, 0.78, 0.42};
+// The measures of the icon's shapes within its rectangle, in one unit.
+struct Measures {
+    QSizeF size;        // of the icon
+    double lineWidth;   // of the frame, which lies with its outer edge on the icon's edge
+    double blockInset;  // of the solid block, which has no outline
+    double cornerRadius;
+    double barWidth;  // bars have round ends
+    double barStep;   // from one bar to the next
+    double shortBar;  // heights
+    double tallBar;
+    double dotDiameter;
+    double dotStep;
+    double questionMarkSize;  // of the font
+};
+
+// The icon as it is designed, for a panel of kPanelHeight.
+constexpr Measures kDesign{.size = {18, 16},
+                           .lineWidth = 1.5,
+                           .blockInset = 0.75,
+                           .cornerRadius = 3.5,
+                           .barWidth = 2,
+                           .barStep = 4.6,
+                           .shortBar = 4.2,
+                           .tallBar = 7.8,
+                           .dotDiameter = 2.4,
+                           .dotStep = 4.6,
+                           .questionMarkSize = 9.5};
+constexpr double kPanelHeight = 22;
+
+// Up to this size the icon fills the width of its square; above, it leaves some room, as other panel icons do.
+constexpr int kFullWidthSize = 16;
+
+// The sizes that panels ask for. The largest one is what Xfce's panel takes and halves.
+constexpr std::array kPanelSizes{16, 22, 24, 32, 44};
 
 // The whole number nearest to `value` that is odd or even as `like` is, so that both can have the same centre line.
 double nearestOfSameParity(double value, int like)
@@ -27,51 +60,74 @@ double nearestOfSameParity(double value, int like)
     return 2 * std::round((value - offset) / 2) + offset;
 }
 
-QPainterPath frame(const IconMeasures& measures, double inset)
+// The design, scaled to a square of `side` device pixels, with its straight edges moved onto whole pixels so that none
+// is blurred: those of the frame, and the sides of the bars. What is round stays as it is designed.
+Measures measuresFor(int side)
 {
+    const double width = std::max<double>(std::min(side, kFullWidthSize), side * kDesign.size.width() / kPanelHeight);
+    const double scale = width / kDesign.size.width();
+    const double barWidth = std::max(1.0, std::round(kDesign.barWidth * scale));
+    const int parity = static_cast<int>(barWidth) % 2;
+    double wholeWidth = nearestOfSameParity(width, parity);
+    if (wholeWidth > side) {
+        wholeWidth -= 2;
+    }
+    const double wholeHeight = nearestOfSameParity(wholeWidth * kDesign.size.height() / kDesign.size.width(), parity);
+    const double lineWidth = std::max(1.0, std::round(kDesign.lineWidth * scale));
+    // In a large icon that is halved the bars must stand on whole pixels as well.
+    const double unit = barWidth < 4 ? 1 : 2;
+    return {.size = {wholeWidth, wholeHeight},
+            .lineWidth = lineWidth,
+            .blockInset = std::round(lineWidth / 2),
+            .cornerRadius = kDesign.cornerRadius * scale,
+            .barWidth = barWidth,
+            .barStep = std::max(barWidth + 1, unit * std::round(kDesign.barStep * scale / unit)),
+            .shortBar = kDesign.shortBar * scale,
+            .tallBar = kDesign.tallBar * scale,
+            .dotDiameter = kDesign.dotDiameter * scale,
+            .dotStep = kDesign.dotStep * scale,
+            .questionMarkSize = kDesign.questionMarkSize * scale};
+}
+
+QPointF centre(const Measures& measures)
+{
+    return {measures.size.width() / 2, measures.size.height() / 2};
+}
+
+// The icon's rectangle with its round corners, made smaller by `inset` on every side. The designed radius belongs to
+// the middle of the frame's line.
+QPainterPath block(const Measures& measures, double inset)
+{
+    const double radius = measures.cornerRadius + measures.lineWidth / 2 - inset;
     QPainterPath path;
-    path.addRoundedRect(QRectF(QPointF(), measures.size).adjusted(inset, inset, -inset, -inset), measures.cornerRadius,
-                        measures.cornerRadius);
+    path.addRoundedRect(QRectF(QPointF(), measures.size).adjusted(inset, inset, -inset, -inset), radius, radius);
     return path;
 }
 
-QPainterPath outline(const IconMeasures& measures)
+QPainterPath bars(const Measures& measures)
 {
-    QPainterPathStroker stroker;
-    stroker.setWidth(measures.lineWidth);
-    stroker.setCurveThreshold(0.02);
-    return stroker.createStroke(frame(measures, measures.lineWidth / 2)).simplified();
-}
-
-QPainterPath bars(const IconMeasures& measures)
-{
-    const std::array heights{measures.shortBar, measures.tallBar, measures.shortBar};
-    const auto count = static_cast<double>(heights.size());
-    const double middle = measures.size.height() / 2;
     const double width = measures.barWidth;
-    double left = measures.size.width() / 2 - (count * width + (count - 1) * measures.barGap) / 2;
+    QPointF place = centre(measures) - QPointF(measures.barStep, 0);
     QPainterPath path;
-    for (const double height : heights) {
-        path.addRoundedRect(QRectF(left, middle - height / 2, width, height), width / 2, width / 2);
-        left += width + measures.barGap;
+    for (const double height : {measures.shortBar, measures.tallBar, measures.shortBar}) {
+        path.addRoundedRect(QRectF(place - QPointF(width, height) / 2, QSizeF(width, height)), width / 2, width / 2);
+        place.rx() += measures.barStep;
     }
     return path;
 }
 
 // Three dots on the centre line, like an ellipsis.
-QPainterPath dots(const IconMeasures& measures)
+QPainterPath dots(const Measures& measures)
 {
-    const QPointF centre(measures.size.width() / 2, measures.size.height() / 2);
-    const double step = measures.barWidth + measures.barGap;
     const double radius = measures.dotDiameter / 2;
     QPainterPath path;
-    for (const double offset : {-step, 0.0, step}) {
-        path.addEllipse(centre + QPointF(offset, 0), radius, radius);
+    for (const double offset : {-measures.dotStep, 0.0, measures.dotStep}) {
+        path.addEllipse(centre(measures) + QPointF(offset, 0), radius, radius);
     }
     return path;
 }
 
-QPainterPath questionMark(const IconMeasures& measures)
+QPainterPath questionMark(const Measures& measures)
 {
     // Outlines of a large font, scaled down: a small one would be moved onto the pixels of the size in which it was
     // designed, not of the one in which it is drawn.
@@ -81,93 +137,50 @@ QPainterPath questionMark(const IconMeasures& measures)
     font.setBold(true);
     font.setItalic(false);
     QPainterPath path;
+    path.setFillRule(Qt::WindingFill);
     path.addText(0, 0, font, u"?"_s);
     const double scale = measures.questionMarkSize / kLargeSize;
-    path = QTransform::fromScale(scale, scale).map(path);
-    const QPointF centre(measures.size.width() / 2, measures.size.height() / 2);
-    return path.translated(centre - path.boundingRect().center());
+    path = QTransform::fromScale(scale, scale).map(path.simplified());
+    return path.translated(centre(measures) - path.boundingRect().center());
 }
 
-}  // namespace
-
-IconMeasures designedIcon()
+// What is solid in the icon of that activity, from its top-left corner downwards. A part within another one is cut out
+// of it.
+QPainterPath shape(Activity activity, const Measures& measures)
 {
-    constexpr double kWidth = 18;
-    constexpr double kHeight = 16;
-    return {{kWidth, kHeight},
-            1.5,
-            0.75,
-            3.5,
-            2.0,
-            2.6,
-            kBarHeights[0] * (kHeight - 6),
-            kBarHeights[1] * (kHeight - 6),
-            2.4,
-            9.5};
-}
-
-IconMeasures iconForPixels(int side)
-{
-    const IconMeasures design = designedIcon();
-    // The panel for which the icon is designed is 22 units high.
-    const double width = std::max(std::min(side, 16) * 1.0, side * design.size.width() / 22);
-    const double scale = width / design.size.width();
-    const double barWidth = std::max(1.0, std::round(design.barWidth * scale));
-    const int parity = static_cast<int>(barWidth) % 2;
-    double wholeWidth = nearestOfSameParity(width, parity);
-    if (wholeWidth > side) {
-        wholeWidth -= 2;
+    QPainterPath path;
+    path.setFillRule(Qt::OddEvenFill);
+    if (activity == Activity::Recording) {
+        path.addPath(block(measures, measures.blockInset));
+        path.addPath(bars(measures));
+        return path;
     }
-    const double wholeHeight = nearestOfSameParity(wholeWidth * design.size.height() / design.size.width(), parity);
-    const double lineWidth = std::max(1.0, std::round(design.lineWidth * scale));
-    // A panel that halves a large icon, as Xfce's does with the one of 44, shall find bars on whole pixels as well.
-    const double gapUnit = barWidth < 4 ? 1 : 2;
-    const double barGap = gapUnit * std::max(1.0, std::round(design.barGap * scale / gapUnit - 0.2));
-    return {{wholeWidth, wholeHeight},
-            lineWidth,
-            std::round(lineWidth / 2),
-            design.cornerRadius * scale,
-            barWidth,
-            barGap,
-            nearestOfSameParity(design.shortBar * scale, parity),
-            nearestOfSameParity(design.tallBar * scale, parity),
-            design.dotDiameter * scale,
-            design.questionMarkSize * scale};
-}
-
-QPainterPath iconShape(Activity activity, const IconMeasures& measures)
-{
+    path.addPath(block(measures, 0));
+    path.addPath(block(measures, measures.lineWidth));
     switch (activity) {
-        case Activity::Recording:
-            return frame(measures, measures.blockInset).subtracted(bars(measures));
         case Activity::Transcribing:
-            return outline(measures).united(dots(measures));
+            path.addPath(dots(measures));
+            break;
         case Activity::Capturing:
-            return outline(measures).united(questionMark(measures));
+            path.addPath(questionMark(measures));
+            break;
         case Activity::Ready:
+        case Activity::Recording:
+            path.addPath(bars(measures));
             break;
     }
-    return outline(measures).united(bars(measures));
+    return path;
 }
 
-namespace {
-
-// The largest one is what Xfce's panel takes and halves.
-constexpr std::array kPanelSizes{16, 22, 24, 32, 44};
-
-QColor colourOf(IconInk ink)
+// The path with its curves as fine polygons: the painter's own ones make a dot of two pixels an eighth smaller.
+QPainterPath smooth(const QPainterPath& path)
 {
-    return ink == IconInk::Dark ? QColor(Qt::black) : QColor(Qt::white);
-}
-
-// The shape of whole pixels, in the middle of a picture.
-void drawOnPixels(QPainter& painter, const QSize& pixels, Activity activity, const QColor& colour)
-{
-    const IconMeasures measures = iconForPixels(std::min(pixels.width(), pixels.height()));
-    const QPointF place(std::floor((pixels.width() - measures.size.width()) / 2),
-                        std::floor((pixels.height() - measures.size.height()) / 2));
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillPath(iconShape(activity, measures).translated(place), colour);
+    constexpr double kFineness = 16;
+    QPainterPath smoothed;
+    for (const QPolygonF& polygon : path.toSubpathPolygons(QTransform::fromScale(kFineness, kFineness))) {
+        smoothed.addPolygon(QTransform::fromScale(1 / kFineness, 1 / kFineness).map(polygon));
+    }
+    return smoothed;
 }
 
 class TavloIconEngine : public QIconEngine {
@@ -180,16 +193,21 @@ public:
         painter->drawPixmap(rect, scaledPixmap(rect.size() * ratio, mode, state, ratio));
     }
 
+    // `size` is in device pixels. The shape stands in the middle of the picture, on whole pixels.
     QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override
     {
+        const Measures measures = measuresFor(std::min(size.width(), size.height()));
+        const QPointF place(std::floor((size.width() - measures.size.width()) / 2),
+                            std::floor((size.height() - measures.size.height()) / 2));
         QPixmap picture(size);
         picture.fill(Qt::transparent);
         QPainter painter(&picture);
-        drawOnPixels(painter, size, m_activity, colourOf(m_ink));
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.fillPath(smooth(shape(m_activity, measures)).translated(place),
+                         m_ink == IconInk::Dark ? Qt::black : Qt::white);
         return picture;
     }
 
-    // `size` is in device pixels.
     QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State state, qreal) override
     {
         return pixmap(size, mode, state);
@@ -213,35 +231,6 @@ private:
     IconInk m_ink;
 };
 
-QByteArray number(double value)
-{
-    return QByteArray::number(std::round(value * 1000) / 1000);
-}
-
-QByteArray pathData(const QPainterPath& path)
-{
-    QByteArray data;
-    for (int index = 0; index < path.elementCount(); ++index) {
-        const QPainterPath::Element element = path.elementAt(index);
-        switch (element.type) {
-            case QPainterPath::MoveToElement:
-                data += index == 0 ? "M" : "ZM";
-                break;
-            case QPainterPath::LineToElement:
-                data += 'L';
-                break;
-            case QPainterPath::CurveToElement:
-                data += 'C';
-                break;
-            case QPainterPath::CurveToDataElement:
-                data += ' ';
-                break;
-        }
-        data += number(element.x) + ' ' + number(element.y);
-    }
-    return data + 'Z';
-}
-
 }  // namespace
 
 QIcon TavloIcon::menuBar(Activity activity, IconInk ink)
@@ -253,28 +242,6 @@ QIcon TavloIcon::menuBar(Activity activity, IconInk ink)
         found = cache.emplace(key, QIcon(new TavloIconEngine(activity, ink))).first;
     }
     return found->second;
-}
-
-void TavloIcon::draw(QPainter& painter, const QRectF& bounds, Activity activity, const QColor& colour)
-{
-    const IconMeasures measures = designedIcon();
-    const double scale = std::min(bounds.width() / measures.size.width(), bounds.height() / measures.size.height());
-    painter.save();
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.translate(bounds.center() - QPointF(measures.size.width(), measures.size.height()) * scale / 2);
-    painter.scale(scale, scale);
-    painter.fillPath(iconShape(activity, measures), colour);
-    painter.restore();
-}
-
-QByteArray TavloIcon::svg(Activity activity)
-{
-    const QPainterPath shape = iconShape(activity, designedIcon()).translated(0, 1);
-    const QByteArray rule = shape.fillRule() == Qt::OddEvenFill ? "evenodd" : "nonzero";
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"18\" height=\"18\" viewBox=\"0 0 18 18\">\n"
-           "  <path fill=\"#2e3436\" fill-rule=\"" +
-           rule + "\" d=\"" + pathData(shape) + "\"/>\n</svg>\n";
 }
 
 }  // namespace tavlo

@@ -1,4 +1,4 @@
-// Prints, for each state, the alpha channel of the status item's icon at the width given, as one line of
+// Prints, for each state, the alpha channel of the status item's icon at the width given, in pixels, as one line of
 // "<state> <hexadecimal bytes>". An end-to-end test tells by them which icon stands in the panel.
 
 #include "ui/tray/tavlo_icon.h"
@@ -26,7 +26,7 @@ int main(int argc, char** argv)
                                                                        {"keyboard", Activity::Capturing}}};
     for (const auto& [state, activity] : kStates) {
         const QIcon icon = tavlo::TavloIcon::menuBar(activity);
-        const QImage image = icon.pixmap(width, width).toImage().convertToFormat(QImage::Format_Alpha8);
+        const QImage image = icon.pixmap(QSize(width, width), 1.0).toImage().convertToFormat(QImage::Format_Alpha8);
         QByteArray alpha;
         for (int row = 0; row < image.height(); ++row) {
             alpha.append(reinterpret_cast<const char*>(image.constScanLine(row)), image.width());

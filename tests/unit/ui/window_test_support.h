@@ -1,6 +1,6 @@
 #pragma once
 
-#include "settings/language.h"
+#include "language_scope.h"
 #include "ui/windows/window_controls.h"
 #include "ui/windows/window_frame.h"
 
@@ -20,18 +20,6 @@ inline void PrintTo(const QString& text, std::ostream* stream)
 }
 
 namespace tavlo::test {
-
-// Sets the interface language for one test.
-class InLanguage {
-public:
-    explicit InLanguage(const QString& language) : m_before(gLang) { gLang = language; }
-    InLanguage(const InLanguage&) = delete;
-    InLanguage& operator=(const InLanguage&) = delete;
-    ~InLanguage() { gLang = m_before; }
-
-private:
-    QString m_before;
-};
 
 inline void press(QWidget& receiver, Qt::Key key, const QString& text = QString())
 {

@@ -87,7 +87,7 @@ TEST_F(OfferWindowTest, TheTextsFollowTheInterfaceLanguage)
     EXPECT_EQ(declineButton().text(), u"Niet nu"_s);
     EXPECT_EQ(downloadButton().text(), u"Download"_s);
 
-    const InLanguage english(u"en"_s);
+    const LanguageScope english(u"en"_s);
     openOffer();
     EXPECT_EQ(labelText(window(), "title"), u"Free offline dictation"_s);
     EXPECT_EQ(labelText(window(), "body"),
@@ -385,7 +385,7 @@ TEST_F(OfferWindowTest, EveryControlHasItsNameAndRole)
     EXPECT_EQ(accessibleName(*window().widget(u"status"_s)), u"Downloaden…"_s);
     EXPECT_EQ(accessibleRole(*window().widget(u"icon"_s)), QAccessible::Graphic);
 
-    const InLanguage english(u"en"_s);
+    const LanguageScope english(u"en"_s);
     openOffer();
     EXPECT_EQ(accessibleName(bar()), u"Progress"_s);
 }

@@ -18,7 +18,7 @@ protected:
     WindowFrame& window() { return *m_about.aboutWindow(); }
     void click(const char* button) { window().control<QPushButton>(QString::fromLatin1(button)).click(); }
 
-    InLanguage m_language{u"nl"_s};
+    LanguageScope m_language{u"nl"_s};
     FakeScreens m_screens;
     FakeWorkspace m_workspace;
     AboutWindow m_about{u"1.0"_s, m_screens, m_workspace};

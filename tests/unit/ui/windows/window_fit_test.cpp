@@ -114,7 +114,7 @@ protected:
         popUp.hidePopup();
     }
 
-    InLanguage m_language;
+    LanguageScope m_language;
     QFont m_fontBefore;
     QString m_family;
     FakeScreens m_screens;

@@ -54,7 +54,7 @@ protected:
     QString title(const char* button) { return window().control<QPushButton>(QString::fromLatin1(button)).text(); }
     void click(const char* button) { window().control<QPushButton>(QString::fromLatin1(button)).click(); }
 
-    InLanguage m_language{u"nl"_s};
+    LanguageScope m_language{u"nl"_s};
     QTemporaryDir m_folder;
     ManualMainQueue m_queue;
     MemoryLog m_log;

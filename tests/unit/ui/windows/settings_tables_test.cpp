@@ -4,7 +4,6 @@
 #include "window_test_support.h"
 
 using namespace tavlo;
-using tavlo::test::InLanguage;
 
 TEST(SettingsTables, ValuesStandInTheAgreedOrder)
 {
@@ -28,7 +27,7 @@ TEST(SettingsTables, TitlesInDutch)
 
 TEST(SettingsTables, TitlesInEnglish)
 {
-    const InLanguage english(u"en"_s);
+    const LanguageScope english(u"en"_s);
     EXPECT_EQ(langTitles(), (QStringList{u"Nederlands"_s, u"English"_s}));
     EXPECT_EQ(providerTitles(), (QStringList{u"OpenAI"_s, u"Groq (cheapest)"_s}));
     EXPECT_EQ(modelTitles(),
@@ -48,7 +47,7 @@ TEST(SettingsTables, CostsFollowProviderAndModel)
     EXPECT_EQ(costText(u"openai"_s, 2), sentence(u"$0,36 (≈ €0,33)"_s));
     EXPECT_EQ(costText(u"groq"_s, 0), sentence(u"$0,04 (≈ €0,04)"_s));
     EXPECT_EQ(costText(u"groq"_s, 1), sentence(u"$0,04 (≈ €0,04)"_s));
-    const InLanguage english(u"en"_s);
+    const LanguageScope english(u"en"_s);
     EXPECT_EQ(costText(u"openai"_s, 1),
               u"Cost with your own key: ~ $0,18 (≈ €0,17) per hour of speech · local Whisper is always "
               "free"_s);

@@ -67,7 +67,7 @@ TEST_P(MessageFont, TheTypingKeyAlertHasRoomForItsTexts)
     const QFont before = QApplication::font();
     QApplication::setFont(QFont(family, 10));
     for (const char* const language : {"nl", "en"}) {
-        const InLanguage inLanguage(QString::fromLatin1(language));
+        const LanguageScope scope(QString::fromLatin1(language));
         TypingKeyAlertBox alert;
         alert.show(typingKeyAlert(t(u"Spatie"_s, u"Space"_s)), [](TypingKeyAnswer) {});
         QApplication::processEvents();
