@@ -35,9 +35,52 @@ QFont::Weight fontWeight(FontWeight weight)
     return QFont::Normal;
 }
 
-bool fits(const TextBlock& block, const QSizeF& room)
+bool hasRoom(const TextBlock& block, const QSizeF& room)
 {
     return block.size().width() <= room.width() && block.size().height() <= room.height();
+}
+
+TextStyle closestFittingStyle(const std::vector<TextRequest>& requests)
+{
+    const TextRequest& wanted = requests.front();
+    const int smallest = std::min(wanted.pixelSize, kSmallestReadableSize);
+    const auto allFit = [&requests](const TextStyle& style) {
+        return std::ranges::all_of(requests, [&style](const auto& request) { return fits(request, style); });
+    };
+    TextStyle style{windowFont(wanted.pixelSize, wanted.weight)};
+    if (wanted.text.contains(QLatin1Char('\n'))) {
+        for (const double gap : kParagraphGaps) {
+            style.paragraphGap = gap;
+            if (allFit(style)) {
+                return style;
+            }
+        }
+    }
+    for (const int stretch : kStretches) {
+        for (int size = wanted.pixelSize; size >= smallest; --size) {
+            for (const double lineSpacing : kLineSpacings) {
+                style = {windowFont(size, wanted.weight, stretch), lineSpacing};
+                if (allFit(style)) {
+                    return style;
+                }
+                if (wanted.wrapping == Wrapping::SingleLine) {
+                    break;  // one line has no spacing
+                }
+            }
+        }
+    }
+    return style;
+}
+
+FittedText laidOut(const TextRequest& request)
+{
+    const TextStyle style = closestFittingStyle({request});
+    QString shown = request.text;
+    if (request.wrapping == Wrapping::SingleLine) {
+        shown = QFontMetricsF(style.font).elidedText(shown, Qt::ElideRight, request.room.width() + 0.5);
+    }
+    const TextBlock block(shown, style, request.wrapping, request.room.width());
+    return {style, block, shown == request.text && hasRoom(block, request.room)};
 }
 
 // What a style was chosen for.
@@ -153,55 +196,8 @@ void TextBlock::draw(QPainter& painter, const QRectF& frame, TextAlignment align
 
 bool fits(const TextRequest& request, const TextStyle& style)
 {
-    return fits(TextBlock(request.text, style, request.wrapping, request.room.width()), request.room);
+    return hasRoom(TextBlock(request.text, style, request.wrapping, request.room.width()), request.room);
 }
-
-namespace {
-
-TextStyle closestFittingStyle(const std::vector<TextRequest>& requests)
-{
-    const TextRequest& wanted = requests.front();
-    const int smallest = std::min(wanted.pixelSize, kSmallestReadableSize);
-    const auto allFit = [&requests](const TextStyle& style) {
-        return std::ranges::all_of(requests, [&style](const auto& request) { return fits(request, style); });
-    };
-    TextStyle style{windowFont(wanted.pixelSize, wanted.weight)};
-    if (wanted.text.contains(QLatin1Char('\n'))) {
-        for (const double gap : kParagraphGaps) {
-            style.paragraphGap = gap;
-            if (allFit(style)) {
-                return style;
-            }
-        }
-    }
-    for (const int stretch : kStretches) {
-        for (int size = wanted.pixelSize; size >= smallest; --size) {
-            for (const double lineSpacing : kLineSpacings) {
-                style = {windowFont(size, wanted.weight, stretch), lineSpacing};
-                if (allFit(style)) {
-                    return style;
-                }
-                if (wanted.wrapping == Wrapping::SingleLine) {
-                    break;  // one line has no spacing
-                }
-            }
-        }
-    }
-    return style;
-}
-
-FittedText laidOut(const TextRequest& request)
-{
-    const TextStyle style = closestFittingStyle({request});
-    QString shown = request.text;
-    if (request.wrapping == Wrapping::SingleLine) {
-        shown = QFontMetricsF(style.font).elidedText(shown, Qt::ElideRight, request.room.width() + 0.5);
-    }
-    const TextBlock block(shown, style, request.wrapping, request.room.width());
-    return {style, block, shown == request.text && fits(block, request.room)};
-}
-
-}  // namespace
 
 TextStyle fittedStyle(const TextRequest& request)
 {

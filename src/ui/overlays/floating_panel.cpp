@@ -1,6 +1,6 @@
 #include "ui/overlays/floating_panel.h"
 
-#include "ui/geometry.h"
+#include "ui/window_description.h"
 
 #include <QApplication>
 #include <QBitmap>

@@ -1,7 +1,6 @@
 #include "ui/overlays/message_hud.h"
 
 #include "platform/text_literals.h"
-#include "ui/geometry.h"
 #include "ui/overlays/floating_panel.h"
 
 #include <QFontMetricsF>
@@ -78,7 +77,7 @@ void drawMessage(QPainter& painter, const QRectF& bounds, const QString& text, P
 
 MessageView::MessageView(QWidget* parent) : QWidget(parent)
 {
-    resize(460, 64);
+    resize(kSize);
 }
 
 void MessageView::setText(const QString& text)
@@ -105,7 +104,6 @@ void MessageView::paintEvent(QPaintEvent*)
 MessageHUD::MessageHUD(MainQueue& queue, Screens& screens)
     : m_queue(queue), m_screens(screens), m_ownView(std::make_unique<MessageView>()), m_view(m_ownView.get())
 {
-    m_view->resize(kSize);
 }
 
 MessageHUD::~MessageHUD() = default;

@@ -36,8 +36,6 @@ private:
     PanelLook m_look = PanelLook::Translucent;
 };
 
-class FloatingPanel;
-
 // The box with one message in the middle of the main screen. Its panel is built at the first show and kept. Main
 // thread.
 class MessageHUD : public MessageOverlay {

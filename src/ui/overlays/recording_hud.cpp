@@ -12,6 +12,8 @@ namespace tavlo {
 
 namespace {
 
+constexpr QSize kSize{190, 38};
+constexpr int kAboveBottom = 56;  // of the visible frame
 constexpr double kGround = 0.07;  // white
 constexpr double kGroundAlpha = 0.88;
 constexpr double kBarAlpha = 0.92;
@@ -59,7 +61,7 @@ void drawLevels(QPainter& painter, const QRectF& bounds, std::span<const float> 
 
 LevelView::LevelView(QWidget* parent) : QWidget(parent)
 {
-    resize(190, 38);
+    resize(kSize);
 }
 
 void LevelView::push(float level)
@@ -89,17 +91,9 @@ void LevelView::paintEvent(QPaintEvent*)
     drawLevels(painter, rect(), m_levels, m_look);
 }
 
-namespace {
-
-constexpr QSize kSize{190, 38};
-constexpr int kAboveBottom = 56;
-
-}  // namespace
-
 RecordingHUD::RecordingHUD(Screens& screens)
     : m_screens(screens), m_ownLevelView(std::make_unique<LevelView>()), m_levelView(m_ownLevelView.get())
 {
-    m_levelView->resize(kSize);
 }
 
 RecordingHUD::~RecordingHUD() = default;

@@ -43,8 +43,6 @@ private:
     PanelLook m_look = PanelLook::Translucent;
 };
 
-class FloatingPanel;
-
 // The pill with the live level meter at the bottom of the main screen. Its panel is built at the first show and kept.
 // Main thread.
 class RecordingHUD : public RecordingOverlay {

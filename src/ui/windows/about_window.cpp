@@ -13,6 +13,9 @@ namespace tavlo {
 
 namespace {
 
+const QString kWebsiteButton = u"websiteButton"_s;
+const QString kFeedbackButton = u"feedbackButton"_s;
+
 QString featureList()
 {
     return t(
@@ -34,31 +37,30 @@ QString featureList()
 
 WindowDescription aboutWindowLayout(const QString& version)
 {
-    const auto name = [](const char* latin) { return QString::fromLatin1(latin); };
     const QString shown = version.isEmpty() ? u"1.0"_s : version;
     WindowDescription window{t(u"Over Tavlo"_s, u"About Tavlo"_s), {460, 470}, {}};
     auto& elements = window.elements;
     elements.push_back(
-        {.name = name("icon"), .kind = ElementKind::Icon, .frame = {198, 386, 64, 64}, .accessibleName = u"Tavlo"_s});
-    elements.push_back({.name = name("title"),
+        {.name = u"icon"_s, .kind = ElementKind::Icon, .frame = {198, 386, 64, 64}, .accessibleName = u"Tavlo"_s});
+    elements.push_back({.name = u"title"_s,
                         .frame = {20, 356, 420, 24},
                         .text = u"Tavlo "_s + shown,
                         .pixelSize = 18,
                         .weight = FontWeight::Semibold,
                         .alignment = TextAlignment::Centre});
-    elements.push_back({.name = name("tagline"),
+    elements.push_back({.name = u"tagline"_s,
                         .frame = {20, 332, 420, 18},
                         .text = t(u"Praat in plaats van typen - in elke app op je Mac."_s,
                                   u"Talk instead of type - in any app on your Mac."_s),
                         .colour = ColourRole::SecondaryLabel,
                         .alignment = TextAlignment::Centre});
-    elements.push_back({.name = name("features"),
+    elements.push_back({.name = u"features"_s,
                         .kind = ElementKind::WrappingLabel,
                         .frame = {30, 150, 400, 170},
                         .text = featureList(),
                         .pixelSize = 12});
     elements.push_back(
-        {.name = name("disclaimer"),
+        {.name = u"disclaimer"_s,
          .kind = ElementKind::WrappingLabel,
          .frame = {30, 106, 400, 34},
          .text =
@@ -67,7 +69,7 @@ WindowDescription aboutWindowLayout(const QString& version)
                u"Transcription may contain errors. Check important text before acting on it. Use at your own risk."_s),
          .pixelSize = 10,
          .colour = ColourRole::TertiaryLabel});
-    elements.push_back({.name = name("support"),
+    elements.push_back({.name = u"support"_s,
                         .kind = ElementKind::WrappingLabel,
                         .frame = {30, 60, 400, 40},
                         .text = t(u"Gratis en zonder abonnement, gemaakt door één persoon. Steun je Tavlo met een "
@@ -77,12 +79,12 @@ WindowDescription aboutWindowLayout(const QString& version)
                         .pixelSize = 11,
                         .colour = ColourRole::SecondaryLabel});
     elements.push_back(
-        {.name = name("websiteButton"), .kind = ElementKind::Button, .frame = {30, 20, 130, 32}, .text = u"Website"_s});
-    elements.push_back({.name = name("feedbackButton"),
+        {.name = kWebsiteButton, .kind = ElementKind::Button, .frame = {30, 20, 130, 32}, .text = u"Website"_s});
+    elements.push_back({.name = kFeedbackButton,
                         .kind = ElementKind::Button,
                         .frame = {165, 20, 130, 32},
                         .text = t(u"Feedback geven"_s, u"Give feedback"_s)});
-    elements.push_back({.name = name("maker"),
+    elements.push_back({.name = u"maker"_s,
                         .frame = {300, 27, 130, 16},
                         .text = u"Pelloquintar"_s,
                         .pixelSize = 11,
@@ -102,9 +104,9 @@ void AboutWindow::openAbout()
         m_aboutWindow->hide();
     }
     m_aboutWindow = std::make_unique<WindowFrame>(aboutWindowLayout(m_version));
-    auto& website = m_aboutWindow->control<QPushButton>(u"websiteButton"_s);
+    auto& website = m_aboutWindow->control<QPushButton>(kWebsiteButton);
     QObject::connect(&website, &QPushButton::clicked, &website, [this] { m_workspace.open(QUrl(kWebsiteURL)); });
-    auto& feedback = m_aboutWindow->control<QPushButton>(u"feedbackButton"_s);
+    auto& feedback = m_aboutWindow->control<QPushButton>(kFeedbackButton);
     QObject::connect(&feedback, &QPushButton::clicked, &feedback, [this] { m_workspace.open(QUrl(kFeedbackURL)); });
     m_aboutWindow->bringToFront(m_screens.mainVisibleFrame());
 }

@@ -9,11 +9,11 @@
 
 namespace tavlo {
 
-// The about window in the interface language. Without a version it shows "1.0".
-WindowDescription aboutWindowLayout(const QString& version);
-
 class Screens;
 class Workspace;
+
+// The about window in the interface language. Without a version it shows "1.0".
+WindowDescription aboutWindowLayout(const QString& version);
 
 // The window that presents the application. Built anew at every opening. Main thread.
 class AboutWindow {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <QAbstractButton>
 #include <QObject>
 
 #include <functional>
-
-class QAbstractButton;
+#include <utility>
 
 namespace tavlo {
 
@@ -15,9 +15,20 @@ public:
     explicit ClosureTarget(std::function<void()> handler) : run(std::move(handler)) {}
 
     // Calls `run`, which may destroy this target.
-    void fire();
-    // A click of `button` fires this target from now on, for as long as both exist.
-    void bind(QAbstractButton* button);
+    void fire()
+    {
+        // A handler that closes its window drops the window's targets, so the function that runs must not be ours.
+        const auto handler = run;
+        if (handler) {
+            handler();
+        }
+    }
+
+    // From now on a click of `button` fires this target, for as long as both exist.
+    void bind(QAbstractButton* button)
+    {
+        connect(button, &QAbstractButton::clicked, this, [this] { fire(); });
+    }
 
     const std::function<void()> run;
 };

@@ -17,6 +17,42 @@
 
 namespace tavlo {
 
+namespace {
+
+constexpr int kProgressSteps = 1000;
+constexpr std::chrono::milliseconds kProgressPause{100};
+
+const QString kProgress = u"progress"_s;
+const QString kStatus = u"status"_s;
+const QString kDeclineButton = u"declineButton"_s;
+const QString kDownloadButton = u"downloadButton"_s;
+
+void showStatus(WindowFrame& window, const QString& text)
+{
+    window.control<FittedLabel>(kStatus).showText(text);
+}
+
+WindowElement statusElement()
+{
+    const WindowDescription layout = offerWindowLayout();
+    return *std::ranges::find(layout.elements, kStatus, &WindowElement::name);
+}
+
+void showFailure(WindowFrame& window, const QString& text)
+{
+    WindowElement element = statusElement();
+    element.colour = ColourRole::SystemRed;
+    window.redescribe(element);
+    showStatus(window, text);
+    const bool asItIs =
+        window.control<FittedLabel>(kStatus).style().font == windowFont(element.pixelSize, element.weight);
+    if (!asItIs) {
+        window.redescribe(offerFailureElement());
+    }
+}
+
+}  // namespace
+
 QString byteCountText(qint64 bytes, const QLocale& locale)
 {
     struct Unit {
@@ -53,18 +89,17 @@ QString downloadFailureText(const QString& description)
 
 WindowDescription offerWindowLayout()
 {
-    const auto name = [](const char* latin) { return QString::fromLatin1(latin); };
     WindowDescription window{u"Offline model"_s, {460, 250}, {}};
     auto& elements = window.elements;
     elements.push_back(
-        {.name = name("icon"), .kind = ElementKind::Icon, .frame = {24, 160, 56, 56}, .accessibleName = u"Tavlo"_s});
-    elements.push_back({.name = name("title"),
+        {.name = u"icon"_s, .kind = ElementKind::Icon, .frame = {24, 160, 56, 56}, .accessibleName = u"Tavlo"_s});
+    elements.push_back({.name = u"title"_s,
                         .frame = {96, 194, 340, 22},
                         .text = t(u"Gratis offline dicteren"_s, u"Free offline dictation"_s),
                         .pixelSize = 15,
                         .weight = FontWeight::Bold});
     elements.push_back(
-        {.name = name("body"),
+        {.name = u"body"_s,
          .kind = ElementKind::WrappingLabel,
          .frame = {96, 122, 342, 64},
          .text = t(u"Zonder API-sleutel gebruikt Tavlo een taalmodel dat volledig op je eigen Mac draait — gratis "
@@ -73,18 +108,18 @@ WindowDescription offerWindowLayout()
                    "private. This model (~1.6 GB) is downloaded once; after that, dictation works offline."_s),
          .pixelSize = 12,
          .colour = ColourRole::SecondaryLabel});
-    elements.push_back({.name = name("progress"),
+    elements.push_back({.name = kProgress,
                         .kind = ElementKind::ProgressBar,
                         .frame = {24, 86, 412, 16},
                         .visibility = Visibility::Hidden,
                         .accessibleName = t(u"Voortgang"_s, u"Progress"_s)});
     elements.push_back(
-        {.name = name("status"), .frame = {24, 62, 412, 16}, .pixelSize = 11, .colour = ColourRole::SecondaryLabel});
-    elements.push_back({.name = name("declineButton"),
+        {.name = kStatus, .frame = {24, 62, 412, 16}, .pixelSize = 11, .colour = ColourRole::SecondaryLabel});
+    elements.push_back({.name = kDeclineButton,
                         .kind = ElementKind::Button,
                         .frame = {202, 18, 112, 30},
                         .text = t(u"Niet nu"_s, u"Not now"_s)});
-    elements.push_back({.name = name("downloadButton"),
+    elements.push_back({.name = kDownloadButton,
                         .kind = ElementKind::DefaultButton,
                         .frame = {322, 18, 116, 30},
                         .text = u"Download"_s});
@@ -93,48 +128,12 @@ WindowDescription offerWindowLayout()
 
 WindowElement offerFailureElement()
 {
-    return {.name = u"status"_s,
+    return {.name = kStatus,
             .kind = ElementKind::WrappingLabel,
             .frame = {24, 62, 412, 40},
             .pixelSize = 11,
             .colour = ColourRole::SystemRed};
 }
-
-namespace {
-
-constexpr int kProgressSteps = 1000;
-constexpr std::chrono::milliseconds kProgressPause{100};
-
-const QString kProgress = u"progress"_s;
-const QString kStatus = u"status"_s;
-const QString kDeclineButton = u"declineButton"_s;
-const QString kDownloadButton = u"downloadButton"_s;
-
-void showStatus(WindowFrame& window, const QString& text)
-{
-    window.control<FittedLabel>(kStatus).showText(text);
-}
-
-WindowElement statusElement()
-{
-    const WindowDescription layout = offerWindowLayout();
-    return *std::ranges::find(layout.elements, kStatus, &WindowElement::name);
-}
-
-void showFailure(WindowFrame& window, const QString& text)
-{
-    WindowElement element = statusElement();
-    element.colour = ColourRole::SystemRed;
-    window.redescribe(element);
-    showStatus(window, text);
-    const bool asItIs =
-        window.control<FittedLabel>(kStatus).style().font == windowFont(element.pixelSize, element.weight);
-    if (!asItIs) {
-        window.redescribe(offerFailureElement());
-    }
-}
-
-}  // namespace
 
 void OfferWindow::DestroyLater::operator()(WindowFrame* window) const
 {

@@ -17,6 +17,9 @@
 
 namespace tavlo {
 
+class ModelDownload;
+class Screens;
+
 // An amount of data as the user reads it, in decimal units: whole kB, MB with one digit, GB with two.
 QString byteCountText(qint64 bytes, const QLocale& locale);
 
@@ -33,9 +36,6 @@ WindowDescription offerWindowLayout();
 // The status label while it says at length why a download failed: it takes the place of the progress bar as well,
 // which is hidden then.
 WindowElement offerFailureElement();
-
-class ModelDownload;
-class Screens;
 
 // The window that offers the offline model, shows its download and tells how it ended. One offer at a time: a new one
 // takes the place of the one before it. Main thread.

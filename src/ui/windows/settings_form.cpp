@@ -10,6 +10,14 @@
 
 namespace tavlo {
 
+namespace {
+
+constexpr double kHighestFraction = 0.3;
+constexpr double kInitialFraction = 0.08;
+constexpr int kStepsPerUnit = 1000;
+
+}  // namespace
+
 QStringList langTitles()
 {
     return {u"Nederlands"_s, u"English"_s};
@@ -41,7 +49,7 @@ QString costText(const QString& provider, int modelIndex)
 {
     constexpr int kMiniModelIndex = 1;
     QString cost = u"$0,36 (≈ €0,33)"_s;
-    if (provider == kProviderValues[1]) {
+    if (provider == kProviderGroq) {
         cost = u"$0,04 (≈ €0,04)"_s;
     } else if (modelIndex == kMiniModelIndex) {
         cost = u"$0,18 (≈ €0,17)"_s;
@@ -60,14 +68,6 @@ double storedVolume(double fraction)
 {
     return std::round(fraction * 100) / 100;
 }
-
-namespace {
-
-constexpr double kHighestFraction = 0.3;
-constexpr double kInitialFraction = 0.08;
-constexpr int kStepsPerUnit = 1000;
-
-}  // namespace
 
 FractionSlider::FractionSlider() : QSlider(Qt::Horizontal)
 {
@@ -102,10 +102,11 @@ SettingsForm::SettingsForm()
 
 ReadyControls SettingsForm::controls()
 {
-    return {{u"langPopup"_s, &langPopup},     {u"providerPopup"_s, &providerPopup}, {u"modelPopup"_s, &modelPopup},
-            {u"enginePopup"_s, &enginePopup}, {u"apiField"_s, &apiField},           {u"vocabView"_s, &vocabView},
-            {u"duckCheck"_s, &duckCheck},     {u"duckSlider"_s, &duckSlider},       {u"duckPct"_s, &duckPct},
-            {u"costLabel"_s, &costLabel}};
+    return {{control_name::kLangPopup, &langPopup},   {control_name::kProviderPopup, &providerPopup},
+            {control_name::kModelPopup, &modelPopup}, {control_name::kEnginePopup, &enginePopup},
+            {control_name::kApiField, &apiField},     {control_name::kVocabView, &vocabView},
+            {control_name::kDuckCheck, &duckCheck},   {control_name::kDuckSlider, &duckSlider},
+            {control_name::kDuckPct, &duckPct},       {control_name::kCostLabel, &costLabel}};
 }
 
 void SettingsForm::showVocabulary(const QString& text)

@@ -17,6 +17,23 @@
 
 namespace tavlo {
 
+// The names of the settings window's controls.
+namespace control_name {
+inline const QString kLangPopup = u"langPopup"_s;
+inline const QString kProviderPopup = u"providerPopup"_s;
+inline const QString kApiField = u"apiField"_s;
+inline const QString kKeyPageButton = u"keyPageButton"_s;
+inline const QString kModelPopup = u"modelPopup"_s;
+inline const QString kCostLabel = u"costLabel"_s;
+inline const QString kEnginePopup = u"enginePopup"_s;
+inline const QString kVocabView = u"vocabView"_s;
+inline const QString kDuckCheck = u"duckCheck"_s;
+inline const QString kDuckSlider = u"duckSlider"_s;
+inline const QString kDuckPct = u"duckPct"_s;
+inline const QString kCancelButton = u"cancelButton"_s;
+inline const QString kSaveButton = u"saveButton"_s;
+}  // namespace control_name
+
 // What the settings window's pop-ups store: the index of an entry is the index of the pop-up's item.
 inline const std::array kLangValues{kDutch, kEnglish};
 inline const std::array kProviderValues{kProviderOpenAI, kProviderGroq};

@@ -31,71 +31,6 @@ WindowElement control(const QString& name, ElementKind kind, const QRect& frame)
     return {.name = name, .kind = kind, .frame = frame};
 }
 
-}  // namespace
-
-WindowDescription settingsWindowLayout()
-{
-    const auto name = [](const char* latin) { return QString::fromLatin1(latin); };
-    WindowDescription window{t(u"Tavlo-instellingen"_s, u"Tavlo Settings"_s), {480, 506}, {}};
-    auto& elements = window.elements;
-
-    elements.push_back(label(name("langLabel"), {20, 472, 150, 17}, t(u"Taal / Language:"_s, u"Language / Taal:"_s),
-                             name("langPopup")));
-    elements.push_back(control(name("langPopup"), ElementKind::PopUp, {180, 466, 280, 26}));
-
-    elements.push_back(label(name("providerLabel"), {20, 438, 150, 17}, u"Provider:"_s, name("providerPopup")));
-    elements.push_back(control(name("providerPopup"), ElementKind::PopUp, {180, 432, 280, 26}));
-
-    elements.push_back(label(
-        name("apiLabel"), {20, 400, 300, 17},
-        t(u"API-sleutel (leeg = alleen gratis lokale Whisper):"_s, u"API key (empty = free local Whisper only):"_s),
-        name("apiField")));
-    elements.push_back({.name = name("keyPageButton"),
-                        .kind = ElementKind::SmallButton,
-                        .frame = {330, 396, 130, 24},
-                        .text = t(u"Sleutel aanmaken ↗"_s, u"Create key ↗"_s),
-                        .pixelSize = 11});
-    elements.push_back(control(name("apiField"), ElementKind::TextField, {20, 368, 440, 24}));
-
-    elements.push_back(label(name("modelLabel"), {20, 334, 150, 17}, u"Model:"_s, name("modelPopup")));
-    elements.push_back(control(name("modelPopup"), ElementKind::PopUp, {180, 328, 280, 26}));
-    elements.push_back({.name = name("costLabel"),
-                        .kind = ElementKind::WrappingLabel,
-                        .frame = {20, 294, 448, 28},
-                        .pixelSize = 11,
-                        .colour = ColourRole::SecondaryLabel});
-
-    elements.push_back(label(name("engineLabel"), {20, 276, 150, 17}, u"Engine:"_s, name("enginePopup")));
-    elements.push_back(control(name("enginePopup"), ElementKind::PopUp, {180, 270, 280, 26}));
-
-    elements.push_back(label(name("vocabLabel"), {20, 242, 440, 17},
-                             t(u"Woordenlijst - jargon en namen voor betere herkenning:"_s,
-                               u"Vocabulary - jargon and names for better recognition:"_s),
-                             name("vocabView")));
-    elements.push_back(control(name("vocabView"), ElementKind::TextView, {20, 154, 440, 84}));
-
-    elements.push_back({.name = name("duckCheck"),
-                        .kind = ElementKind::CheckBox,
-                        .frame = {20, 120, 440, 18},
-                        .text = t(u"Muziek dempen tijdens opname"_s, u"Duck music while recording"_s)});
-    elements.push_back(label(name("duckLabel"), {20, 88, 150, 17},
-                             t(u"Restvolume muziek:"_s, u"Remaining music volume:"_s), name("duckSlider")));
-    elements.push_back(control(name("duckSlider"), ElementKind::Slider, {180, 86, 230, 20}));
-    elements.push_back(control(name("duckPct"), ElementKind::Label, {420, 88, 45, 17}));
-
-    elements.push_back({.name = name("cancelButton"),
-                        .kind = ElementKind::Button,
-                        .frame = {250, 20, 100, 32},
-                        .text = t(u"Annuleer"_s, u"Cancel"_s)});
-    elements.push_back({.name = name("saveButton"),
-                        .kind = ElementKind::DefaultButton,
-                        .frame = {360, 20, 100, 32},
-                        .text = t(u"Bewaar"_s, u"Save"_s)});
-    return window;
-}
-
-namespace {
-
 void fill(QComboBox& popUp, const QStringList& titles, int selected)
 {
     popUp.clear();
@@ -110,6 +45,66 @@ int storedIndex(const QComboBox& popUp)
 }
 
 }  // namespace
+
+WindowDescription settingsWindowLayout()
+{
+    WindowDescription window{t(u"Tavlo-instellingen"_s, u"Tavlo Settings"_s), {480, 506}, {}};
+    auto& elements = window.elements;
+
+    elements.push_back(label(u"langLabel"_s, {20, 472, 150, 17}, t(u"Taal / Language:"_s, u"Language / Taal:"_s),
+                             control_name::kLangPopup));
+    elements.push_back(control(control_name::kLangPopup, ElementKind::PopUp, {180, 466, 280, 26}));
+
+    elements.push_back(label(u"providerLabel"_s, {20, 438, 150, 17}, u"Provider:"_s, control_name::kProviderPopup));
+    elements.push_back(control(control_name::kProviderPopup, ElementKind::PopUp, {180, 432, 280, 26}));
+
+    elements.push_back(label(
+        u"apiLabel"_s, {20, 400, 300, 17},
+        t(u"API-sleutel (leeg = alleen gratis lokale Whisper):"_s, u"API key (empty = free local Whisper only):"_s),
+        control_name::kApiField));
+    elements.push_back({.name = control_name::kKeyPageButton,
+                        .kind = ElementKind::SmallButton,
+                        .frame = {330, 396, 130, 24},
+                        .text = t(u"Sleutel aanmaken ↗"_s, u"Create key ↗"_s),
+                        .pixelSize = 11});
+    elements.push_back(control(control_name::kApiField, ElementKind::TextField, {20, 368, 440, 24}));
+
+    elements.push_back(label(u"modelLabel"_s, {20, 334, 150, 17}, u"Model:"_s, control_name::kModelPopup));
+    elements.push_back(control(control_name::kModelPopup, ElementKind::PopUp, {180, 328, 280, 26}));
+    elements.push_back({.name = control_name::kCostLabel,
+                        .kind = ElementKind::WrappingLabel,
+                        .frame = {20, 294, 448, 28},
+                        .pixelSize = 11,
+                        .colour = ColourRole::SecondaryLabel});
+
+    elements.push_back(label(u"engineLabel"_s, {20, 276, 150, 17}, u"Engine:"_s, control_name::kEnginePopup));
+    elements.push_back(control(control_name::kEnginePopup, ElementKind::PopUp, {180, 270, 280, 26}));
+
+    elements.push_back(label(u"vocabLabel"_s, {20, 242, 440, 17},
+                             t(u"Woordenlijst - jargon en namen voor betere herkenning:"_s,
+                               u"Vocabulary - jargon and names for better recognition:"_s),
+                             control_name::kVocabView));
+    elements.push_back(control(control_name::kVocabView, ElementKind::TextView, {20, 154, 440, 84}));
+
+    elements.push_back({.name = control_name::kDuckCheck,
+                        .kind = ElementKind::CheckBox,
+                        .frame = {20, 120, 440, 18},
+                        .text = t(u"Muziek dempen tijdens opname"_s, u"Duck music while recording"_s)});
+    elements.push_back(label(u"duckLabel"_s, {20, 88, 150, 17},
+                             t(u"Restvolume muziek:"_s, u"Remaining music volume:"_s), control_name::kDuckSlider));
+    elements.push_back(control(control_name::kDuckSlider, ElementKind::Slider, {180, 86, 230, 20}));
+    elements.push_back(control(control_name::kDuckPct, ElementKind::Label, {420, 88, 45, 17}));
+
+    elements.push_back({.name = control_name::kCancelButton,
+                        .kind = ElementKind::Button,
+                        .frame = {250, 20, 100, 32},
+                        .text = t(u"Annuleer"_s, u"Cancel"_s)});
+    elements.push_back({.name = control_name::kSaveButton,
+                        .kind = ElementKind::DefaultButton,
+                        .frame = {360, 20, 100, 32},
+                        .text = t(u"Bewaar"_s, u"Save"_s)});
+    return window;
+}
 
 SettingsWindow::SettingsWindow(const SettingsWindowParts& parts, std::function<void()> saved)
     : m_parts(parts), m_saved(std::move(saved))
@@ -133,9 +128,9 @@ std::unique_ptr<WindowFrame> SettingsWindow::buildSettingsWindow()
         auto& button = window->control<QPushButton>(name);
         QObject::connect(&button, &QPushButton::clicked, &button, [this, action] { (this->*action)(); });
     };
-    connectButton(u"keyPageButton"_s, &SettingsWindow::openKeyPage);
-    connectButton(u"saveButton"_s, &SettingsWindow::saveSettings);
-    connectButton(u"cancelButton"_s, &SettingsWindow::closeSettings);
+    connectButton(control_name::kKeyPageButton, &SettingsWindow::openKeyPage);
+    connectButton(control_name::kSaveButton, &SettingsWindow::saveSettings);
+    connectButton(control_name::kCancelButton, &SettingsWindow::closeSettings);
     window->onEscape = [this] { closeSettings(); };
     return window;
 }
@@ -179,7 +174,7 @@ void SettingsWindow::providerChanged()
         fill(m_form.modelPopup, modelTitles(), indexOf(kModelValues, config.model));
         m_form.apiField.setPlaceholderText(u"sk-..."_s);
     }
-    m_settingsWindow->refit(u"modelPopup"_s);
+    m_settingsWindow->refit(control_name::kModelPopup);
     loadKey();
     modelChanged();
 }

@@ -9,16 +9,16 @@
 
 namespace tavlo {
 
-// The settings window in the interface language. The pop-ups, the slider, the key field, the vocabulary, the check box
-// and the two texts that change are in it as places only: the controls themselves outlive the window.
-WindowDescription settingsWindowLayout();
-
 class AppLog;
 class ConfigFile;
 class Keychain;
 class Screens;
 class SecretStore;
 class Workspace;
+
+// The settings window in the interface language. The pop-ups, the slider, the key field, the vocabulary, the check box
+// and the two texts that change are in it as places only: the controls themselves outlive the window.
+WindowDescription settingsWindowLayout();
 
 // What the settings window reads, writes and calls. All of it outlives the window.
 struct SettingsWindowParts {

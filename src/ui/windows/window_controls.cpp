@@ -20,6 +20,63 @@
 
 namespace tavlo {
 
+namespace {
+
+// An ampersand would underline the next letter: our titles have no mnemonics.
+QString verbatim(const QString& title)
+{
+    return QString(title).replace(QLatin1Char('&'), u"&&"_s);
+}
+
+QString withoutEscapes(const QString& title)
+{
+    return QString(title).replace(u"&&"_s, u"&"_s);
+}
+
+QPushButton* makeButton(const WindowElement& element, QWidget* parent)
+{
+    auto* button = new QPushButton(verbatim(element.text), parent);
+    const bool isDefault = element.kind == ElementKind::DefaultButton;
+    // Return belongs to the default button alone; the others are pressed with the space bar.
+    button->setAutoDefault(isDefault);
+    button->setDefault(isDefault);
+    return button;
+}
+
+QSizeF buttonRoom(const QAbstractButton& button)
+{
+    QStyleOptionButton option;
+    option.initFrom(&button);
+    option.text = button.text();
+    const bool isCheckBox = qobject_cast<const QCheckBox*>(&button) != nullptr;
+    const auto part = isCheckBox ? QStyle::SE_CheckBoxContents : QStyle::SE_PushButtonContents;
+    return QSizeF(button.style()->subElementRect(part, &option, &button).size());
+}
+
+QSizeF popUpRoom(const QComboBox& popUp)
+{
+    QStyleOptionComboBox option;
+    option.initFrom(&popUp);
+    option.editable = false;
+    option.subControls = QStyle::SC_All;
+    QSizeF room(
+        popUp.style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, &popUp).size());
+    room.rwidth() -= 2;  // styles set the text off from the field's edge
+    return room;
+}
+
+QSizeF fieldRoom(const QLineEdit& field)
+{
+    QStyleOptionFrame option;
+    option.initFrom(&field);
+    option.lineWidth = field.style()->pixelMetric(QStyle::PM_DefaultFrameWidth, &option, &field);
+    QSizeF room(field.style()->subElementRect(QStyle::SE_LineEditContents, &option, &field).size());
+    room.rwidth() -= 4;  // the field's own margin, two on each side
+    return room;
+}
+
+}  // namespace
+
 FittedLabel::FittedLabel(QWidget* parent) : QLabel(parent)
 {
     setTextFormat(Qt::PlainText);
@@ -79,63 +136,6 @@ void IconLabel::paintEvent(QPaintEvent*)
     QPainter painter(this);
     drawApplicationIcon(painter, QRectF(rect()));
 }
-
-namespace {
-
-// An ampersand would underline the next letter: our titles have no mnemonics.
-QString verbatim(const QString& title)
-{
-    return QString(title).replace(QLatin1Char('&'), u"&&"_s);
-}
-
-QString withoutEscapes(const QString& title)
-{
-    return QString(title).replace(u"&&"_s, u"&"_s);
-}
-
-QPushButton* makeButton(const WindowElement& element, QWidget* parent)
-{
-    auto* button = new QPushButton(verbatim(element.text), parent);
-    const bool isDefault = element.kind == ElementKind::DefaultButton;
-    // Return belongs to the default button alone; the others are pressed with the space bar.
-    button->setAutoDefault(isDefault);
-    button->setDefault(isDefault);
-    return button;
-}
-
-QSizeF buttonRoom(const QAbstractButton& button)
-{
-    QStyleOptionButton option;
-    option.initFrom(&button);
-    option.text = button.text();
-    const bool isCheckBox = qobject_cast<const QCheckBox*>(&button) != nullptr;
-    const auto part = isCheckBox ? QStyle::SE_CheckBoxContents : QStyle::SE_PushButtonContents;
-    return QSizeF(button.style()->subElementRect(part, &option, &button).size());
-}
-
-QSizeF popUpRoom(const QComboBox& popUp)
-{
-    QStyleOptionComboBox option;
-    option.initFrom(&popUp);
-    option.editable = false;
-    option.subControls = QStyle::SC_All;
-    QSizeF room(
-        popUp.style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, &popUp).size());
-    room.rwidth() -= 2;  // styles set the text off from the field's edge
-    return room;
-}
-
-QSizeF fieldRoom(const QLineEdit& field)
-{
-    QStyleOptionFrame option;
-    option.initFrom(&field);
-    option.lineWidth = field.style()->pixelMetric(QStyle::PM_DefaultFrameWidth, &option, &field);
-    QSizeF room(field.style()->subElementRect(QStyle::SE_LineEditContents, &option, &field).size());
-    room.rwidth() -= 4;  // the field's own margin, two on each side
-    return room;
-}
-
-}  // namespace
 
 QWidget* makeControl(const WindowElement& element, QWidget* parent)
 {

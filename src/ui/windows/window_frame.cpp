@@ -1,7 +1,6 @@
 #include "ui/windows/window_frame.h"
 
 #include "ui/application_icon.h"
-#include "ui/geometry.h"
 #include "ui/windows/window_controls.h"
 
 #include <QAbstractButton>
