@@ -109,7 +109,7 @@ void HotkeyCapture::captureModifier(const KeyEvent& event)
         return;
     }
     const std::uint64_t flag = modifierFlag(event.keyCode);
-    // Other keys say nothing here, and a key that went up has not been chosen.
+    // A key that is no modifier, or that was released.
     if (flag == 0 || (event.modifierFlags & flag) != flag) {
         return;
     }

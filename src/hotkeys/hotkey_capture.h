@@ -24,15 +24,17 @@ public:
     HotkeyCapture(MainQueue& queue, ConfigFile& file, AppLog& log, HotkeyDisplay& display);
 
     bool isCapturing() const;
+    // Asks for a key and waits for it; does nothing while a recording or a transcription is under way.
     void startCapture();
+    // What happens to a modifier and to any other key while a capture waits; both do nothing when none waits.
     void captureModifier(const KeyEvent& event);
     void finishCapture(const KeyEvent& event);
-    void saveCustomHotkey(std::uint16_t keyCode, const QString& label, bool isModifier);
     // `representedObject` is the menu item's value: the row's id, or anything else, which does nothing.
     void pickHotkey(const QVariant& representedObject);
 
 private:
     void warnAboutTypingKey(std::uint16_t keyCode, const QString& name);
+    void saveCustomHotkey(std::uint16_t keyCode, const QString& label, bool isModifier);
 
     MainQueue& m_queue;
     ConfigFile& m_file;

@@ -25,7 +25,7 @@ void drawApplicationIcon(QPainter& painter, const QRectF& square)
     painter.setBrush(ground);
     painter.drawRoundedRect(tile, 14, 14);
 
-    // A faint light from above lets the tile stand out on dark and light grounds alike.
+    // A faint light from above makes the tile stand out on dark and on light backgrounds.
     QLinearGradient light(0, tile.top(), 0, tile.bottom());
     light.setColorAt(0, QColor(255, 255, 255, 70));
     light.setColorAt(0.5, QColor(255, 255, 255, 0));
@@ -44,6 +44,8 @@ void drawApplicationIcon(QPainter& painter, const QRectF& square)
     painter.restore();
 }
 
+namespace {
+
 QIcon applicationIcon()
 {
     QIcon icon;
@@ -57,6 +59,8 @@ QIcon applicationIcon()
     }
     return icon;
 }
+
+}  // namespace
 
 void useApplicationIcon()
 {

@@ -28,7 +28,7 @@ QColor mixed(const QColor& from, const QColor& to, double share)
                   mixed(from.blue(), to.blue(), share));
 }
 
-// `wanted`, moved towards `text` only as far as it takes to be read on `background`.
+// `wanted`, mixed with as much of `text` as it takes to be readable on `background`.
 QColor readable(const QColor& wanted, const QColor& text, const QColor& background)
 {
     constexpr int kSteps = 32;

@@ -13,14 +13,14 @@ inline constexpr double kReadableContrast = 4.5;
 // The contrast of two opaque colours, 1 (none) to 21, by the WCAG's relative luminance.
 double contrast(const QColor& first, const QColor& second);
 
-// The colour of a label on that palette's window: weaker than the palette's text the less important the role is, but
-// never below the readable contrast as long as the palette's own text reaches it.
+// The colour of a label on that palette's windows. The less important the role, the weaker the colour, but the contrast
+// stays readable as long as that of the palette's own text is.
 QColor labelColour(ColourRole role, const QPalette& palette);
 
-// The colour of the hint in an empty text field, weaker than the field's text and readable as well.
+// The colour of the hint in an empty text field: weaker than the field's text, and readable.
 QColor placeholderColour(const QPalette& palette);
 
-// What to change in a menu's palette so that its greyed rows, the status among them, can be read.
+// The changes to a menu's palette that make its disabled rows readable; the status line is one of them.
 QPalette greyedRowColours(const QPalette& palette);
 
 }  // namespace tavlo

@@ -48,8 +48,8 @@ struct WindowElement {
     bool operator==(const WindowElement&) const = default;
 };
 
-// The one place where frames are turned over: they are given from the bottom-left corner of their parent, and Qt counts
-// from the top-left one.
+// Frames are given from the bottom-left corner of their parent, while Qt counts from the top-left one. This is the one
+// place that converts them.
 inline QRect frameFromBottomLeft(const QRect& rect, int parentHeight)
 {
     return {rect.x(), parentHeight - rect.y() - rect.height(), rect.width(), rect.height()};

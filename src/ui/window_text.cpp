@@ -83,7 +83,7 @@ FittedText laidOut(const TextRequest& request)
     return {style, block, shown == request.text && hasRoom(block, request.room)};
 }
 
-// What a style was chosen for.
+// The key of the cache: what a style was chosen for.
 struct Fit {
     std::vector<TextRequest> requests;
     QFont applicationFont;
@@ -99,8 +99,8 @@ std::size_t qHash(const Fit& fit, std::size_t seed = 0)
     return seed;
 }
 
-// What is remembered of the latest fits, more than all windows show in one language. Not given back at the end, when
-// fonts can no longer be touched.
+// The latest fits: more than all windows need in one language. Never destroyed, because fonts must not be touched any
+// more when static objects go.
 template <class Result>
 QCache<Fit, Result>& memory()
 {
@@ -108,7 +108,7 @@ QCache<Fit, Result>& memory()
     return *kept;
 }
 
-// The result for these requests: the remembered one, or the one that `find` finds now.
+// The cached result for these requests, or else what `find` finds now.
 template <class Result, class Find>
 Result remembered(const std::vector<TextRequest>& requests, Find find)
 {

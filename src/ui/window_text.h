@@ -31,7 +31,7 @@ struct TextRequest {
 // How a text is set.
 struct TextStyle {
     QFont font;
-    double lineSpacing = 1.0;  // distance of two lines, of the font's own
+    double lineSpacing = 1.0;  // distance of two lines, as a factor of the font's own distance
     double paragraphGap = 0;   // more room between paragraphs, in pixels
 
     bool operator==(const TextStyle&) const = default;
@@ -64,14 +64,14 @@ private:
     QSizeF m_size;
 };
 
-// Fitting and laying out take most of the time in which a window opens, so both are remembered for the latest texts and
-// the application's font: the windows show the same ones again. Main thread.
+// Fitting and laying out take most of the time that a window needs to open. Windows show the same texts again and
+// again, so the latest results are cached, by text and application font. Main thread.
 
-// The style closest to the requested one in which the text fits its room: paragraphs apart, lines closer together, then
-// a smaller size, then narrower letters. No text gets smaller than 11 pixels, or its own size where that is less. Where
-// nothing fits, the tightest style.
+// The style closest to the requested one in which the text fits its room. First the paragraphs move together, then the
+// lines, then the text gets smaller, at last its letters narrower. No text gets smaller than 11 pixels, or than its own
+// size where that is less. Where nothing fits, the tightest style.
 TextStyle fittedStyle(const TextRequest& request);
-// The same for the texts that a control shows by turns in one style: as close as possible to the first one's request.
+// The same for several texts that a control shows in turn, all in one style: the one closest to the first request.
 TextStyle fittedStyle(const std::vector<TextRequest>& requests);
 
 // Whether that text fits its room in that style.

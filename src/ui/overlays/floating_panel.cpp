@@ -88,7 +88,7 @@ void FloatingPanel::orderFront()
 {
     show();
     raise();
-    // What belongs above this panel stays there.
+    // The panels that belong above this one stay there.
     for (QWidget* window : QApplication::topLevelWidgets()) {
         const auto* panel = dynamic_cast<const FloatingPanel*>(window);
         if (panel != nullptr && panel->isVisible() && panel->level() > m_level) {
@@ -97,7 +97,7 @@ void FloatingPanel::orderFront()
     }
 }
 
-// Drawn once: the panel's own ground is translucent, so the shadow must spare it.
+// Kept until the size or the scale changes. The panel itself is translucent, so the shadow leaves its place free.
 void FloatingPanel::drawShadow()
 {
     const double ratio = devicePixelRatioF();
@@ -109,7 +109,7 @@ void FloatingPanel::drawShadow()
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     const QRectF frame = m_content->geometry();
-    // Layers upon layers give a soft edge; light falls from above.
+    // Many faint layers give a soft edge. They stand a little lower than the panel: light falls from above.
     constexpr int kLayers = 12;
     for (int layer = kLayers; layer > 0; --layer) {
         const double spread = layer - 1.0;

@@ -8,7 +8,7 @@
 
 namespace tavlo {
 
-// Where nothing composites the desktop, a panel is cut to its shape and drawn without its translucency.
+// Without a compositor a panel is cut to its shape and drawn opaque.
 enum class PanelLook { Translucent, Opaque };
 
 // The dark ground of a panel: `white` of 0...1 at `alpha` where the look allows it.
@@ -18,19 +18,20 @@ inline QColor panelGround(double white, double alpha, PanelLook look)
                             look == PanelLook::Opaque ? 1.0F : static_cast<float>(alpha));
 }
 
-// Which panel stands above the other one where they meet; a higher value is nearer to the user.
+// Which panel stands above another one: the one of the higher level.
 enum class PanelLevel { Status = 25, ScreenSaver = 1000 };
 
 // A borderless panel with rounded corners above everything else, full-screen windows too, on every workspace. It never
-// takes the keyboard focus and never catches the mouse. Its window manager is by-passed, so that none of them can
-// place, decorate or focus it. With a compositor it is translucent and casts a shadow, for which the window is larger
-// than its content by shadowMargin() on every side. Main thread.
+// takes the keyboard focus and never catches the mouse. It bypasses the window manager, which could otherwise move,
+// decorate or focus it. With a compositor it is translucent and casts a shadow, for which the window is larger than its
+// content by shadowMargin() on every side. Main thread.
 class FloatingPanel : public QWidget {
 public:
     // `content` fills the panel, which becomes its owner.
     FloatingPanel(PanelLevel level, double cornerRadius, QWidget* content);
 
-    // To be called before the content is drawn for a show, since a compositor may have come or gone.
+    // Call it before each show: a compositor may have started or ended since the last one. Returns how the content is
+    // to be drawn.
     PanelLook adaptTo(Compositing compositing);
     // Moves the content to that place, in pixels from the top-left of the desktop.
     void moveContent(const QPoint& topLeft);

@@ -26,8 +26,7 @@ double heightOfLines(const TextStyle& style)
     return std::min(QFontMetricsF(style.font).height() * kLines, kLabelFrame.height());
 }
 
-// The ways to set a message, from the best to the smallest: rather letters that are a little narrower than very small
-// ones.
+// The ways to set a message, the best one first. Letters that are a little narrower are better than very small ones.
 struct Setting {
     int pixelSize;
     int stretch;  // width of the letters, in percents
@@ -69,7 +68,7 @@ void drawMessage(QPainter& painter, const QRectF& bounds, const QString& text, P
     const double height = std::min(block.size().height(), heightOfLines(style));
     QRectF frame = frameFromBottomLeft(kLabelFrame, bounds.height()).translated(bounds.topLeft());
     frame.adjust(0, (frame.height() - height) / 2, 0, -(frame.height() - height) / 2);
-    painter.setClipRect(frame);  // what is beyond two lines is cut
+    painter.setClipRect(frame);  // a third line is cut off
     painter.setPen(Qt::white);
     block.draw(painter, frame, TextAlignment::Centre);
     painter.restore();

@@ -12,8 +12,7 @@
 
 namespace tavlo {
 
-// The style in which a message is set: 15 pixels, or the largest smaller size at which it fits two lines; at the least
-// 11.
+// The style of a message: 15 pixels, or the largest smaller size at which it fits two lines, but at least 11.
 TextStyle messageStyle(const QString& text);
 
 // Draws the box and in it the message, centred, at most two lines of it; `bounds` is the box.

@@ -20,19 +20,20 @@ constexpr double kBarAlpha = 0.92;
 constexpr QRgb kRecordingRed = 0xffff3b30;
 constexpr double kStubHeight = 2.5;  // of a silent slot's bar
 
-// Measured from the bottom-left; it is symmetric, so that turning it over changes nothing.
+// The same from the bottom-left and from the top-left corner, because it stands in the middle.
 QRectF meterArea(const QRectF& bounds)
 {
     return {bounds.x() + 34, bounds.y() + 9, bounds.width() - 50, bounds.height() - 18};
 }
 
-}  // namespace
-
+// The part of `bounds` whose picture depends on the levels: the meter's columns over the whole height.
 QRectF meterColumns(const QRectF& bounds)
 {
     const QRectF meter = meterArea(bounds);
     return {meter.x(), bounds.y(), meter.width(), bounds.height()};
 }
+
+}  // namespace
 
 void drawLevels(QPainter& painter, const QRectF& bounds, std::span<const float> levels, PanelLook look)
 {

@@ -19,9 +19,6 @@ inline constexpr std::size_t kLevelCount = 30;
 // function does not clamp, so a level above 1 gives a bar that is taller than the meter.
 void drawLevels(QPainter& painter, const QRectF& bounds, std::span<const float> levels, PanelLook look);
 
-// The part of `bounds` whose picture depends on the levels: the meter's columns over the whole height.
-QRectF meterColumns(const QRectF& bounds);
-
 // The live level meter of a recording. Main thread.
 class LevelView : public QWidget {
 public:

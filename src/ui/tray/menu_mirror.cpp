@@ -32,8 +32,8 @@ QString escapedTitle(const QString& title, TitleEscaping escaping)
     if (escaping == TitleEscaping::Toolkit) {
         return escaped.replace(QLatin1Char('&'), "&&"_L1);
     }
-    // On the bus "_" marks the key, and two of them are shown as one. The toolkit turns the first "&" of a title into
-    // that mark unless it is the last character, and leaves all others alone: a mark before an "&" shows just that.
+    // On the bus "_" marks the shortcut key, and "__" is shown as "_". The toolkit turns the first "&" of a title into
+    // that mark, unless it is the last character, and leaves every other "&" as it is: doubled, it is shown as "&".
     escaped.replace(QLatin1Char('_'), "__"_L1);
     const qsizetype first = escaped.indexOf(QLatin1Char('&'));
     if (first >= 0 && first < escaped.size() - 1) {
@@ -50,7 +50,7 @@ void MenuMirror::show(const MenuDescription& description, QMenu& menu)
     for (const MenuItemDescription& item : description) {
         QAction* action = menu.actions().value(row);
         if (action == nullptr || !sameKind(item, *action)) {
-            // A row that came in between: what stood here may still match further down, so nothing is removed yet.
+            // A new row comes in here. The row that stood here may match a later one, so nothing is removed yet.
             QAction* made = makeAction(item, menu);
             menu.insertAction(action, made);
             action = made;
@@ -82,7 +82,7 @@ QAction* MenuMirror::makeAction(const MenuItemDescription& item, QMenu& menu)
     auto* action = new QAction(&menu);
     action->setSeparator(item.separator);
     QObject::connect(action, &QAction::triggered, action, [this, action] {
-        // The toolkit has turned the check mark over by itself; what it shows is for the description to say.
+        // The toolkit has toggled the check mark by itself; only a new description may change it.
         action->setChecked(action->property(kCheckedProperty).toBool());
         m_handler(static_cast<MenuAction>(action->property(kActionProperty).toInt()),
                   action->property(kObjectProperty));

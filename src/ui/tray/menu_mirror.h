@@ -21,8 +21,8 @@ enum class TitleEscaping {
 
 QString escapedTitle(const QString& title, TitleEscaping escaping);
 
-// Makes a QMenu show a description. A menu and its items are changed in place, since a panel that has the menu open
-// keeps the items that it has read. Main thread.
+// Makes a QMenu show a description. The menu and its items are changed in place: a panel that has the menu open keeps
+// showing the items that it has read. Main thread.
 class MenuMirror {
 public:
     using Handler = std::function<void(MenuAction action, const QVariant& representedObject)>;
@@ -40,8 +40,8 @@ private:
     Handler m_handler;
 };
 
-// Chooses the row of `menu` that has this key as its equivalent, and closes all menus, as a menu bar does. An open menu
-// of the toolkit does so for the keys of its titles alone. Returns whether there was such a row.
+// Closes all menus and chooses the row of `menu` that has this key as its equivalent, as a menu bar does; an open menu
+// of the toolkit only knows the underlined letters of its titles. Returns whether there was such a row.
 bool pressKeyEquivalent(const QMenu& menu, const QKeyEvent& key);
 
 }  // namespace tavlo

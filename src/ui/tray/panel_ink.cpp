@@ -7,9 +7,9 @@ namespace tavlo {
 
 namespace {
 
-// Desktops whose panel is dark whatever the theme of the windows.
+// Desktops whose panel is dark whatever the theme of the windows is.
 constexpr std::array kDarkPanels{"GNOME", "Unity", "Budgie", "X-Cinnamon", "Pantheon"};
-// These name GNOME as well, but have a panel that follows the theme.
+// These desktops name GNOME as well, but their panel follows the theme.
 constexpr std::array kFollowingPanels{"GNOME-Flashback", "GNOME-Classic"};
 
 template <std::size_t count>

@@ -7,8 +7,8 @@
 
 namespace tavlo {
 
-// The ink that stands out on the desktop's panel. `windowColour` is the ground of windows in the application's palette,
-// by which it goes when the desktop says nothing.
+// The ink that stands out on the desktop's panel. `windowColour`, the background of windows in the application's
+// palette, decides when the desktop says nothing.
 IconInk panelInk(const PanelSurroundings& surroundings, const QColor& windowColour);
 
 }  // namespace tavlo

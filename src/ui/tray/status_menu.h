@@ -33,7 +33,7 @@ struct MenuItemDescription {
     QString title;
     MenuAction action = MenuAction::None;
     MenuCheck check = MenuCheck::NotCheckable;
-    QVariant representedObject;  // handed to the action
+    QVariant representedObject;  // passed to the action
     QString keyEquivalent;       // one character, with Control; empty for none
     bool separator = false;
     std::vector<MenuItemDescription> submenu;

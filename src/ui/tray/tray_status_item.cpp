@@ -21,7 +21,8 @@ namespace tavlo {
 
 namespace {
 
-// A panel that starts together with us needs some time to show all that it has, and one that crashed to start anew.
+// A panel that starts together with us needs some time until it offers all its kinds of tray, and one that crashed
+// needs some to restart.
 constexpr auto kSettlingTime = std::chrono::seconds(2);
 
 }  // namespace
@@ -96,7 +97,7 @@ bool TrayStatusItem::pressed(const QObject& receiver, const QKeyEvent& key)
 
 void TrayStatusItem::hostChanged()
 {
-    // The better kind is taken at once; a panel that has the other one only may be about to offer this one too.
+    // A tray on the bus is taken at once. A panel that can only embed an icon so far may be about to offer the bus.
     if (m_host.kind() == TrayKind::Bus || (m_icon && m_host.offers(m_kind))) {
         settle();
         return;
@@ -114,7 +115,7 @@ void TrayStatusItem::settle()
     } else if (m_kind == TrayKind::Bus && m_busNumber != m_host.busNumber() && m_host.offers(m_kind)) {
         putIconBack();
     }
-    // A tray of the other kind, which comes after the toolkit's decision, is of no use to us any more.
+    // The toolkit has decided for one kind: a tray of the other kind is of no use from then on.
     const auto presence = m_icon && m_host.offers(m_kind) ? TrayPresence::Present : TrayPresence::Absent;
     if (m_reported != presence) {
         m_reported = presence;
@@ -157,8 +158,8 @@ void TrayStatusItem::createIcon()
     m_icon->show();
 }
 
-// On a new bus. The icon stays the same object: before it makes another one, the toolkit may look for a tray over the
-// connection that went with the former bus. The menu is one that no bus has seen yet.
+// On a new bus. The icon stays the same object: for another one the toolkit would look for a tray over the connection
+// to the former bus. The menu is a new one, since the toolkit exports a menu only once.
 void TrayStatusItem::putIconBack()
 {
     m_icon->hide();
@@ -179,8 +180,8 @@ void TrayStatusItem::redraw()
     }
 }
 
-// A click opens the menu whichever the button, as a menu bar does. The panel's menu is not the one to pop up here: its
-// titles may be written for the bus.
+// Every mouse button opens the menu, as in a menu bar. It is not the panel's menu, whose titles may be escaped for the
+// bus.
 void TrayStatusItem::popUp()
 {
     if (!m_popUpMenu) {

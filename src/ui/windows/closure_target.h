@@ -17,7 +17,7 @@ public:
     // Calls `run`, which may destroy this target.
     void fire()
     {
-        // A handler that closes its window drops the window's targets, so the function that runs must not be ours.
+        // A copy, because a handler that closes its window destroys the window's targets, this one among them.
         const auto handler = run;
         if (handler) {
             handler();

@@ -150,7 +150,7 @@ OfferWindow::~OfferWindow() = default;
 
 void OfferWindow::offerModelDownload(std::function<void(ModelOutcome)> completion)
 {
-    // The offer before this one is dropped with its buttons; nobody hears of its end.
+    // The offer before this one is dropped; its completion is never called.
     m_modelWindow.reset();
     m_modelTargets.clear();
     forgetProgress();
@@ -189,7 +189,7 @@ void OfferWindow::startDownload()
             downloadEnded(result);
         }
     };
-    // A download that already runs goes on and reports to this window from here.
+    // A download that is running already continues, and from now on reports to this window.
     m_download.start();
 }
 
@@ -238,13 +238,13 @@ void OfferWindow::downloadEnded(const Result<void>& result)
         return;  // declined; the downloader has logged how the download ended
     }
     if (result) {
-        // Also when this window has not asked for the download: the model that it offers is there.
+        // Also when an earlier window started the download: the model is there now.
         showStatus(*m_modelWindow, t(u"Klaar"_s, u"Done"_s));
         end(ModelOutcome::Installed);
         return;
     }
     if (m_progressShown == ProgressShown::No) {
-        return;  // of a download that an earlier window started
+        return;  // an earlier window started this download
     }
     forgetProgress();
     m_modelWindow->control<QProgressBar>(kProgress).hide();

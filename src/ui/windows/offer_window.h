@@ -37,8 +37,8 @@ WindowDescription offerWindowLayout();
 // which is hidden then.
 WindowElement offerFailureElement();
 
-// The window that offers the offline model, shows its download and tells how it ended. One offer at a time: a new one
-// takes the place of the one before it. Main thread.
+// The window that offers the offline model, shows its download and tells how it ended. There is one offer at a time: a
+// new one replaces the one before. Main thread.
 class OfferWindow : public ModelOffer {
 public:
     // All outlive this object.
@@ -58,14 +58,15 @@ private:
         qint64 written;
         qint64 expected;
     };
-    // A window may end from within a click on one of its own buttons, so it goes after the click has been handled.
+    // A click on one of its own buttons may close a window, so it is destroyed after the click has been handled.
     struct DestroyLater {
         void operator()(WindowFrame* window) const;
     };
 
     void startDownload();
     void decline();
-    // Shows the first report at once, and then the latest one ten times a second: a fast line tells of hundreds.
+    // Shows the first report at once, and then the latest one ten times a second: a fast download reports far more
+    // often.
     void reported(const Progress& progress);
     void showLatestProgress();
     void forgetProgress();
@@ -81,7 +82,7 @@ private:
     std::function<void(ModelOutcome)> m_completion;  // of the offer that is open
     ProgressShown m_progressShown = ProgressShown::No;
     std::optional<Progress> m_latest;  // not shown yet
-    bool m_isPausing = false;          // a report was shown just now
+    bool m_isPausing = false;          // a report was shown less than a tenth of a second ago
     Lifetime m_pause;
     Lifetime m_lifetime;
 };

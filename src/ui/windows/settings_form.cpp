@@ -111,7 +111,7 @@ ReadyControls SettingsForm::controls()
 
 void SettingsForm::showVocabulary(const QString& text)
 {
-    // A text that stands there untouched is not laid out once more.
+    // Laying out a long text takes time, so the same text is not set again.
     if (text != vocabulary() || vocabView.document()->isUndoAvailable() || vocabView.document()->isRedoAvailable()) {
         vocabView.setPlainText(text);
     } else {

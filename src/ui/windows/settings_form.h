@@ -34,7 +34,7 @@ inline const QString kCancelButton = u"cancelButton"_s;
 inline const QString kSaveButton = u"saveButton"_s;
 }  // namespace control_name
 
-// What the settings window's pop-ups store: the index of an entry is the index of the pop-up's item.
+// What the settings window's pop-ups store. The index of an entry is the index of the pop-up's item.
 inline const std::array kLangValues{kDutch, kEnglish};
 inline const std::array kProviderValues{kProviderOpenAI, kProviderGroq};
 // The models of OpenAI.
@@ -69,7 +69,7 @@ int indexOf(const std::array<QString, count>& table, const QString& value)
     return 0;
 }
 
-// The entry that a pop-up has selected. An index outside the table is a mistake of the program, and stops it.
+// The entry that a pop-up has selected. An index outside the table is a programming error and stops the program.
 template <std::size_t count>
 const QString& selectedEntry(const std::array<QString, count>& table, int index)
 {
@@ -92,8 +92,8 @@ private:
     int m_givenPosition = 0;
 };
 
-// The settings window's long-lived controls: they exist as long as the application does, and each new window takes
-// them over. Main thread.
+// The settings window's long-lived controls. They live as long as the application; each new window takes them over from
+// the one before. Main thread.
 class SettingsForm {
 public:
     SettingsForm();

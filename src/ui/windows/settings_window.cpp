@@ -109,7 +109,7 @@ WindowDescription settingsWindowLayout()
 SettingsWindow::SettingsWindow(const SettingsWindowParts& parts, std::function<void()> saved)
     : m_parts(parts), m_saved(std::move(saved))
 {
-    // Only the user's own choices are actions; filling the pop-ups is none.
+    // activated() comes for the user's own choices only, not when a pop-up is filled.
     QObject::connect(&m_form.providerPopup, &QComboBox::activated, &m_form.providerPopup,
                      [this] { providerChanged(); });
     QObject::connect(&m_form.modelPopup, &QComboBox::activated, &m_form.modelPopup, [this] { modelChanged(); });
@@ -119,7 +119,7 @@ SettingsWindow::SettingsWindow(const SettingsWindowParts& parts, std::function<v
 
 std::unique_ptr<WindowFrame> SettingsWindow::buildSettingsWindow()
 {
-    // The titles are known before the window is built, which chooses each control's font by them.
+    // The window chooses each control's font by its titles, so they come first.
     fill(m_form.langPopup, langTitles(), 0);
     fill(m_form.providerPopup, providerTitles(), 0);
     fill(m_form.enginePopup, engineTitles(), 0);
@@ -140,11 +140,11 @@ void SettingsWindow::openSettings()
     if (m_settingsWindow) {
         m_settingsWindow->hide();
     }
-    m_parts.file.beginLoad();  // The key is looked for while the window is built.
+    m_parts.file.beginLoad();  // the keyring looks for the key while the window is built
     std::unique_ptr<WindowFrame> before = std::exchange(m_settingsWindow, buildSettingsWindow());
-    // The window manager places the window while it is filled in; it is not drawn before that is done.
+    // The window manager places the window while it is filled in; it is drawn afterwards.
     m_settingsWindow->bringToFront(m_parts.screens.mainVisibleFrame());
-    // The key is asked for by providerChanged.
+    // providerChanged() asks for the key.
     const Config config = m_parts.file.loadWithoutKey();
     m_form.langPopup.setCurrentIndex(indexOf(kLangValues, gLang));
     m_form.providerPopup.setCurrentIndex(indexOf(kProviderValues, config.provider));
@@ -204,7 +204,7 @@ void SettingsWindow::sliderChanged()
 {
     const QString percent = percentText(m_form.duckSlider.fraction());
     m_form.duckPct.showText(percent);
-    // The slider's own number, in thousandths, tells nobody anything.
+    // A screen reader would otherwise read out the slider's own number, in thousandths.
     m_form.duckSlider.setAccessibleDescription(percent);
 }
 
@@ -246,8 +246,8 @@ void SettingsWindow::saveSettings()
 void SettingsWindow::storeKey(const QString& provider)
 {
     const QString key = m_form.apiField.text().trimmed();
-    // A keyring that was too slow to show its key has one perhaps, and removes it once it wakes. The user, who has
-    // left the field as it was, has not asked for that.
+    // The keyring timed out when it was asked for the key. It may well have one, and would remove it now, although the
+    // user only left the field empty.
     if (m_keyAnswer == KeyAnswer::Missing && key.isEmpty()) {
         return;
     }

@@ -16,8 +16,8 @@ class Screens;
 class SecretStore;
 class Workspace;
 
-// The settings window in the interface language. The pop-ups, the slider, the key field, the vocabulary, the check box
-// and the two texts that change are in it as places only: the controls themselves outlive the window.
+// The settings window in the interface language. Of the controls that outlive the window (see SettingsForm) it holds
+// the places only.
 WindowDescription settingsWindowLayout();
 
 // What the settings window reads, writes and calls. All of it outlives the window.
@@ -50,7 +50,7 @@ public:
     SettingsForm& form() { return m_form; }
 
 private:
-    // Whether the keyring itself said which key there is; where its time was up, an empty field means nothing.
+    // Whether the keyring answered at all. If it timed out, an empty key field does not mean that there is no key.
     enum class KeyAnswer { Given, Missing };
 
     std::unique_ptr<WindowFrame> buildSettingsWindow();

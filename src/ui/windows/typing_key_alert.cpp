@@ -58,7 +58,7 @@ void TypingKeyAlertBox::show(const TypingKeyAlert& alert, std::function<void(Typ
     auto* useAnyway = box->addButton(alert.useAnyway, QMessageBox::AcceptRole);
     auto* cancel = box->addButton(alert.cancel, QMessageBox::RejectRole);
     if (auto* const buttons = box->findChild<QDialogButtonBox*>()) {
-        // A desktop's own arrangement may part the buttons from the order in which Tab reaches them.
+        // The desktop's own arrangement could differ from the order in which the Tab key reaches the buttons.
         buttons->setStyleSheet(u"QDialogButtonBox { button-layout: %1 }"_s.arg(QDialogButtonBox::WinLayout));
     }
     box->setDefaultButton(chooseAnother);

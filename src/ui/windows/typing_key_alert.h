@@ -9,14 +9,14 @@
 
 namespace tavlo {
 
-// The warning that a captured key is one of ordinary typing. One alert at a time: a new one answers the one before it
-// with Cancel. Main thread.
+// The warning that a captured key is one of ordinary typing. There is one alert at a time: a new one cancels the one
+// before. Main thread.
 class TypingKeyAlertBox {
 public:
     TypingKeyAlertBox() = default;
     TypingKeyAlertBox(const TypingKeyAlertBox&) = delete;
     TypingKeyAlertBox& operator=(const TypingKeyAlertBox&) = delete;
-    // An alert that is still open goes without an answer.
+    // An alert that is still open closes without an answer.
     ~TypingKeyAlertBox();
 
     // Shows the alert, in front of all windows, and returns at once. `answered` runs once, later; Escape and the

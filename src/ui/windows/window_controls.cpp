@@ -37,7 +37,7 @@ QPushButton* makeButton(const WindowElement& element, QWidget* parent)
 {
     auto* button = new QPushButton(verbatim(element.text), parent);
     const bool isDefault = element.kind == ElementKind::DefaultButton;
-    // Return belongs to the default button alone; the others are pressed with the space bar.
+    // Return presses the default button only; the others are pressed with the space bar.
     button->setAutoDefault(isDefault);
     button->setDefault(isDefault);
     return button;
@@ -98,12 +98,6 @@ void FittedLabel::showText(const QString& text)
     update();
 }
 
-void FittedLabel::setColourRole(ColourRole role)
-{
-    m_colour = role;
-    update();
-}
-
 TextRequest FittedLabel::request() const
 {
     return {text(), QSizeF(size()), m_pixelSize, m_weight, m_wrapping};
@@ -112,7 +106,7 @@ TextRequest FittedLabel::request() const
 void FittedLabel::paintEvent(QPaintEvent*)
 {
     const FittedText fitted = fittedText(request());
-    // A text of unknown length, such as an error of the system, may not fit at all: it is then read here.
+    // A text of unknown length, such as an error of the system, may not fit at all. The tooltip shows all of it.
     setToolTip(fitted.isWhole ? QString() : text());
     QPainter painter(this);
     painter.setPen(labelColour(m_colour, palette()));
@@ -127,7 +121,7 @@ void FittedLabel::paintEvent(QPaintEvent*)
 IconLabel::IconLabel(const QSize& size, QWidget* parent) : QLabel(parent)
 {
     resize(size);
-    // The picture itself is drawn below; this one tells assistive programs that the label is one.
+    // paintEvent() draws the icon; this pixmap tells assistive programs that the label is a picture.
     setPixmap(QPixmap(1, 1));
 }
 

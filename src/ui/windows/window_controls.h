@@ -15,9 +15,8 @@ public:
 
     // Takes over size, weight, colour, alignment and wrapping; not the text.
     void restyle(const WindowElement& element);
-    // Changes the text. It is fitted when it is drawn: a download's progress changes far more often.
+    // Changes the text. It is fitted when it is drawn, because a download's progress changes more often than that.
     void showText(const QString& text);
-    void setColourRole(ColourRole role);
 
     TextRequest request() const;
     // Fitted to the text, the frame and the font as they are now.
@@ -51,10 +50,10 @@ QWidget* makeControl(const WindowElement& element, QWidget* parent);
 // Gives a control the element's font, made to fit the control's present size and texts.
 void fitControl(QWidget* control, const WindowElement& element);
 
-// Makes what a control shows readable on the palette of now, where the desktop leaves that open.
+// Makes the hint of a text field readable on the present palette.
 void colourControl(QWidget* control);
 
-// The texts that a control shows at one time or another, each with the room that the style leaves for it.
+// All texts that a control can show, each with the room that the style leaves for it.
 std::vector<TextRequest> textsOf(const QWidget* control, const WindowElement& element);
 
 }  // namespace tavlo

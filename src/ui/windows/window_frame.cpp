@@ -61,7 +61,7 @@ WindowFrame::WindowFrame(const WindowDescription& description, const ReadyContro
             nameAfterLabel(element);
         }
     }
-    create();  // The display is busy with it while the caller fills the controls in.
+    create();  // the display server prepares the window while the caller fills in the controls
 }
 
 void WindowFrame::nameAfterLabel(const WindowElement& label)
@@ -148,7 +148,7 @@ void WindowFrame::changeEvent(QEvent* event)
 void WindowFrame::hideEvent(QHideEvent* event)
 {
     QDialog::hideEvent(event);
-    // A hidden window keeps its contents alone: neither a picture of itself nor a place at the display.
+    // A hidden window frees its picture and its resources at the display server.
     QMetaObject::invokeMethod(
         this,
         [this] {
@@ -161,7 +161,7 @@ void WindowFrame::hideEvent(QHideEvent* event)
 
 void WindowFrame::closeEvent(QCloseEvent* event)
 {
-    // A dialog would call this a rejection, which is what Escape does, and nobody asked for that.
+    // Closing must not count as Escape, as it does in QDialog.
     event->accept();
 }
 

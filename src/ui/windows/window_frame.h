@@ -19,8 +19,8 @@ using ReadyControls = QHash<QString, QWidget*>;
 // closes it. Follows the desktop's palette and font while it is open. Main thread.
 class WindowFrame : public QDialog {
 public:
-    // `ready` controls are moved into this window and take over the description's text, place and font; those which
-    // must outlive it are to be taken out again before it goes.
+    // `ready` controls are moved into this window, which gives them the text, place and font of the description. Those
+    // that must outlive it have to be moved out again before it is destroyed.
     explicit WindowFrame(const WindowDescription& description, const ReadyControls& ready = {});
 
     // The control of that name. A name or a type that the window does not have stops the program.
@@ -38,7 +38,7 @@ public:
     void retitle(const QString& buttonName, const QString& title);
     // Fits the texts of a control again after they have changed.
     void refit(const QString& name);
-    // Puts another description in the place of the element of the same name: its frame and its style, not its text.
+    // Replaces the description of the element of that name, and applies its frame and style; not its text.
     void redescribe(const WindowElement& element);
 
     // Shows the window in the middle of `screen`, in front of all others and with the keyboard.
