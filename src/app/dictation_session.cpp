@@ -108,11 +108,7 @@ void DictationSession::rejectSilence()
     if (judgePeak(peak) == Heard::NoSignal) {
         statusLine = t(u"Geen microfoonsignaal - gebruikt een andere app de microfoon?"_s,
                        u"No microphone signal - is another app using the mic?"_s);
-        m_parts.msgHud.show(t(u"Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de "
-                              "microfoon? Beëindig het gesprek of geef Tavlo even de microfoon."_s,
-                              u"No microphone signal received. Is FaceTime, Zoom or Teams using the "
-                              "mic? End the call or let Tavlo use the microphone."_s),
-                            6.0);
+        m_parts.msgHud.show(noSignalMessage(), 6.0);
     } else {
         statusLine = t(u"Geen spraak gehoord - niets verstuurd"_s, u"No speech detected - nothing sent"_s);
     }
@@ -181,11 +177,7 @@ void DictationSession::audioConfigurationChanged()
     }
     m_parts.log.appLog(u"Audio-apparaat gewisseld tijdens opname - opname gestopt"_s);
     cancelRecording();
-    m_parts.msgHud.show(t(u"Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is "
-                          "gestopt - druk op de sneltoets om opnieuw te beginnen."_s,
-                          u"Your microphone or audio device changed during recording. Recording "
-                          "stopped - press the hotkey to start again."_s),
-                        5.0);
+    m_parts.msgHud.show(deviceChangedMessage(), 5.0);
     m_parts.board.setStatusLine(
         t(u"Audio-apparaat gewisseld - opname gestopt"_s, u"Audio device changed - recording stopped"_s));
 }
@@ -194,6 +186,24 @@ void DictationSession::flashError(const QString& message)
 {
     m_parts.sounds.playSound(u"Basso"_s, 0.5F);
     m_parts.board.setStatusLine(kWarning + message);
+}
+
+QString noSignalMessage()
+{
+    return t(
+        u"Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de microfoon? Beëindig het gesprek of geef "
+        "Tavlo even de microfoon."_s,
+        u"No microphone signal received. Is FaceTime, Zoom or Teams using the mic? End the call or let Tavlo use the "
+        "microphone."_s);
+}
+
+QString deviceChangedMessage()
+{
+    return t(
+        u"Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk op de sneltoets "
+        "om opnieuw te beginnen."_s,
+        u"Your microphone or audio device changed during recording. Recording stopped - press the hotkey to start "
+        "again."_s);
 }
 
 }  // namespace tavlo

@@ -67,4 +67,9 @@ private:
     Lifetime m_lifetime;
 };
 
+// What the overlay says, in the interface language, of a recording without any signal and of one that ended because the
+// microphone changed.
+QString noSignalMessage();
+QString deviceChangedMessage();
+
 }  // namespace tavlo

@@ -362,6 +362,27 @@ TEST_P(PulseServer, AServerThatAnswersNoMoreHoldsNeitherTheStopNorTheVolume)
     server.thaw();
 }
 
+// The notice of a change waits for the main thread. When a recording has begun on the new microphone by then, the
+// notice is outdated and must not end it.
+TEST_P(PulseServer, ANoticeFromBeforeTheRecordingDoesNotDisturbIt)
+{
+    startEverything();
+    server.control({u"set-default-source"_s, u"headset"_s});
+    WaitingMainQueue meanwhile;  // lets time pass, while the main thread's own queue stands still
+    ASSERT_TRUE(meanwhile.runUntil([this] {
+        const std::lock_guard guard(*connection);
+        const auto& microphone = connection->devices().microphone();
+        return microphone && microphone->name == "headset";
+    }));
+    ASSERT_GT(input->inputFormat().sampleRate, 0);
+    ASSERT_TRUE(input->start(keep()));
+    queue.runFor(300ms);
+    EXPECT_EQ(notices, 0);
+    server.control({u"set-default-source"_s, u"microphone"_s});
+    EXPECT_TRUE(queue.runUntil([this] { return notices > 0; })) << "a change during the recording is noticed";
+    input->stop();
+}
+
 TEST_P(PulseServer, AMonitorChosenAsDefaultIsNoMicrophone)
 {
     startEverything();

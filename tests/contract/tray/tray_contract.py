@@ -192,14 +192,19 @@ class StatusItemOnThePanel(OnDesktop):
         self.assertEqual(self.item.menu()[0].number, row)
         self.desktop.hands.press("Escape")
 
-    def icon_place(self):
-        """The middle of our icon: it is the only thing that stands in the panel."""
+    def ink_in_the_panel(self):
+        """The first and the last column in which something dark stands in the panel, or None."""
         self.desktop.processes.run("import", "-window", "root", "-crop", "1280x28+0+0", "+repage", "-depth", "8",
                                    self.desktop.folder / "panel.ppm")
         header, data = (self.desktop.folder / "panel.ppm").read_bytes().split(b"\n255\n", 1)
         self.assertTrue(header.startswith(b"P6"))
         dark = [(index // 3) % 1280 for index in range(0, 3 * 1280 * 26, 3) if max(data[index:index + 3]) < 60]
-        return ((min(dark) + max(dark)) // 2, 14) if dark else None
+        return (min(dark), max(dark)) if dark else None
+
+    def icon_place(self):
+        """The middle of our icon: it is the only thing that stands in the panel."""
+        ink = self.ink_in_the_panel()
+        return ink and (sum(ink) // 2, 14)
 
     def open_panel_menu(self):
         x, y = wait_for(self.icon_place, what="the icon's picture in the panel")
@@ -215,15 +220,25 @@ class StatusItemOnThePanel(OnDesktop):
         self.desktop.hands.press("Escape")
         wait_for(lambda: not self.desktop.hands.windows(self.probe.pid), what="our menu to close")
 
-    def test_every_state_has_its_icon_and_no_text_beside_it(self):
+    def test_every_state_has_its_icon(self):
         for state in ("waveform", "hourglass", "keyboard", "mic"):
             self.probe.do(f"icon {state}")
             wait_for(lambda expected=state: self.icon_states() == {expected}, what=f"the icon of {state}",
                      show=self.icon_states)
         self.assertEqual({picture[0] for picture in self.item.pixmaps()}, {16, 22, 24, 32, 44})
-        # A text beside an icon is known to some panels only. Nothing sets it, and nothing may begin to.
-        # pylint: disable=protected-access
-        self.assertFalse(self.item._property("XAyatanaLabel"))
+
+    def test_no_text_stands_beside_the_icon(self):
+        for state in ("waveform", "hourglass", "keyboard", "mic"):
+            self.probe.do(f"icon {state}")
+            wait_for(lambda expected=state: self.icon_states() == {expected}, what=f"the icon of {state}",
+                     show=self.icon_states)
+            # It is the only thing that stands in the panel, and at most as wide as it is high.
+            left, right = wait_for(self.ink_in_the_panel, what="the icon's picture in the panel")
+            self.assertLessEqual(right - left + 1, 22)
+        # Panels show a label or a text of some kinds of items only, but then beside the icon.
+        properties = self.item.properties()
+        self.assertIn("IconPixmap", properties)
+        self.assertEqual([name for name in properties if "Label" in name or "Text" in name], [])
 
     def ink(self):
         """The colour of the icon's solid pixels."""
@@ -397,6 +412,14 @@ class Overlays:
         wait_for(lambda: self.content(BOX) is None, what="the message to hide itself")
         self.assertIsNotNone(self.content(PILL))
 
+    def test_the_message_stays_above_a_pill_that_comes_second(self):
+        self.probe.do("message Opname geannuleerd")
+        self.shown(BOX)
+        self.probe.do("show-recording")
+        self.shown(PILL)
+        self.assertEqual([overlay[0] for overlay in self.overlays()],
+                         [size[0] + 2 * self.margin for size in (BOX, PILL)])
+
     def test_neither_takes_the_focus_nor_catches_the_pointer(self):
         before = self.desktop.hands.focused_window()
         self.probe.do("show-recording")
@@ -427,6 +450,14 @@ class OverlaysWithoutACompositor(Overlays, OnDesktop):
         left, top = self.shown(PILL)
         wait_for(lambda: self.pixel(left + 95, top + 3) == (18, 18, 18), what="an opaque ground")
 
+    def test_there_is_no_shadow(self):
+        for command, size in (("show-recording", PILL), ("message Opname geannuleerd", BOX)):
+            self.probe.do(command)
+            left, top = self.shown(size)
+            wait_for(lambda place=(left + size[0] // 2, top + 3): self.is_dark(*place), what="the overlay")
+            for y in (top - 2, top + size[1] + 2):
+                self.assertEqual(self.pixel(left + size[0] // 2, y), (255, 255, 255))
+
 
 class OverlaysWithACompositor(Overlays, OnDesktop):
     options = {"compositor": True}
@@ -439,6 +470,22 @@ class OverlaysWithACompositor(Overlays, OnDesktop):
         expected = round(255 * (0.07 * 0.88 + 0.12))
         wait_for(lambda: abs(self.pixel(left + 95, top + 3)[0] - expected) <= 3, what="a translucent ground",
                  show=lambda: self.pixel(left + 95, top + 3))
+
+    def test_the_panels_cast_a_soft_shadow(self):
+        for command, size in (("show-recording", PILL), ("message Opname geannuleerd", BOX)):
+            self.probe.do(command)
+            left, top = self.shown(size)
+            middle, bottom = left + size[0] // 2, top + size[1]
+            wait_for(lambda place=(middle, top + 3): self.is_dark(*place), what="the overlay")
+            # On the white behind it the shadow grows weaker with the distance, until nothing is left of it.
+            below = [self.pixel(middle, bottom + distance)[0] for distance in range(self.margin + 1)]
+            self.assertLess(below[0], 225)
+            self.assertEqual(sorted(below), below)
+            self.assertEqual(below[-1], 255)
+            # Light falls from above.
+            self.assertLess(below[2], self.pixel(middle, top - 3)[0])
+            for x in (left - 4, left + size[0] + 3):
+                self.assertLess(self.pixel(x, top + size[1] // 2)[0], 250)
 
 
 if __name__ == "__main__":

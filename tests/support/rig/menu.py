@@ -61,6 +61,13 @@ class StatusItem:
             raise LookupError("there is no status item")
         return self._bus.get(*self._address, _ITEM, name)
 
+    def properties(self):
+        """All that the item says of itself, by name."""
+        if self._address is None and not self.is_there():
+            raise LookupError("there is no status item")
+        return self._bus.call(*self._address, "org.freedesktop.DBus.Properties", "GetAll",
+                              GLib.Variant("(s)", (_ITEM,)))[0]
+
     def pixmaps(self):
         """The icon's pictures as (width, height, bytes of ARGB), largest last."""
         pictures = self._property("IconPixmap") or []

@@ -1,7 +1,16 @@
 // The texts of the message overlay and of the warning about a typing key, in the fonts that desktops come with.
 
+#include "app/dictation_session.h"
 #include "hotkeys/hotkey_capture.h"
+#include "hotkeys/hotkey_catalogue.h"
 #include "platform/text_literals.h"
+#include "settings/config.h"
+#include "settings/config_file.h"
+#include "settings/keychain.h"
+#include "support/fakes/fake_hotkey_display.h"
+#include "support/fakes/fake_secret_store.h"
+#include "support/fakes/manual_main_queue.h"
+#include "support/fakes/memory_log.h"
 #include "ui/overlays/message_hud.h"
 #include "ui/windows/typing_key_alert.h"
 #include "window_test_support.h"
@@ -12,8 +21,10 @@
 #include <QFontMetricsF>
 #include <QLabel>
 #include <QMessageBox>
+#include <QTemporaryDir>
 
 #include <algorithm>
+#include <chrono>
 #include <vector>
 
 using namespace tavlo;
@@ -21,25 +32,42 @@ using namespace tavlo::test;
 
 namespace {
 
-// The longest texts of the message overlay, and those of a capture.
-std::vector<QString> longMessages()
+KeyEvent keyWithCode(std::uint16_t keyCode)
 {
-    return {
-        u"Geen microfoonsignaal ontvangen. Gebruikt FaceTime, Zoom of Teams de microfoon? Beëindig het "
-        "gesprek of geef Tavlo even de microfoon."_s,
-        u"No microphone signal received. Is FaceTime, Zoom or Teams using the mic? End the call or let "
-        "Tavlo use the microphone."_s,
-        u"Je microfoon of audio-apparaat is gewisseld tijdens de opname. De opname is gestopt - druk op "
-        "de sneltoets om opnieuw te beginnen."_s,
-        u"Your microphone or audio device changed during recording. Recording stopped - press the "
-        "hotkey to start again."_s,
-        u"⌨️  Druk nu op de toets die je als sneltoets wilt gebruiken - Esc om te annuleren"_s,
-        u"⌨️  Now press the key you want to use as the hotkey - Esc to cancel"_s,
-        u"Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"_s,
-        u"Caps Lock is not suitable - press another key (Esc = cancel)"_s,
-        u"✓ Sneltoets is nu: Page Down"_s,
-        u"Toetskeuze geannuleerd"_s,
-        u"Key selection cancelled"_s};
+    KeyEvent event;
+    event.keyCode = keyCode;
+    return event;
+}
+
+// What the message overlay says in the present language: the longest texts, and those of a capture.
+std::vector<QString> messages()
+{
+    const QTemporaryDir folder;
+    ManualMainQueue queue;
+    MemoryLog log;
+    FakeSecretStore secrets(queue);
+    Keychain keychain(secrets);
+    ConfigFile file(folder.filePath(u"config.json"_s), keychain, log);
+    FakeHotkeyDisplay display;
+    HotkeyCapture capture(queue, file, log, display);
+
+    std::vector<QString> shown{noSignalMessage(), deviceChangedMessage()};
+    const auto note = [&shown, &display] {
+        ASSERT_TRUE(display.message);
+        shown.push_back(display.message->text);
+        display.message.reset();
+    };
+    capture.startCapture();
+    queue.advance(std::chrono::milliseconds(300));
+    note();
+    capture.captureModifier(keyWithCode(kCapsLockKeyCode));
+    note();
+    capture.finishCapture(keyWithCode(121));  // Page Down
+    note();
+    capture.startCapture();
+    capture.finishCapture(keyWithCode(kEscapeKeyCode));
+    note();
+    return shown;
 }
 
 class MessageFont : public testing::TestWithParam<const char*> {};
@@ -50,13 +78,17 @@ TEST_P(MessageFont, FitsEveryMessageOnTwoLines)
     ASSERT_TRUE(QFontDatabase::families().contains(family)) << GetParam() << " is not installed";
     const QFont before = QApplication::font();
     QApplication::setFont(QFont(family));
-    for (const QString& text : longMessages()) {
-        const TextStyle style = messageStyle(text);
-        EXPECT_EQ(QFontInfo(style.font).family(), family);
-        EXPECT_GE(style.font.pixelSize(), 12) << text.toStdString();
-        const QSizeF needed = TextBlock(text, style, Wrapping::BetweenWords, 424).size();
-        EXPECT_LE(needed.width(), 424) << text.toStdString();
-        EXPECT_LE(needed.height(), std::min(40.0, 2 * QFontMetricsF(style.font).height())) << text.toStdString();
+    for (const QString& language : {kDutch, kEnglish}) {
+        const LanguageScope scope(language);
+        ASSERT_EQ(messages().size(), 6U);
+        for (const QString& text : messages()) {
+            const TextStyle style = messageStyle(text);
+            EXPECT_EQ(QFontInfo(style.font).family(), family);
+            EXPECT_GE(style.font.pixelSize(), 12) << text.toStdString();
+            const QSizeF needed = TextBlock(text, style, Wrapping::BetweenWords, 424).size();
+            EXPECT_LE(needed.width(), 424) << text.toStdString();
+            EXPECT_LE(needed.height(), std::min(40.0, 2 * QFontMetricsF(style.font).height())) << text.toStdString();
+        }
     }
     QApplication::setFont(before);
 }
@@ -66,8 +98,8 @@ TEST_P(MessageFont, TheTypingKeyAlertHasRoomForItsTexts)
     const QString family = QLatin1String(GetParam());
     const QFont before = QApplication::font();
     QApplication::setFont(QFont(family, 10));
-    for (const char* const language : {"nl", "en"}) {
-        const LanguageScope scope(QString::fromLatin1(language));
+    for (const QString& language : {kDutch, kEnglish}) {
+        const LanguageScope scope(language);
         TypingKeyAlertBox alert;
         alert.show(typingKeyAlert(t(u"Spatie"_s, u"Space"_s)), [](TypingKeyAnswer) {});
         QApplication::processEvents();
