@@ -99,6 +99,7 @@ TEST_F(TrayStatusItemTest, ATrayOfTheOtherKindIsNoneForAnIconThatIsMade)
     host.set(TrayKind::Embedding);
     const Item item(*this);
     queue.advance(std::chrono::seconds(2));
+    host.set(TrayKind::None);
     host.set(TrayKind::Bus);
     host.set(TrayKind::Embedding);
     EXPECT_EQ(reports, (std::vector<TrayPresence>{kThere, kGone, kThere}));
