@@ -13,6 +13,7 @@
 #include <QTemporaryDir>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <chrono>
@@ -148,10 +149,16 @@ TEST_F(FileLogTest, AFullPipeHoldsUpNeitherTheCallerNorTheLinesAfterIt)
     ASSERT_EQ(::mkfifo(name.constData(), 0600), 0);
     const int reader = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     ASSERT_GE(reader, 0);
+    ASSERT_EQ(::fcntl(reader, F_SETPIPE_SZ, 4096), 4096);
     {
         FileLog log(m_path, std::chrono::seconds(10));
         for (int i = 0; i < 100; ++i) {  // far more than a pipe holds
             log.appLog(QString(10'000, QLatin1Char('x')));
+        }
+        int waiting = 0;
+        while (waiting < 4096) {
+            ASSERT_EQ(::ioctl(reader, FIONREAD, &waiting), 0);
+            std::this_thread::yield();
         }
         ASSERT_TRUE(QFile::remove(m_path));
         log.appLog(u"later"_s);
