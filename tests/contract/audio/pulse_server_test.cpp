@@ -368,7 +368,7 @@ TEST_P(PulseServer, ANoticeFromBeforeTheRecordingDoesNotDisturbIt)
 {
     startEverything();
     server.control({u"set-default-source"_s, u"headset"_s});
-    WaitingMainQueue meanwhile;  // lets time pass, while the main thread's own queue stands still
+    ManualMainQueue meanwhile;  // lets time pass, while the main thread's own queue stands still
     ASSERT_TRUE(meanwhile.runUntil([this] {
         const std::lock_guard guard(*connection);
         const auto& microphone = connection->devices().microphone();
