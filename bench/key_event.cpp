@@ -103,10 +103,10 @@ int main(int argc, char** argv)
     HotkeyDetection detection(queue, file, capture, dictation);
 
     KeyEvent hotkey;
-    hotkey.keyCode = 54;
-    hotkey.modifierFlags = kCommandFlag;
+    hotkey.keyCode = KeyCode::RightCommand;
+    hotkey.modifierFlags = ModifierFlags::Command;
     KeyEvent letter;
-    letter.keyCode = 0;
+    letter.keyCode = KeyCode::A;
     letter.charactersIgnoringModifiers = u"a"_s;
 
     qsizetype keys = 0;

@@ -72,7 +72,7 @@ int run(QApplication& application)
     QtPasteboard pasteboard;
     QtWorkspace workspace;
     AutostartLoginItem loginItem = AutostartLoginItem::forProgram(QCoreApplication::applicationFilePath());
-    X11Desktop desktop(pasteboard, workspace);
+    X11Desktop desktop(pasteboard);
     const QDBusConnection sessionBus = QDBusConnection::sessionBus();
     BusNotification notification(control, sessionBus);
 

@@ -35,7 +35,7 @@ AppDelegate::AppDelegate(const AppParts& parts)
       m_duckRepair(m_duckJournal, parts.outputVolume),
       m_ducker(parts.outputVolume, parts.queue, &m_duckJournal),
       m_board({m_state, parts.queue, parts.file, parts.loginItem, parts.statusItem, parts.control}),
-      m_delivery(m_state, parts.queue, parts.pasteboard, parts.keystroke, parts.sounds, m_board),
+      m_delivery(m_state, parts.queue, parts.pasteboard, parts.keystroke, parts.sounds, parts.workspace, m_board),
       m_routing({m_state, parts.queue, parts.background, parts.cloud, parts.local, parts.offer, m_delivery,
                  parts.sounds, m_board, parts.file, parts.log, parts.locations.kLastWavURL}),
       m_session({m_state, parts.queue, m_recorder, m_ducker, parts.sounds, parts.hud, parts.msgHud, m_board, m_routing,
@@ -67,7 +67,7 @@ void AppDelegate::applicationDidFinishLaunching()
     m_duckRepair.start();
     registerHandlers();
     m_parts.secrets.requestUnlock();
-    if (const QString reason = m_parts.keyboard.unavailableReason(); !reason.isEmpty()) {
+    if (const QString reason = t(m_parts.keyboard.unavailableReason()); !reason.isEmpty()) {
         m_parts.log.appLog(reason);
         m_board.setStatusLine(u"⚠️ "_s + reason);
     }
@@ -77,8 +77,9 @@ void AppDelegate::registerHandlers()
 {
     m_recorder.levelHandler = [this](float level) { m_parts.hud.push(level); };
     m_registrations.push_back(
-        m_parts.keyboard.monitor([this](const KeyEvent& event) { m_detection.handleKeyDown(event); },
-                                 [this](const KeyEvent& event) { m_detection.handleFlags(event); }));
+        m_parts.keyboard.onKeyDown([this](const KeyEvent& event) { m_detection.handleKeyDown(event); }));
+    m_registrations.push_back(
+        m_parts.keyboard.onFlagsChanged([this](const KeyEvent& event) { m_detection.handleFlags(event); }));
     m_registrations.push_back(
         m_parts.audioInput.onConfigurationChange([this] { m_session.audioConfigurationChanged(); }));
     m_registrations.push_back(m_parts.control.onCommand([this](RemoteCommand command) { obey(command); }));

@@ -3,6 +3,7 @@
 #include "app/status_board.h"
 #include "app/transcription_routing.h"
 #include "audio/recorder.h"
+#include "audio/sound_cues.h"
 #include "audio/volume_ducker.h"
 #include "hotkeys/hotkey_catalogue.h"
 #include "platform/sound_player.h"
@@ -64,7 +65,7 @@ void DictationSession::startRecording()
         return;
     }
     m_parts.state.recording = true;
-    m_parts.sounds.playSound(u"Pop"_s, 0.15F);
+    m_parts.sounds.play(sound(SoundCue::Started), 0.15F);
     // The key plays no part in a recording's start, so a slow keyring must not delay it.
     const Config config = m_parts.file.loadWithoutKey();
     if (config.duckEnabled) {
@@ -85,7 +86,7 @@ void DictationSession::finishRecording()
     m_parts.state.recording = false;
     m_parts.hud.hide();
     m_parts.ducker.restore();
-    m_parts.sounds.playSound(u"Tink"_s, 0.12F);
+    m_parts.sounds.play(sound(SoundCue::Stopped), 0.12F);
 
     const double duration = recordingSeconds(wav);
     if (duration < kShortestRecordingSeconds) {
@@ -147,7 +148,7 @@ void DictationSession::watchdogFired(std::int64_t token)
     m_parts.state.busy = false;
     m_parts.board.updateIcon();
     m_parts.log.appLog(u"WAAKHOND: transcriptie hing, app vrijgegeven"_s);
-    m_parts.sounds.playSound(u"Basso"_s, 0.5F);
+    m_parts.sounds.play(sound(SoundCue::Alert), 0.5F);
     m_parts.board.setStatusLine(kWarning + t(u"Transcriptie duurde te lang en is afgebroken - opname is bewaard als "
                                              "laatste-opname.wav"_s,
                                              u"Transcription took too long and was aborted - the recording is saved as "
@@ -165,7 +166,7 @@ void DictationSession::cancelRecording()
     m_parts.state.recording = false;
     m_parts.hud.hide();
     m_parts.ducker.restore();
-    m_parts.sounds.playSound(u"Basso"_s, 0.2F);
+    m_parts.sounds.play(sound(SoundCue::Alert), 0.2F);
     m_parts.board.updateIcon();
     m_parts.board.setStatusLine(t(u"Opname geannuleerd"_s, u"Recording cancelled"_s));
 }
@@ -184,7 +185,7 @@ void DictationSession::audioConfigurationChanged()
 
 void DictationSession::flashError(const QString& message)
 {
-    m_parts.sounds.playSound(u"Basso"_s, 0.5F);
+    m_parts.sounds.play(sound(SoundCue::Alert), 0.5F);
     m_parts.board.setStatusLine(kWarning + message);
 }
 

@@ -1,10 +1,13 @@
 #include "app/text_delivery.h"
 
 #include "app/status_board.h"
+#include "audio/sound_cues.h"
 #include "platform/paste.h"
 #include "platform/sound_player.h"
 #include "platform/text_literals.h"
+#include "platform/workspace.h"
 #include "settings/language.h"
+#include "settings/locations.h"
 
 namespace tavlo {
 
@@ -16,8 +19,14 @@ constexpr std::chrono::milliseconds kKeystrokeDelay{150};
 }  // namespace
 
 TextDelivery::TextDelivery(SessionState& state, MainQueue& queue, Pasteboard& pasteboard, PasteKeystroke& keystroke,
-                           SoundPlayer& sounds, StatusBoard& board)
-    : m_state(state), m_queue(queue), m_pasteboard(pasteboard), m_keystroke(keystroke), m_sounds(sounds), m_board(board)
+                           SoundPlayer& sounds, Workspace& workspace, StatusBoard& board)
+    : m_state(state),
+      m_queue(queue),
+      m_pasteboard(pasteboard),
+      m_keystroke(keystroke),
+      m_sounds(sounds),
+      m_workspace(workspace),
+      m_board(board)
 {
 }
 
@@ -31,8 +40,8 @@ void TextDelivery::paste(const QString& text)
     m_board.setStatusLine(
         t(u"⚠️ Tekst staat op klembord (⌘V) - zet Toegankelijkheid weer aan voor automatisch plakken"_s,
           u"⚠️ Text is on the clipboard (⌘V) - re-enable Accessibility for automatic pasting"_s));
-    m_sounds.playSound(u"Basso"_s, 0.4F);
-    m_keystroke.openTrustSettings();
+    m_sounds.play(sound(SoundCue::Alert), 0.4F);
+    m_workspace.open(QUrl(kPasteHelpURL));
 }
 
 void TextDelivery::pasteAgain()

@@ -3,6 +3,7 @@
 #include "app/status_board.h"
 #include "app/text_delivery.h"
 #include "app/text_rules.h"
+#include "audio/sound_cues.h"
 #include "platform/queues.h"
 #include "platform/sound_player.h"
 #include "platform/text_literals.h"
@@ -135,7 +136,7 @@ void TranscriptionRouting::handleLocal(const TranscriptionResult& result)
     const QString& description = result.error().description;
     setReady();
     m_parts.log.appLog(u"Lokale transcriptie mislukt: "_s + description);
-    m_parts.sounds.playSound(u"Basso"_s, 0.5F);
+    m_parts.sounds.play(sound(SoundCue::Alert), 0.5F);
     m_parts.board.setStatusLine(u"⚠️ "_s + t(u"Mislukt: "_s, u"Failed: "_s) + description);
 }
 

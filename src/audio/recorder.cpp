@@ -69,11 +69,14 @@ Result<void> Recorder::start()
         m_input.stop();
         m_isRecording = false;
     }
-    const AudioFormat format = m_input.inputFormat();
-    if (!(format.sampleRate > 0) || format.channelCount <= 0) {
+    const Result<AudioFormat> format = m_input.inputFormat();
+    if (!format) {
+        return tl::unexpected<Error>(format.error());
+    }
+    if (!(format->sampleRate > 0) || format->channelCount <= 0) {
         return failure(kNoMicrophone, u"Geen microfoon beschikbaar (of geen toestemming)."_s);
     }
-    std::shared_ptr<SpeechConverter> converter = SpeechConverter::create(format);
+    std::shared_ptr<SpeechConverter> converter = SpeechConverter::create(*format);
     if (!converter) {
         return failure(kNoAudioConverter, u"Audioconversie niet mogelijk."_s);
     }

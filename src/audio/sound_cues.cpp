@@ -10,6 +10,7 @@ namespace tavlo {
 
 namespace {
 
+constexpr int kSampleRate = 48000;
 constexpr double kPeak = 0.9;
 constexpr double kFadeOutSeconds = 0.012;
 
@@ -22,26 +23,26 @@ struct Partial {
     double share;
 };
 
-struct Cue {
+struct Recipe {
     double seconds;
     double attackSeconds;
     std::vector<Partial> partials;
 };
 
 // A drop of water: one soft tone that glides upwards.
-Cue pop()
+Recipe pop()
 {
     return {0.11, 0.004, {{330, 720, 0.035, 0.030, 1.0}, {660, 1440, 0.035, 0.016, 0.25}}};
 }
 
 // A light tap on a glass: high partials that stand in no whole ratio.
-Cue tink()
+Recipe tink()
 {
     return {0.20, 0.0015, {{2093, 2093, 1, 0.055, 1.0}, {3520, 3520, 1, 0.030, 0.35}, {5586, 5586, 1, 0.016, 0.2}}};
 }
 
 // A low, sinking tone with enough overtones for small loudspeakers.
-Cue basso()
+Recipe basso()
 {
     return {0.38,
             0.008,
@@ -59,41 +60,45 @@ double phase(const Partial& partial, double time)
     return 2 * std::numbers::pi * cycles;
 }
 
-std::vector<float> compute(const Cue& cue, int sampleRate)
+Sound compute(const QString& name, const Recipe& recipe)
 {
-    std::vector<double> sound(static_cast<std::size_t>(cue.seconds * sampleRate));
+    std::vector<double> samples(static_cast<std::size_t>(recipe.seconds * kSampleRate));
     double loudest = 0;
-    for (std::size_t frame = 0; frame < sound.size(); ++frame) {
-        const double time = static_cast<double>(frame) / sampleRate;
+    for (std::size_t frame = 0; frame < samples.size(); ++frame) {
+        const double time = static_cast<double>(frame) / kSampleRate;
         double sample = 0;
-        for (const Partial& partial : cue.partials) {
+        for (const Partial& partial : recipe.partials) {
             sample += partial.share * std::exp(-time / partial.decaySeconds) * std::sin(phase(partial, time));
         }
-        const double remaining = static_cast<double>(sound.size() - 1 - frame) / sampleRate;
-        sample *= std::min(time / cue.attackSeconds, 1.0) * std::min(remaining / kFadeOutSeconds, 1.0);
-        sound[frame] = sample;
+        const double remaining = static_cast<double>(samples.size() - 1 - frame) / kSampleRate;
+        sample *= std::min(time / recipe.attackSeconds, 1.0) * std::min(remaining / kFadeOutSeconds, 1.0);
+        samples[frame] = sample;
         loudest = std::max(loudest, std::abs(sample));
     }
-    std::vector<float> scaled(sound.size());
-    std::transform(sound.begin(), sound.end(), scaled.begin(),
+    std::vector<float> scaled(samples.size());
+    std::transform(samples.begin(), samples.end(), scaled.begin(),
                    [loudest](double sample) { return static_cast<float>(sample * kPeak / loudest); });
-    return scaled;
+    return {name, kSampleRate, std::move(scaled)};
 }
 
 }  // namespace
 
-std::vector<float> soundCue(const QString& name, int sampleRate)
+const Sound& sound(SoundCue cue)
 {
-    if (name == "Pop"_L1) {
-        return compute(pop(), sampleRate);
+    switch (cue) {
+        case SoundCue::Started: {
+            static const Sound started = compute(u"Pop"_s, pop());
+            return started;
+        }
+        case SoundCue::Stopped: {
+            static const Sound stopped = compute(u"Tink"_s, tink());
+            return stopped;
+        }
+        case SoundCue::Alert:
+            break;
     }
-    if (name == "Tink"_L1) {
-        return compute(tink(), sampleRate);
-    }
-    if (name == "Basso"_L1) {
-        return compute(basso(), sampleRate);
-    }
-    return {};
+    static const Sound alert = compute(u"Basso"_s, basso());
+    return alert;
 }
 
 }  // namespace tavlo

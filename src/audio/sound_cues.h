@@ -1,13 +1,18 @@
 #pragma once
 
-#include <QString>
-
-#include <vector>
+#include "platform/sound_player.h"
 
 namespace tavlo {
 
-// One of the sounds "Pop", "Tink" and "Basso" as mono samples, -1...1, at `sampleRate` frames a second; empty for any
-// other name. Each begins and ends in silence, so that it never clicks. Any thread.
-std::vector<float> soundCue(const QString& name, int sampleRate);
+// The program's sounds, computed rather than taken from files. The comment gives the name each is known by.
+enum class SoundCue {
+    Started,  // "Pop": recording
+    Stopped,  // "Tink": the recording is over
+    Alert     // "Basso": cancelled, or something went wrong
+};
+
+// The sound, at 48,000 frames a second. It begins and ends in silence, so that it never clicks. Computed at its first
+// use, which takes a millisecond at most, and kept. Any thread.
+const Sound& sound(SoundCue cue);
 
 }  // namespace tavlo

@@ -18,9 +18,8 @@ namespace tavlo {
 
 namespace {
 
-constexpr std::uint16_t kSpaceKeyCode = 49;
-// Keys of ordinary typing: space, Return, Tab and Delete backwards.
-constexpr std::array<std::uint16_t, 4> kCommonTypingKeys = {kSpaceKeyCode, 36, 48, 51};
+constexpr std::array<KeyCode, 4> kCommonTypingKeys = {KeyCode::Space, KeyCode::Return, KeyCode::Tab,
+                                                      KeyCode::Backspace};
 // The message waits until the menu from which the capture was started has closed.
 constexpr std::chrono::milliseconds kPromptDelay{300};
 
@@ -37,7 +36,7 @@ bool canNameAKey(char32_t character)
 
 QString keyName(const KeyEvent& event)
 {
-    if (event.keyCode == kSpaceKeyCode) {
+    if (event.keyCode == KeyCode::Space) {
         return t(u"Spatie"_s, u"Space"_s);
     }
     if (const auto known = kKeyNames.constFind(event.keyCode); known != kKeyNames.constEnd()) {
@@ -100,7 +99,7 @@ void HotkeyCapture::captureModifier(const KeyEvent& event)
     if (!m_display.isCapturing()) {
         return;
     }
-    if (event.keyCode == kCapsLockKeyCode) {
+    if (event.keyCode == KeyCode::CapsLock) {
         m_display.showMessage(t(u"Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"_s,
                                 u"Caps Lock is not suitable - press another key (Esc = cancel)"_s),
                               std::nullopt);
@@ -108,9 +107,9 @@ void HotkeyCapture::captureModifier(const KeyEvent& event)
                                   u"Caps Lock is not suitable - choose another key"_s));
         return;
     }
-    const std::uint64_t flag = modifierFlag(event.keyCode);
+    const ModifierFlags flag = modifierFlag(event.keyCode);
     // A key that is no modifier, or that was released.
-    if (flag == 0 || (event.modifierFlags & flag) != flag) {
+    if (flag == ModifierFlags::None || !contains(event.modifierFlags, flag)) {
         return;
     }
     saveCustomHotkey(event.keyCode, modifierLabel(event.keyCode).value_or(numberedKeyLabel(event.keyCode)), true);
@@ -121,7 +120,7 @@ void HotkeyCapture::finishCapture(const KeyEvent& event)
     if (!m_display.isCapturing()) {
         return;
     }
-    if (event.keyCode == kEscapeKeyCode) {
+    if (event.keyCode == KeyCode::Escape) {
         m_display.setCapturing(false);
         m_display.showMessage(selectionCancelled(), 1.5);
         m_display.setStatusLine(selectionCancelled());
@@ -135,7 +134,7 @@ void HotkeyCapture::finishCapture(const KeyEvent& event)
     warnAboutTypingKey(event.keyCode, name);
 }
 
-void HotkeyCapture::warnAboutTypingKey(std::uint16_t keyCode, const QString& name)
+void HotkeyCapture::warnAboutTypingKey(KeyCode keyCode, const QString& name)
 {
     m_display.setCapturing(false);
     m_display.hideMessage();
@@ -158,15 +157,15 @@ void HotkeyCapture::warnAboutTypingKey(std::uint16_t keyCode, const QString& nam
     });
 }
 
-void HotkeyCapture::saveCustomHotkey(std::uint16_t keyCode, const QString& label, bool isModifier)
+void HotkeyCapture::saveCustomHotkey(KeyCode keyCode, const QString& label, bool isModifier)
 {
     m_display.setCapturing(false);
     m_file.update(setting::kHotkey, kHotkeyCustom);
-    m_file.update(setting::kCustomKeycode, keyCode);
+    m_file.update(setting::kCustomKeycode, keyNumber(keyCode));
     m_file.update(setting::kCustomLabel, label);
     m_file.update(setting::kCustomIsModifier, isModifier);
     m_display.showMessage(t(u"✓ Sneltoets is nu: "_s, u"✓ Hotkey is now: "_s) + label, 2.5);
-    m_log.appLog(u"Sneltoets gewijzigd naar "_s + label + u" (keycode "_s + QString::number(keyCode) +
+    m_log.appLog(u"Sneltoets gewijzigd naar "_s + label + u" (keycode "_s + QString::number(keyNumber(keyCode)) +
                  QLatin1Char(')'));
     m_display.setStatusLine(t(u"Sneltoets is nu: "_s, u"Hotkey is now: "_s) + label);
 }

@@ -33,8 +33,8 @@ public:
     void pickHotkey(const QVariant& representedObject);
 
 private:
-    void warnAboutTypingKey(std::uint16_t keyCode, const QString& name);
-    void saveCustomHotkey(std::uint16_t keyCode, const QString& label, bool isModifier);
+    void warnAboutTypingKey(KeyCode keyCode, const QString& name);
+    void saveCustomHotkey(KeyCode keyCode, const QString& label, bool isModifier);
 
     MainQueue& m_queue;
     ConfigFile& m_file;

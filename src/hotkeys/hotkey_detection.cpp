@@ -18,11 +18,11 @@ void HotkeyDetection::handleFlags(const KeyEvent& event)
         return;
     }
     const HotkeyOption hotkey = currentHotkey(m_file);
-    if (hotkey.flag == 0 || event.keyCode != hotkey.keyCode) {
+    if (hotkey.flag == ModifierFlags::None || event.keyCode != hotkey.keyCode) {
         return;
     }
     // The left and the right key share the flag, so a release fires as well while the other one is held.
-    if ((event.modifierFlags & hotkey.flag) == hotkey.flag) {
+    if (contains(event.modifierFlags, hotkey.flag)) {
         m_queue.post(m_lifetime.reference(), [this] { m_dictation.toggle(); });
     }
 }
@@ -33,12 +33,13 @@ void HotkeyDetection::handleKeyDown(const KeyEvent& event)
         m_queue.post(m_lifetime.reference(), [this, event] { m_capture.finishCapture(event); });
         return;
     }
-    if (event.keyCode == kEscapeKeyCode && m_dictation.isRecording()) {
+    if (event.keyCode == KeyCode::Escape && m_dictation.isRecording()) {
         m_queue.post(m_lifetime.reference(), [this] { m_dictation.cancelRecording(); });
         return;
     }
     const HotkeyOption hotkey = currentHotkey(m_file);
-    if (hotkey.flag != 0 || event.keyCode != hotkey.keyCode || event.repeat == KeyRepeat::AutoRepeat) {
+    if (hotkey.flag != ModifierFlags::None || event.keyCode != hotkey.keyCode ||
+        event.repeat == KeyRepeat::AutoRepeat) {
         return;
     }
     m_queue.post(m_lifetime.reference(), [this] { m_dictation.toggle(); });

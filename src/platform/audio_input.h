@@ -15,8 +15,8 @@ struct AudioFormat {
     bool operator==(const AudioFormat&) const = default;
 };
 
-// Captured frames: `frameCount` times `format.channelCount` interleaved samples, nominally -1...1. Valid during the
-// call that hands it over only.
+// Captured frames: `frameCount` times `format.channelCount` interleaved samples, nominally -1...1. Valid only during
+// the call that passes it.
 struct AudioBlock {
     AudioFormat format;
     const float* samples = nullptr;
@@ -30,10 +30,11 @@ public:
 
     virtual ~AudioInput() = default;
 
-    // The format in which the default microphone delivers; sampleRate 0 and channelCount 0 when there is none or the
-    // server does not answer. Main thread; answered from what is known, without waiting on the server, except that
-    // right after launch it may wait up to 300 ms for the connection.
-    virtual AudioFormat inputFormat() = 0;
+    // The format in which the default microphone delivers; sampleRate 0 and channelCount 0 when there is none, or no
+    // server. Fails with a description when a server is there and does not answer, so that nobody knows. Main thread;
+    // answered from what is known, except that it may wait for the server, 300 ms at most, right after launch and
+    // while no microphone is known.
+    virtual Result<AudioFormat> inputFormat() = 0;
 
     // Opens a stream on the default microphone. Returns when it runs and its first frames have come, after 300 ms at
     // most; a device that wakes later still delivers. `handler` gets blocks of 4096 frames on the capture thread,
@@ -48,7 +49,7 @@ public:
 
     // `changed` runs on the main thread when the default microphone changed, or the one in use was removed, moved or
     // its stream failed. Main thread.
-    [[nodiscard]] virtual Registration onConfigurationChange(std::function<void()> changed) = 0;
+    virtual Registration onConfigurationChange(std::function<void()> changed) = 0;
 };
 
 }  // namespace tavlo

@@ -4,12 +4,12 @@
 
 namespace tavlo {
 
-// A notice of the desktop's own kind, for what must be said where there is no icon and no window. Main thread.
+// A notification by the desktop, for what must be said while there is neither an icon nor a window. Main thread.
 class DesktopNotification {
 public:
     virtual ~DesktopNotification() = default;
 
-    // Shows the notice where the desktop can, and does nothing where it cannot. Never waits.
+    // Shows the notification; does nothing where the desktop cannot. Never waits.
     virtual void show(const QString& title, const QString& text) = 0;
 };
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "platform/keys.h"
 #include "platform/registration.h"
+#include "platform/words.h"
 
 #include <QString>
 
@@ -11,11 +13,10 @@ namespace tavlo {
 
 enum class KeyRepeat { FirstPress, AutoRepeat };
 
-// One keyboard event, in the codes that the settings file stores: virtual key codes name a key's position on the
-// board, modifier flags are those of hotkeys/hotkey_catalogue.h, worked out from the keys that are down.
+// One keyboard event. The modifier flags are worked out from the keys that are down.
 struct KeyEvent {
-    std::uint16_t keyCode = 0;
-    std::uint64_t modifierFlags = 0;
+    KeyCode keyCode{};
+    ModifierFlags modifierFlags = ModifierFlags::None;
     KeyRepeat repeat = KeyRepeat::FirstPress;
     // The key's symbols at level one of the active layout; empty for a key that gives no text.
     QString charactersIgnoringModifiers;
@@ -32,16 +33,17 @@ public:
 
     virtual ~KeyboardMonitor() = default;
 
-    // `keyDown` gets the presses and repeats of all keys but the modifiers (key codes 54 to 63); `flagsChanged` gets
-    // presses and releases of the modifiers, with the flags as they are after the event. Both are called on the main
-    // thread, in the order of the events. Main thread.
-    [[nodiscard]] virtual Registration monitor(Handler keyDown, Handler flagsChanged) = 0;
+    // The presses and repeats of all keys but the modifiers. Handlers of both kinds are called on
+    // the main thread, in the order of the events. Main thread.
+    virtual Registration onKeyDown(Handler handler) = 0;
+    // The presses and releases of the modifiers, with the flags as they are after the event.
+    virtual Registration onFlagsChanged(Handler handler) = 0;
 
-    // Hands out every event that happened before this call, now. Main thread.
+    // Calls the handlers, before it returns, for every event that happened before this call. Main thread.
     virtual void catchUp() {}
 
     // Empty where keys can be seen; else one sentence that says why not.
-    virtual QString unavailableReason() const = 0;
+    virtual Words unavailableReason() const = 0;
 };
 
 }  // namespace tavlo

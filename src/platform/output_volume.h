@@ -30,7 +30,7 @@ public:
     // Hands everything set so far to the server before it returns, within 500 ms; for use at the end of the process.
     virtual void flush() = 0;
     // `changed` runs on the main thread when outputs have come, gone or changed, the server's first answer included.
-    [[nodiscard]] virtual Registration onChange(std::function<void()> changed) = 0;
+    virtual Registration onChange(std::function<void()> changed) = 0;
 };
 
 }  // namespace tavlo

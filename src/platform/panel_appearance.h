@@ -27,8 +27,8 @@ public:
 
     // What is known by now; asking never blocks. Main thread.
     virtual PanelSurroundings surroundings() const = 0;
-    // Calls back on the main thread whenever the above changes, the first answers of the desktop included.
-    virtual Registration observe(std::function<void()> changed) = 0;
+    // `changed` runs on the main thread whenever the above changes, the desktop's first answers included.
+    virtual Registration onChange(std::function<void()> changed) = 0;
 };
 
 }  // namespace tavlo

@@ -10,7 +10,7 @@ namespace tavlo {
 
 // Stands for something registered with a port. Destroying it (or assigning over it) unregisters; after that the
 // registered callback is never called again. Move-only.
-class Registration {
+class [[nodiscard]] Registration {
 public:
     Registration() = default;
     explicit Registration(std::function<void()> unregister) : m_unregister(std::move(unregister)) {}
@@ -38,14 +38,15 @@ private:
     std::function<void()> m_unregister;
 };
 
-// Handlers of one kind of event. A handler may add or remove handlers, itself too, while it is being called; a removed
-// one is not called any more, a new one gets the next event. A registration may outlive the list.
+// The handlers of one kind of event, called in the order in which they were added. A handler may add or remove
+// handlers, itself too, while it is being called: a removed one is not called any more, a new one gets the next event.
+// A registration ends its own handler only, and may outlive the list. Not for use by several threads at a time.
 template <class... Arguments>
 class HandlerList {
 public:
     using Handler = std::function<void(Arguments...)>;
 
-    [[nodiscard]] Registration add(Handler handler)
+    Registration add(Handler handler)
     {
         const auto entry = std::make_shared<Entry>(Entry{std::move(handler)});
         m_entries->push_back(entry);
@@ -56,6 +57,8 @@ public:
             }
         });
     }
+
+    bool isEmpty() const { return m_entries->empty(); }
 
     void call(Arguments... arguments) const
     {

@@ -27,8 +27,12 @@ inline constexpr int kEngineMissing = 3;  // the local engine or its model
 inline constexpr int kIncompleteDownload = 4;
 inline constexpr int kNoCode = 0;  // only the description tells more
 
+// A value or the reason why there is none. A caller that has no use for the reason says so with std::ignore.
 template <class T>
-using Result = tl::expected<T, Error>;
+class [[nodiscard]] Result : public tl::expected<T, Error> {
+public:
+    using tl::expected<T, Error>::expected;
+};
 
 inline tl::unexpected<Error> failure(int code, const QString& description, const QString& domain = kTavloErrorDomain)
 {

@@ -25,15 +25,15 @@ public:
     virtual void beginFind(const QString& service, const QString& account) = 0;
     // One item's data, or none.
     virtual std::optional<QByteArray> find(const QString& service, const QString& account) = 0;
-    // Whether the store itself gave the answer of the last `find`: false where the time was up, so that there may well
-    // be an item. What is added then is stored later, in its place.
+    // False when the last `find` timed out, so that there may be an item after all. What is deleted and added then is
+    // carried out when the store answers again.
     virtual bool answeredLastFind() const { return true; }
 
     // Asks the desktop, in the background, to unlock the store if it is locked (the desktop may put up its own
     // prompt). Returns at once.
     virtual void requestUnlock() = 0;
     // `changed` runs on the main thread when the store has become available, was unlocked or locked.
-    [[nodiscard]] virtual Registration onAvailabilityChange(std::function<void()> changed) = 0;
+    virtual Registration onAvailabilityChange(std::function<void()> changed) = 0;
 };
 
 }  // namespace tavlo

@@ -2,15 +2,24 @@
 
 #include <QString>
 
+#include <vector>
+
 namespace tavlo {
+
+// A short sound of one channel. A backend may show `name` to the user, in a list of what is playing.
+struct Sound {
+    QString name;
+    int sampleRate = 0;          // frames a second
+    std::vector<float> samples;  // -1...1
+};
 
 class SoundPlayer {
 public:
     virtual ~SoundPlayer() = default;
 
-    // Plays one of the sounds "Pop", "Tink" and "Basso" at `volume` (0...1) on the default output, without waiting.
-    // An unknown name, or no sound server, plays nothing. Main thread.
-    virtual void playSound(const QString& name, float volume) = 0;
+    // Plays the sound at `volume` (0...1, values outside are clamped) on the default output, without waiting; takes a
+    // copy of the samples. Plays nothing when there is no sound server. Main thread.
+    virtual void play(const Sound& sound, float volume) = 0;
 };
 
 }  // namespace tavlo

@@ -17,11 +17,11 @@ public:
     virtual TrayKind kind() const = 0;
     // Whether a tray of that kind is there by now, be it the best or not. Main thread.
     virtual bool offers(TrayKind kind) const = 0;
-    // Counts the session buses that there have been, for one that crashed and came back. An icon that was made while
-    // the number was another one stands nowhere any more. Main thread.
+    // The number of the current session bus, which goes up when a bus that crashed is back. An icon made under an
+    // earlier number is no longer shown and must be made again. Main thread.
     virtual int busNumber() const = 0;
-    // Calls back on the main thread whenever the above changes, the desktop's first answer included.
-    virtual Registration observe(std::function<void()> changed) = 0;
+    // `changed` runs on the main thread whenever the above changes, the desktop's first answer included.
+    virtual Registration onChange(std::function<void()> changed) = 0;
 };
 
 }  // namespace tavlo

@@ -18,7 +18,7 @@ public:
 
     // Whether there is a group [Desktop Entry] at all.
     bool isValid() const { return m_groupStart >= 0; }
-    // A key's value as it stands in that group, without localised variants.
+    // The value of a key of that group; a localised variant is a key of its own.
     std::optional<QByteArray> value(const QByteArray& key) const;
     void set(const QByteArray& key, const QByteArray& value);
     void remove(const QByteArray& key);
@@ -31,23 +31,23 @@ private:
     qsizetype lineOf(const QByteArray& key) const;
 
     QByteArrayList m_lines;
-    qsizetype m_groupStart = -1;  // The line with the group's name.
+    qsizetype m_groupStart = -1;  // the line with the group's name; -1 without one
 };
 
-// Starting at login by an autostart entry of the desktop. The user's own entry goes before one that the system has;
-// what the user changed in it is kept.
+// Starting at login by an autostart entry of the desktop. The user's own entry takes precedence over the system's; what
+// the user changed in it is kept.
 class AutostartLoginItem : public LoginItem {
 public:
-    // `configFolder` is the user's, `systemConfigFolders` the system's in order of weight; `program` is the absolute
-    // path of what is to be started.
+    // `configFolder` is the user's; `systemConfigFolders` are the system's, the first taking precedence; `program` is
+    // the absolute path of the program to start.
     AutostartLoginItem(const QString& configFolder, const QStringList& systemConfigFolders, QString program);
-    // With the folders that the environment names.
+    // With the folders from the environment.
     static AutostartLoginItem forProgram(const QString& program);
 
     bool isEnabled() override;
-    // Takes back what switches an existing entry off, or writes a new entry.
+    // Removes what disables an existing entry, or writes a new one.
     Result<void> enable() override;
-    // Removes our own entry; an entry that the user has changed, or that the system has, is hidden.
+    // Removes the entry that this program wrote; one that the user has changed, or the system's, is hidden instead.
     Result<void> disable() override;
 
 private:

@@ -23,7 +23,7 @@ void BusNotification::show(const QString& title, const QString& text)
     const qint32 desktopsOwnTime = -1;
     message << u"Tavlo"_s << replacesNone << u"nl.pelloquintar.tavlo"_s << title << text << QStringList()
             << QVariantMap() << desktopsOwnTime;
-    // Nobody waits for the answer: where there is no such service, there is nobody else to tell.
+    // Nobody waits for the answer: without such a service there is no other way to tell the user.
     m_control.connection().value_or(m_sessionBus).send(message);
 }
 

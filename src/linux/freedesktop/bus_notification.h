@@ -8,11 +8,11 @@ namespace tavlo {
 
 class SessionBusControl;
 
-// Notices by the desktop's notification service on the session bus. Never waits for the bus: it uses a connection that
-// the program has already.
+// Notifications through the desktop's service on the session bus. Never waits for the bus: it uses a connection that is
+// there already.
 class BusNotification : public DesktopNotification {
 public:
-    // `control` outlives it; `sessionBus` is used where that has no connection, since the bus may refuse it its name.
+    // Sends over `control`'s connection, and over `sessionBus` while there is none. `control` outlives this object.
     BusNotification(const SessionBusControl& control, const QDBusConnection& sessionBus);
 
     void show(const QString& title, const QString& text) override;

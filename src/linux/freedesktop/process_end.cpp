@@ -29,7 +29,7 @@ LastCall& lastCall()
 
 void runLastCall()
 {
-    // On another thread the objects that it uses may be at work at this moment.
+    // On another thread, the main thread may be using the same objects at this moment.
     if (lastCall().thread == std::this_thread::get_id()) {
         if (const auto leaving = std::exchange(lastCall().leaving, nullptr)) {
             leaving();
@@ -55,15 +55,15 @@ namespace {
 
 constexpr std::array<int, 3> kSignals = {SIGTERM, SIGINT, SIGHUP};
 
-// Where the handler writes. A pipe rather than a signal descriptor, which would want the signals blocked: programs
-// that this one starts would inherit that, and could not be ended.
+// Where the handler writes. A pipe rather than a signal descriptor, for which the signals would have to be blocked:
+// child processes inherit that, and could not be ended.
 std::atomic<int> writeEnd{-1};
 
 void handle(int)
 {
     const int before = errno;
     const char byte = 1;
-    // A full pipe has a signal waiting already.
+    // When the pipe is full, a signal is waiting already.
     const ssize_t written = ::write(writeEnd.load(), &byte, 1);
     static_cast<void>(written);
     errno = before;

@@ -7,20 +7,21 @@
 
 namespace tavlo {
 
-// A last call when a library ends the process by exit(), without a way back to main: the toolkit does so when the X
+// Runs a function when a library ends the process by exit(), so that main never returns: the toolkit does so when the X
 // server is gone. One object at a time; main thread.
 class ProcessExit {
 public:
-    // `leaving` runs within exit(), on the thread that called it, while everything that main() made still stands.
+    // `leaving` runs within exit(), while everything that main() made still exists; not when another thread called
+    // exit().
     explicit ProcessExit(std::function<void()> leaving);
-    // From here on an exit is an ordinary one.
+    // `leaving` is not called any more.
     ~ProcessExit();
     ProcessExit(const ProcessExit&) = delete;
     ProcessExit& operator=(const ProcessExit&) = delete;
 };
 
-// SIGTERM, SIGINT and SIGHUP as an ordinary call on the main thread. A signal that comes a second time ends the
-// process in the usual way, so that a program which hangs at its end can be ended. One object at a time; main thread.
+// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread. The same signal a second time ends the process at
+// once, so that a program which hangs while it ends can be stopped. One object at a time; main thread.
 class TerminationSignals {
 public:
     // `terminate` runs from the event loop. SIGHUP stays ignored where it was (a program started with nohup).

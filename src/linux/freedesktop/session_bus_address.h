@@ -9,8 +9,8 @@
 
 namespace tavlo {
 
-// Where the session bus listens, as the environment tells; empty where there is none. The libraries' own search would
-// go on to start a bus of its own for want of one, which nobody would ever end.
+// The address of the session bus, from the environment; empty when there is none. The libraries would then start a bus
+// of their own, which nobody would ever stop.
 inline QString sessionBusAddress()
 {
     const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
@@ -22,8 +22,8 @@ inline QString sessionBusAddress()
     return !runtimeFolder.isEmpty() && QFileInfo::exists(socket) ? u"unix:path="_s + socket : QString();
 }
 
-// Where there is no session bus, the libraries that look for one by themselves, the toolkit among them, do so by the
-// environment: it then names an address at which there is none. To be called before any of them is used.
+// Without a session bus, puts an address into the environment at which there is none: the libraries that look for a bus
+// by themselves, the toolkit among them, then start none. To be called before any of them is used.
 inline void keepLibrariesFromStartingABus()
 {
     if (sessionBusAddress().isEmpty()) {

@@ -1,6 +1,5 @@
 #include "linux/freedesktop/session_bus_control.h"
 
-#include "linux/freedesktop/control_interface_xml.h"
 #include "linux/freedesktop/session_bus_address.h"
 #include "platform/text_literals.h"
 

@@ -18,6 +18,9 @@
 
 namespace tavlo {
 
+// The description of the bus interface: the text of packaging/nl.pelloquintar.Tavlo1.xml.
+extern const char* const kControlInterfaceXml;
+
 // The object at /nl/pelloquintar/Tavlo1 on the bus.
 class ControlObject : public QDBusVirtualObject {
     Q_OBJECT

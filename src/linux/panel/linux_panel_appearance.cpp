@@ -24,7 +24,7 @@ const QString kXfcePanelName = u"org.xfce.Panel"_s;
 const QString kXfconfName = u"org.xfce.Xfconf"_s;
 const QString kXfconfPath = u"/org/xfce/Xfconf"_s;
 
-// Answers come as variants within variants, at times one deeper than promised.
+// Answers are variants within variants, sometimes one level deeper than documented.
 QVariant unwrapped(QVariant value)
 {
     while (value.metaType() == QMetaType::fromType<QDBusVariant>()) {
@@ -56,7 +56,7 @@ std::optional<Shade> xfcePanelShade(const QVariantMap& properties)
         const QString panel = property.key().section(QLatin1Char('/'), 0, -2);
         const QVariantList parts = listFrom(properties.value(panel + u"/background-rgba"_s));
         if (parts.size() == 4) {
-            // Perceived lightness, not the mean: a pure blue is dark, a pure green is light.
+            // Perceived lightness, not the mean: pure blue is dark, pure green is light.
             const double lightness = 0.2126 * unwrapped(parts[0]).toDouble() + 0.7152 * unwrapped(parts[1]).toDouble() +
                                      0.0722 * unwrapped(parts[2]).toDouble();
             return lightness < 0.5 ? Shade::Dark : Shade::Light;
@@ -130,7 +130,7 @@ void LinuxPanelAppearance::set(Field PanelSurroundings::*field, const Field& val
 {
     if (m_surroundings.*field != value) {
         m_surroundings.*field = value;
-        m_observers.notify();
+        m_changed.call();
     }
 }
 
@@ -160,7 +160,7 @@ void LinuxPanelAppearance::portalSettingChanged(const QString& area, const QStri
     }
 }
 
-// Only where Xfce's panel runs: its settings service may run in other desktops as well.
+// Asks only if Xfce's panel runs: the settings service may run on other desktops too.
 void LinuxPanelAppearance::askXfce()
 {
     const QString dbus = u"org.freedesktop.DBus"_s;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linux/panel/observers.h"
 #include "platform/panel_appearance.h"
 
 #include <QDBusConnection>
@@ -11,20 +10,20 @@
 
 namespace tavlo {
 
-// What Xfce's settings and the desktop portal say about dark and light. Both are asked without waiting and neither is
-// started for it; their notices of changes are followed. Main thread.
+// What Xfce's settings and the desktop portal say about dark and light. Asks both without waiting, starts neither, and
+// follows their changes. Main thread.
 class LinuxPanelAppearance : public QObject, public PanelAppearance {
     Q_OBJECT
 
 public:
-    // `desktopNames` as in XDG_CURRENT_DESKTOP, divided by colons.
+    // `desktopNames` as in XDG_CURRENT_DESKTOP, separated by colons.
     LinuxPanelAppearance(const QDBusConnection& sessionBus, const QString& desktopNames);
 
-    // The session bus came back after a crash: from here on it is asked over this connection.
+    // Uses this connection from now on: the session bus came back after a crash.
     void moveTo(const QDBusConnection& sessionBus);
 
     PanelSurroundings surroundings() const override { return m_surroundings; }
-    Registration observe(std::function<void()> changed) override { return m_observers.add(std::move(changed)); }
+    Registration onChange(std::function<void()> changed) override { return m_changed.add(std::move(changed)); }
 
 private Q_SLOTS:
     void portalSettingChanged(const QString& area, const QString& key, const QDBusVariant& value);
@@ -41,13 +40,13 @@ private:
 
     QDBusConnection m_bus;
     QDBusServiceWatcher m_services;
-    Observers m_observers;
+    HandlerList<> m_changed;
     PanelSurroundings m_surroundings;
 };
 
 // The shade of Xfce's panels by the properties below "/panels" of its channel; none when they follow the theme.
 std::optional<Shade> xfcePanelShade(const QVariantMap& properties);
-// The shade that a theme's name gives away.
+// The shade that a theme's name suggests.
 Shade shadeOfTheme(const QString& name);
 
 }  // namespace tavlo

@@ -23,7 +23,7 @@ const QString kProperties = u"org.freedesktop.DBus.Properties"_s;
 LinuxTrayHost::LinuxTrayHost(const QDBusConnection& sessionBus)
     : m_bus(sessionBus),
       m_watcher(kWatcherName, m_bus, QDBusServiceWatcher::WatchForOwnerChange),
-      m_x11Tray([this] { m_observers.notify(); })
+      m_x11Tray([this] { m_changed.call(); })
 {
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString&, const QString&, const QString& owner) {
@@ -41,8 +41,8 @@ void LinuxTrayHost::moveTo(const QDBusConnection& sessionBus)
     m_bus = sessionBus;
     m_watcher.setConnection(m_bus);
     ++m_busNumber;
-    // The toolkit's icon has a connection of its own, by this name, which the library would hand out again although its
-    // bus is gone. There is one icon in the process.
+    // The toolkit's icon, of which there is one, has a connection of this name. The library would reuse it although its
+    // bus is gone.
     QDBusConnection::disconnectFromBus(u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid()));
     watch();
 }
@@ -81,7 +81,7 @@ void LinuxTrayHost::askBus()
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call, asked = m_busNumber] {
         call->deleteLater();
         if (asked != m_busNumber) {
-            return;  // by a bus that is gone
+            return;  // the answer is from a bus that is gone
         }
         const QDBusPendingReply<QDBusVariant> reply = *call;
         setBusHost(reply.isValid() && reply.value().variant().toBool());
@@ -90,10 +90,10 @@ void LinuxTrayHost::askBus()
 
 void LinuxTrayHost::setBusHost(bool present)
 {
-    // A host on another bus is another one.
+    // The first answer of a new bus is a change, whatever it says.
     if (std::exchange(m_answeredNumber, m_busNumber) != m_busNumber || m_busHost != present) {
         m_busHost = present;
-        m_observers.notify();
+        m_changed.call();
     }
 }
 

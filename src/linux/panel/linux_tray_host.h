@@ -1,6 +1,5 @@
 #pragma once
 
-#include "linux/panel/observers.h"
 #include "linux/x11/x11_tray_owner.h"
 #include "platform/tray_host.h"
 
@@ -17,13 +16,13 @@ class LinuxTrayHost : public QObject, public TrayHost {
 public:
     explicit LinuxTrayHost(const QDBusConnection& sessionBus);
 
-    // The session bus came back after a crash: from here on it is watched over this connection.
+    // Uses this connection from now on: the session bus came back after a crash.
     void moveTo(const QDBusConnection& sessionBus);
 
     TrayKind kind() const override;
     bool offers(TrayKind kind) const override;
     int busNumber() const override { return m_busNumber; }
-    Registration observe(std::function<void()> changed) override { return m_observers.add(std::move(changed)); }
+    Registration onChange(std::function<void()> changed) override { return m_changed.add(std::move(changed)); }
 
 private Q_SLOTS:
     // Asks the bus, without waiting, whether icons are shown by now.
@@ -35,7 +34,7 @@ private:
 
     QDBusConnection m_bus;
     QDBusServiceWatcher m_watcher;
-    Observers m_observers;
+    HandlerList<> m_changed;
     X11TrayOwner m_x11Tray;
     int m_busNumber = 1;
     int m_answeredNumber = 1;  // the bus that `m_busHost` is about

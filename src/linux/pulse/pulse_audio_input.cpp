@@ -77,7 +77,7 @@ int PulseRecordStream::open(std::unique_lock<PulseConnection>& held, PulseConnec
 void PulseRecordStream::finish(std::unique_lock<PulseConnection>& held, PulseConnection::Clock::time_point deadline)
 {
     if (isAlive()) {
-        // How much lies between the microphone and us, as the server says now, is what has still to come.
+        // What the server says is now between the microphone and this program is still to come.
         pa_operation* const question = pa_stream_update_timing_info(
             m_stream,
             [](pa_stream*, int, void* data) {
@@ -129,7 +129,7 @@ void PulseRecordStream::readAvailable()
     m_connection.wake();
 }
 
-// Without samples the server lost that many: silence keeps what follows in its place.
+// Null samples are a hole: the server lost that many. Silence takes their place, so that what follows is not early.
 void PulseRecordStream::append(const float* samples, std::size_t sampleCount)
 {
     while (sampleCount > 0 && m_handler) {
@@ -194,50 +194,60 @@ tl::unexpected<Error> serverFailure(int code)
 }  // namespace
 
 PulseAudioInput::PulseAudioInput(PulseConnection& connection, MainQueue& queue)
-    : m_connection(connection), m_queue(queue), m_observer{[this] { devicesChanged(); }}
+    : m_connection(connection), m_queue(queue)
 {
     const std::lock_guard guard(m_connection);
     m_hasLearned = !m_connection.isStarting();
     m_noticedName = microphoneName();
-    m_connection.add(&m_observer);
+    m_connectionChanges = m_connection.onChange([this] { devicesChanged(); });
 }
 
 PulseAudioInput::~PulseAudioInput()
 {
     const std::lock_guard guard(m_connection);
-    m_connection.remove(&m_observer);
+    m_connectionChanges = {};
     m_stream.reset();
 }
 
-AudioFormat PulseAudioInput::inputFormat()
+Result<AudioFormat> PulseAudioInput::inputFormat()
 {
     const auto deadline = PulseConnection::Clock::now() + kLongestStart;
     std::unique_lock held(m_connection);
-    // Once: a server that has not answered by then is stuck, and each key press would be held up anew.
+    // Only once: a server that has not answered by then hangs, and would hold up every key press.
     if (m_connection.isStarting() && !std::exchange(m_hasWaited, true)) {
         m_connection.waitUntil(held, deadline, [this] { return !m_connection.isStarting(); });
     }
     PulseDevices& devices = m_connection.devices();
+    bool isAnswered = devices.knowsMicrophone();
     if (!devices.microphone() && m_connection.context() != nullptr) {
-        lookAgain(held, deadline);
+        isAnswered = lookAgain(held, deadline);
     }
     m_toldMicrophone = devices.microphone();
-    return m_toldMicrophone ? m_toldMicrophone->format : AudioFormat{};
+    if (m_toldMicrophone) {
+        return m_toldMicrophone->format;
+    }
+    // A server that does not answer may well have a microphone.
+    if (!isAnswered && m_connection.isAsking()) {
+        return serverFailure(PA_ERR_TIMEOUT);
+    }
+    return AudioFormat{};
 }
 
-// A PipeWire server that has just started may keep devices from those who came first, for as long as they stay. So who
-// has no microphone asks again, and then comes anew; where there is none, that takes a moment and nothing is lost.
-void PulseAudioInput::lookAgain(std::unique_lock<PulseConnection>& held, PulseConnection::Clock::time_point deadline)
+// Asks for the microphone again; returns whether the server answered. A PipeWire server that has just started may hide
+// devices from the programs that connected first, for as long as they are connected. So if it names no microphone, the
+// connection is made anew too. Where there really is none, that takes a moment and does no harm.
+bool PulseAudioInput::lookAgain(std::unique_lock<PulseConnection>& held, PulseConnection::Clock::time_point deadline)
 {
     m_connection.devices().askMicrophone();
-    const bool isAnswered = m_connection.waitUntil(held, deadline, [this] {
+    m_connection.waitUntil(held, deadline, [this] {
         return m_connection.context() == nullptr || m_connection.devices().knowsMicrophone();
     });
-    if (!isAnswered || m_connection.devices().microphone()) {
-        return;
+    const bool isAnswered = m_connection.devices().knowsMicrophone();
+    if (isAnswered && !m_connection.devices().microphone()) {
+        m_connection.reconnect();
+        m_connection.waitUntil(held, deadline, [this] { return m_connection.devices().isKnown(); });
     }
-    m_connection.reconnect();
-    m_connection.waitUntil(held, deadline, [this] { return m_connection.devices().isKnown(); });
+    return isAnswered;
 }
 
 Result<void> PulseAudioInput::start(BlockHandler handler)
@@ -273,17 +283,6 @@ void PulseAudioInput::stop()
     }
 }
 
-Registration PulseAudioInput::onConfigurationChange(std::function<void()> changed)
-{
-    const int id = m_nextHandler++;
-    m_handlers->emplace(id, std::move(changed));
-    return Registration([handlers = std::weak_ptr(m_handlers), id] {
-        if (const auto alive = handlers.lock()) {
-            alive->erase(id);
-        }
-    });
-}
-
 // On the connection's thread. A microphone is known by its name: a device whose rate changes is still the same one.
 void PulseAudioInput::devicesChanged()
 {
@@ -291,7 +290,7 @@ void PulseAudioInput::devicesChanged()
         return;
     }
     const std::optional<std::string> name = microphoneName();
-    const bool isFirst = !std::exchange(m_hasLearned, true);  // what was there at launch is no change
+    const bool isFirst = !std::exchange(m_hasLearned, true);  // what is there at launch is no change
     if (name != std::exchange(m_noticedName, name) && !isFirst) {
         postNotice();
     }
@@ -312,15 +311,10 @@ void PulseAudioInput::deliverNotice()
         m_isNoticePosted = false;
         const bool isOutdated = m_stream && !m_stream->isBroken() && microphoneName() == m_stream->sourceName();
         if (isOutdated) {
-            return;  // the stream was opened after that change, on the new microphone
+            return;  // the stream was opened after the change, on the new microphone
         }
     }
-    const Handlers handlers = *m_handlers;
-    for (const auto& [id, handler] : handlers) {
-        if (m_handlers->count(id) != 0) {
-            handler();
-        }
-    }
+    m_changed.call();
 }
 
 std::optional<std::string> PulseAudioInput::microphoneName() const

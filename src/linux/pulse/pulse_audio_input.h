@@ -6,11 +6,11 @@
 
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <pulse/stream.h>
@@ -68,15 +68,16 @@ public:
     PulseAudioInput(PulseConnection& connection, MainQueue& queue);
     ~PulseAudioInput() override;
 
-    AudioFormat inputFormat() override;
+    Result<AudioFormat> inputFormat() override;
     Result<void> start(BlockHandler handler) override;
     void stop() override;
-    [[nodiscard]] Registration onConfigurationChange(std::function<void()> changed) override;
+    Registration onConfigurationChange(std::function<void()> changed) override
+    {
+        return m_changed.add(std::move(changed));
+    }
 
 private:
-    using Handlers = std::map<int, std::function<void()>>;
-
-    void lookAgain(std::unique_lock<PulseConnection>& held, PulseConnection::Clock::time_point deadline);
+    bool lookAgain(std::unique_lock<PulseConnection>& held, PulseConnection::Clock::time_point deadline);
     void devicesChanged();
     void postNotice();
     void deliverNotice();
@@ -84,16 +85,15 @@ private:
 
     PulseConnection& m_connection;
     MainQueue& m_queue;
-    PulseConnection::Observer m_observer;
     std::unique_ptr<PulseRecordStream> m_stream;
-    // What the next stream delivers: the format that `inputFormat` told last.
+    // The microphone that `inputFormat` last gave the format of: the next stream opens this one.
     std::optional<PulseMicrophone> m_toldMicrophone;
     std::optional<std::string> m_noticedName;
     bool m_hasLearned = false;
     bool m_hasWaited = false;  // for the connection's first attempt
     bool m_isNoticePosted = false;
-    int m_nextHandler = 0;
-    std::shared_ptr<Handlers> m_handlers = std::make_shared<Handlers>();
+    HandlerList<> m_changed;
+    Registration m_connectionChanges;  // ended with the connection held
     Lifetime m_lifetime;
 };
 

@@ -16,10 +16,10 @@ using namespace std::chrono_literals;
 
 constexpr PulseConnection::Clock::duration kFirstDelay = 250ms;
 constexpr PulseConnection::Clock::duration kLongestDelay = 64s;
-// While the delay is shorter a server may be starting beside us, at login. Later the library is let look for itself,
-// also where its settings name a server elsewhere.
+// While the delay is shorter, a server may be starting at the same time, at login. After that the library looks for one
+// itself, also where its settings name a server elsewhere.
 constexpr PulseConnection::Clock::duration kServerIsStartingDelay = 4s;
-// A socket stands in its folder a moment before its server listens.
+// The socket is there a moment before the server listens on it.
 constexpr PulseConnection::Clock::duration kDelayAfterSocket = 20ms;
 
 pa_proplist* clientProperties()
@@ -43,7 +43,7 @@ PulseConnection::PulseConnection() : m_nextDelay(kFirstDelay), m_devices([this] 
     pa_threaded_mainloop_set_name(m_loop, "tavlo-audio");
     m_api = pa_threaded_mainloop_get_api(m_loop);
     m_socketWatch = std::make_unique<SocketWatch>(m_api, [this] { socketAppeared(); });
-    // Connecting looks for files and may ask for names: that is the thread's work.
+    // Connecting reads files and may resolve names, so the thread does it.
     retryAfter(0ms);
     if (pa_threaded_mainloop_start(m_loop) < 0) {
         cancelRetry();
@@ -111,7 +111,7 @@ void PulseConnection::connect()
         return;
     }
     pa_context_set_state_callback(m_context, &PulseConnection::stateChanged, this);
-    // Starting a sound server is the desktop's business, not a dictation program's.
+    // Starting a sound server is left to the desktop.
     if (pa_context_connect(m_context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0 && m_context != nullptr) {
         lost();
     }
@@ -196,9 +196,7 @@ void PulseConnection::devicesChanged()
 {
     m_isSettled = m_isSettled || m_devices.isKnown();
     wake();
-    for (const Observer* const observer : std::vector(m_observers)) {
-        observer->changed();
-    }
+    m_changed.call();
 }
 
 namespace {

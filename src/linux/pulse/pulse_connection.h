@@ -2,13 +2,14 @@
 
 #include "linux/pulse/pulse_devices.h"
 #include "linux/pulse/socket_watch.h"
+#include "platform/registration.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <vector>
+#include <utility>
 
 #include <pulse/context.h>
 #include <pulse/stream.h>
@@ -16,20 +17,15 @@
 
 namespace tavlo {
 
-// The one connection to the sound server, for the life of the process: made at launch without waiting, made again
-// when the server comes back. Its thread sleeps unless the server has something to say; while the server is away it
-// wakes when the server's socket appears, and on a slow retry that ends at one in a minute.
+// The one connection to the sound server, for the life of the process: made at launch without waiting, and again when
+// the server comes back. Its thread sleeps unless the server sends something; while there is no server it wakes when
+// the server's socket appears, and for a retry, at growing intervals of up to about a minute.
 //
 // The connection is its own lock: everything but the construction and the destruction is done with it held (a
 // std::lock_guard or std::unique_lock of the PulseConnection), and its thread holds it during every callback.
 class PulseConnection {
 public:
     using Clock = std::chrono::steady_clock;
-    // Hears of the connection on its thread, with the lock held.
-    struct Observer {
-        // The known devices changed, or the connection was made or lost.
-        std::function<void()> changed;
-    };
 
     PulseConnection();
     // Everything that uses the connection is gone by then.
@@ -47,6 +43,9 @@ public:
     // Whether the first attempt since launch is still under way; then it may be worth waiting a moment.
     bool isStarting() const { return !m_isSettled; }
 
+    // Whether there is a connection, or an attempt to make one has not been answered yet.
+    bool isAsking() const { return m_context != nullptr || isStarting(); }
+
     // Drops what there is and connects anew, at once.
     void reconnect();
 
@@ -56,8 +55,9 @@ public:
                    const std::function<bool()>& isDone);
     void wake() { m_wakeUp.notify_all(); }
 
-    void add(const Observer* observer) { m_observers.push_back(observer); }
-    void remove(const Observer* observer) { std::erase(m_observers, observer); }
+    // `changed` runs on the connection's thread when the known devices changed, or the connection was made or lost.
+    // The registration, too, ends with the lock held.
+    Registration onChange(std::function<void()> changed) { return m_changed.add(std::move(changed)); }
 
 private:
     static void stateChanged(pa_context* context, void* self);
@@ -79,11 +79,11 @@ private:
     std::unique_ptr<SocketWatch> m_socketWatch;
     std::condition_variable_any m_wakeUp;
     PulseDevices m_devices;
-    std::vector<const Observer*> m_observers;
+    HandlerList<> m_changed;
 };
 
-// Takes the callbacks off the stream, closes it and gives up the reference. A stream that the server has not made yet
-// cannot be closed, and would stay open once it is made: that one is closed then. Under the connection's lock.
+// Removes the stream's callbacks, closes it and releases it. A stream that the server has not made yet cannot be
+// closed; it is closed as soon as it is made. Under the connection's lock.
 void closeStream(pa_stream* stream);
 
 }  // namespace tavlo

@@ -12,7 +12,7 @@ namespace tavlo {
 
 namespace {
 
-// Some servers keep volumes as floating-point numbers and answer a step beside what was set.
+// Some servers keep volumes as floating-point numbers and answer with a value one step off.
 constexpr pa_volume_t kRounding = 2;
 
 bool isSameVolume(const pa_cvolume& one, const pa_cvolume& other)
@@ -189,7 +189,7 @@ void PulseDevices::event(pa_subscription_event_type_t type, std::uint32_t index)
         return;
     }
     if (facility == PA_SUBSCRIPTION_EVENT_SOURCE) {
-        // PipeWire does not tell that the default changed where the new one is what it would have fallen back to
+        // PipeWire does not always report a new default source: not when it is the one that would have been chosen
         // anyway.
         if (what != PA_SUBSCRIPTION_EVENT_CHANGE) {
             askServer();
@@ -265,7 +265,7 @@ void PulseDevices::confirmed(const Pending* setting)
         const bool isLast = std::none_of(m_settings.begin(), m_settings.end(),
                                          [&name](const Pending& other) { return other.sink == name; });
         if (isLast) {
-            // Another program may have set the volume meanwhile; answers from that time were left aside.
+            // Another program may have set the volume meanwhile, and answers from that time were ignored.
             askSink(found->second.index);
         }
     }

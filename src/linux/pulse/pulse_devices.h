@@ -37,12 +37,14 @@ public:
     bool isKnown() const { return m_serverKnown && m_sourceKnown && m_sinksKnown; }
     // None where the default source is a monitor of a sink, or there is none.
     const std::optional<PulseMicrophone>& microphone() const { return m_microphone; }
-    // Asks the server again which microphone is the default one, and whether that has been answered.
+    // Asks the server again which microphone is the default one.
     void askMicrophone();
+    // Whether the server has answered that.
     bool knowsMicrophone() const { return m_sourceKnown; }
     std::optional<std::string> defaultSink() const;
     bool hasVolume(const std::string& sink) const;
-    // As on the desktop's slider, 1 being the normal volume. What was set last, until another program changes it.
+    // On the scale of the desktop's slider, 1 being the normal volume. What was set last, until another program changes
+    // it.
     std::optional<float> volume(const std::string& sink) const;
     bool setVolume(const std::string& sink, float scalar);
     // Volumes that the server has not confirmed yet.
@@ -53,9 +55,9 @@ private:
         std::uint32_t index = PA_INVALID_INDEX;
         bool hasVolume = false;
         pa_cvolume volume{};
-        // The channels' balance: the volume that another program set last and that was not silence.
+        // The channels' balance: the last volume above silence that another program set.
         pa_cvolume balance{};
-        std::uint64_t confirmedAt = 0;  // answers to questions asked before this are outdated
+        std::uint64_t confirmedAt = 0;  // answers to earlier questions are outdated
     };
 
     // A question or a setting on its way, the callbacks' user data.

@@ -12,13 +12,14 @@ constexpr std::chrono::milliseconds kLongestFlush{500};
 }  // namespace
 
 PulseOutputVolume::PulseOutputVolume(PulseConnection& connection, MainQueue& queue)
-    : m_connection(connection), m_queue(queue), m_observer{[this] { devicesChanged(); }}
+    : m_connection(connection), m_queue(queue)
 {
 }
 
 PulseOutputVolume::~PulseOutputVolume()
 {
-    stopListening();
+    const std::lock_guard guard(m_connection);
+    m_listening.reset();
 }
 
 std::optional<OutputDevice> PulseOutputVolume::defaultDevice()
@@ -55,22 +56,11 @@ void PulseOutputVolume::flush()
 
 Registration PulseOutputVolume::onChange(std::function<void()> changed)
 {
-    stopListening();
-    m_changed = std::move(changed);
     const std::lock_guard guard(m_connection);
-    m_connection.add(&m_observer);
-    return Registration([this, alive = m_lifetime.reference()] {
-        if (!alive.expired()) {
-            stopListening();
-        }
-    });
-}
-
-void PulseOutputVolume::stopListening()
-{
-    m_changed = nullptr;
-    const std::lock_guard guard(m_connection);
-    m_connection.remove(&m_observer);
+    if (!m_listening) {
+        m_listening = m_connection.onChange([this] { devicesChanged(); });
+    }
+    return m_changed.add(std::move(changed));
 }
 
 // On the connection's thread, with its lock held.
@@ -86,11 +76,11 @@ void PulseOutputVolume::deliverChange()
     {
         const std::lock_guard guard(m_connection);
         m_isChangePosted = false;
+        if (m_changed.isEmpty()) {
+            m_listening.reset();
+        }
     }
-    // A copy, since the handler may unregister itself.
-    if (const auto changed = m_changed) {
-        changed();
-    }
+    m_changed.call();
 }
 
 }  // namespace tavlo

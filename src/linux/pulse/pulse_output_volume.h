@@ -22,19 +22,18 @@ public:
     std::optional<float> volume(const OutputDevice& device) override;
     bool setVolume(const OutputDevice& device, float scalar) override;
     void flush() override;
-    // One handler at a time; the connection is listened to only while there is one.
-    [[nodiscard]] Registration onChange(std::function<void()> changed) override;
+    // The connection is listened to only while there is a handler.
+    Registration onChange(std::function<void()> changed) override;
 
 private:
     void devicesChanged();
     void deliverChange();
-    void stopListening();
 
     PulseConnection& m_connection;
     MainQueue& m_queue;
-    PulseConnection::Observer m_observer;
     bool m_isChangePosted = false;  // under the connection's lock
-    std::function<void()> m_changed;
+    HandlerList<> m_changed;
+    std::optional<Registration> m_listening;  // ended with the connection held
     Lifetime m_lifetime;
 };
 

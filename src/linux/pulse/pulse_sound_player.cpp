@@ -1,6 +1,5 @@
 #include "linux/pulse/pulse_sound_player.h"
 
-#include "audio/sound_cues.h"
 #include "linux/pulse/pulse_connection.h"
 
 #include <pulse/operation.h>
@@ -13,8 +12,7 @@ namespace tavlo {
 
 namespace {
 
-constexpr int kSampleRate = 48000;
-constexpr double kTargetSeconds = 0.04;  // of sound kept at the server, little so that it starts at once
+constexpr double kTargetSeconds = 0.04;  // the server's buffer: short, so that the sound starts at once
 
 }  // namespace
 
@@ -28,15 +26,8 @@ PulseSoundPlayer::~PulseSoundPlayer()
     }
 }
 
-void PulseSoundPlayer::playSound(const QString& name, float volume)
+void PulseSoundPlayer::play(const Sound& sound, float volume)
 {
-    auto cue = m_cues.find(name);
-    if (cue == m_cues.end()) {
-        cue = m_cues.emplace(name, soundCue(name, kSampleRate)).first;
-    }
-    if (cue->second.empty()) {
-        return;  // there is no such sound
-    }
     const std::lock_guard guard(m_connection);
     pa_context* const context = m_connection.context();
     if (context == nullptr) {
@@ -44,18 +35,18 @@ void PulseSoundPlayer::playSound(const QString& name, float volume)
     }
     pa_sample_spec spec{};
     spec.format = PA_SAMPLE_FLOAT32NE;
-    spec.rate = kSampleRate;
+    spec.rate = static_cast<std::uint32_t>(sound.sampleRate);
     spec.channels = 1;
     pa_proplist* const properties = pa_proplist_new();
-    // The desktop's own volume for notices applies.
+    // So that the desktop's volume for event sounds applies.
     pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, "event");
     pa_stream* const stream =
-        pa_stream_new_with_proplist(context, name.toUtf8().constData(), &spec, nullptr, properties);
+        pa_stream_new_with_proplist(context, sound.name.toUtf8().constData(), &spec, nullptr, properties);
     pa_proplist_free(properties);
     if (stream == nullptr) {
         return;
     }
-    m_playing.push_back({this, stream, nullptr, cue->second});
+    m_playing.push_back({this, stream, nullptr, sound.samples});
     Playing& playing = m_playing.back();
     const float factor = std::clamp(volume, 0.0F, 1.0F);
     for (float& sample : playing.samples) {
@@ -65,8 +56,9 @@ void PulseSoundPlayer::playSound(const QString& name, float volume)
 
     pa_buffer_attr buffer{};
     buffer.maxlength = static_cast<std::uint32_t>(-1);
-    buffer.tlength = static_cast<std::uint32_t>(kSampleRate * kTargetSeconds * sizeof(float));
-    buffer.prebuf = static_cast<std::uint32_t>(-1);  // starts when so much is there, which is at once
+    buffer.tlength = static_cast<std::uint32_t>(sound.sampleRate * kTargetSeconds * sizeof(float));
+    buffer.prebuf =
+        static_cast<std::uint32_t>(-1);  // the server's own: it starts when the buffer is full, which is at once
     buffer.minreq = static_cast<std::uint32_t>(-1);
     buffer.fragsize = static_cast<std::uint32_t>(-1);
     if (pa_stream_connect_playback(stream, nullptr, &buffer, PA_STREAM_ADJUST_LATENCY, nullptr, nullptr) < 0) {
@@ -115,7 +107,7 @@ void PulseSoundPlayer::end(Playing* playing)
 void PulseSoundPlayer::release(const Playing& playing)
 {
     if (playing.drain != nullptr) {
-        // Its answer may still be on the way, and would find nobody.
+        // Its answer may still be on the way.
         pa_operation_cancel(playing.drain);
         pa_operation_unref(playing.drain);
     }

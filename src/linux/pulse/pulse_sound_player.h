@@ -7,7 +7,6 @@
 #include <pulse/stream.h>
 
 #include <list>
-#include <map>
 #include <vector>
 
 namespace tavlo {
@@ -21,7 +20,7 @@ public:
     PulseSoundPlayer(const PulseSoundPlayer&) = delete;
     PulseSoundPlayer& operator=(const PulseSoundPlayer&) = delete;
 
-    void playSound(const QString& name, float volume) override;
+    void play(const Sound& sound, float volume) override;
 
 private:
     struct Playing {
@@ -37,7 +36,6 @@ private:
     static void release(const Playing& playing);
 
     PulseConnection& m_connection;
-    std::map<QString, std::vector<float>> m_cues;  // those that were asked for: one takes a millisecond at most
     std::list<Playing> m_playing;
 };
 

@@ -15,7 +15,7 @@ namespace {
 const char kSocketName[] = "native";
 const char kFolderName[] = "pulse";
 
-// The folders in which the client library looks for the socket, and their parents, in which those are made.
+// The folders in which the client library looks for the socket, and the folder in which the server makes them.
 std::vector<std::string> foldersToWatch()
 {
     std::vector<std::string> folders;

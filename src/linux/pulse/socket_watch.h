@@ -8,8 +8,8 @@
 
 namespace tavlo {
 
-// Tells when a local sound server's socket appears, so that an absent server is not asked for again and again. Works
-// on the main loop's thread, or under its lock.
+// Reports when a local sound server's socket appears, so that an absent server need not be polled for. Used on the main
+// loop's thread, or under its lock.
 class SocketWatch {
 public:
     SocketWatch(pa_mainloop_api* loop, std::function<void()> appeared);
@@ -17,7 +17,7 @@ public:
     SocketWatch(const SocketWatch&) = delete;
     SocketWatch& operator=(const SocketWatch&) = delete;
 
-    // Looks out until `stop`. Without inotify it never reports anything; the caller then has its own slow retries.
+    // Watches until `stop`. Without inotify it never reports anything; the caller retries at times anyway.
     void start();
     void stop();
 

@@ -26,8 +26,8 @@ bool isModifier(int key)
     }
 }
 
-// How long after the monitor the toolkit may come upon a key. The desktop's clock, of 32 bits, passes each time again
-// after 49 days: without a limit, a capture would keep the keys of half of them.
+// How much later than the monitor the toolkit may get a key. The desktop's clock of 32 bits wraps around after 49 days:
+// without a limit, a capture would swallow the keys of half of that time.
 constexpr std::uint32_t kLongestDelayMs = 60'000;
 
 // Whether `first` is `second` or lies shortly before it. In milliseconds of a clock that wraps around.
@@ -41,15 +41,13 @@ bool isShortlyBefore(std::uint32_t first, std::uint32_t second)
 LocalKeyFilter::LocalKeyFilter(KeyboardMonitor& monitor, std::function<bool()> isCapturing)
     : m_monitor(monitor), m_isCapturing(std::move(isCapturing))
 {
-    m_registration = m_monitor.monitor(
-        [this](const KeyEvent& event) {
-            if (m_isCapturing()) {
-                m_lastCaptured = event.time;
-            } else if (m_lastCaptured && event.time - *m_lastCaptured > kLongestDelayMs) {
-                m_lastCaptured.reset();
-            }
-        },
-        [](const KeyEvent&) {});
+    m_registration = m_monitor.onKeyDown([this](const KeyEvent& event) {
+        if (m_isCapturing()) {
+            m_lastCaptured = event.time;
+        } else if (m_lastCaptured && event.time - *m_lastCaptured > kLongestDelayMs) {
+            m_lastCaptured.reset();
+        }
+    });
     QCoreApplication::instance()->installEventFilter(this);
 }
 
@@ -62,8 +60,8 @@ bool LocalKeyFilter::eventFilter(QObject*, QEvent* event)
             if (isModifier(key.key())) {
                 return false;
             }
-            // The monitor must judge this key by the state before it: one that starts a capture is not captured. Once
-            // a key, which comes here for each window and widget that may want it.
+            // The monitor must see this key first: a key that starts a capture is not captured. Once a key is enough,
+            // although it comes here for each window and widget in turn.
             const auto time = static_cast<std::uint32_t>(key.timestamp());
             if (m_caughtUpTo != time) {
                 m_caughtUpTo = time;

@@ -12,10 +12,9 @@ class QKeyEvent;
 
 namespace tavlo {
 
-// Keeps the keys of a running capture away from this program's own windows and menus. The capture itself gets them
-// from the keyboard monitor, before or after the toolkit has them: a key belongs to the capture when it ran at the
-// moment at which the monitor saw the key, even if it has ended since by that very key. Modifier keys pass, as do
-// releases. Main thread.
+// Keeps the keys of a running capture away from this program's own windows and menus. The capture gets its keys from
+// the keyboard monitor, before or after the toolkit gets them: a key belongs to the capture if the capture ran when the
+// monitor saw the key, even if that key has ended it since. Modifiers and releases pass. Main thread.
 class LocalKeyFilter : public QObject {
 public:
     // Filters the application's events from construction to destruction. `isCapturing` and the monitor outlive it.

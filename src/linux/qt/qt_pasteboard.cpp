@@ -11,7 +11,7 @@ void QtPasteboard::setText(const QString& text)
     QGuiApplication::clipboard()->setText(text);
 }
 
-void QtPasteboard::offerPasteboardText()
+void QtPasteboard::offerPrimarySelection()
 {
     QClipboard* const clipboard = QGuiApplication::clipboard();
     if (clipboard->supportsSelection()) {

@@ -26,8 +26,8 @@ void QtMainQueue::post(std::weak_ptr<void> owner, std::function<void()> task)
 
 void QtMainQueue::postAfter(Duration delay, std::weak_ptr<void> owner, std::function<void()> task)
 {
-    // Precise: coarse timers may be off by a twentieth, which a fade or the pause before a paste would show. A precise
-    // one counts in whole milliseconds as well, and never fires before its time.
+    // Coarse timers may be off by a twentieth, which would show in a fade or in the pause before a paste. Precise ones
+    // never fire too early.
     QTimer::singleShot(std::max(delay, Duration::zero()), Qt::PreciseTimer, &m_context,
                        whileAlive(std::move(owner), std::move(task)));
 }
@@ -40,7 +40,7 @@ MainQueue::TimePoint QtMainQueue::now() const
 QtBackgroundQueue::QtBackgroundQueue(std::chrono::milliseconds patience)
     : m_patience(patience), m_pool(std::make_unique<QThreadPool>())
 {
-    // The tasks wait rather than compute, so their number does not follow that of the processors.
+    // The tasks wait rather than compute, so their number does not depend on the number of processors.
     constexpr int kThreads = 8;
     m_pool->setMaxThreadCount(kThreads);
 }
@@ -49,7 +49,7 @@ QtBackgroundQueue::~QtBackgroundQueue()
 {
     m_pool->clear();
     if (!m_pool->waitForDone(static_cast<int>(m_patience.count()))) {
-        // Its destructor would wait without end.
+        // The pool's destructor would wait for ever.
         static_cast<void>(m_pool.release());
     }
 }

@@ -10,7 +10,8 @@
 
 namespace tavlo {
 
-// The event loop of the thread that makes it. What still waits when it goes is dropped; no thread posts after that.
+// The event loop of the thread that constructs it. Its destructor drops the tasks that still wait; nobody may post
+// after that.
 class QtMainQueue : public MainQueue {
 public:
     void post(std::weak_ptr<void> owner, std::function<void()> task) override;
@@ -21,13 +22,13 @@ private:
     QObject m_context;
 };
 
-// A thread pool of its own, so that blocking work never waits for, or holds up, the toolkit's own tasks.
+// A thread pool besides the toolkit's, so that blocking work and the toolkit's tasks do not wait for each other.
 class QtBackgroundQueue : public BackgroundQueue {
 public:
-    // `patience` is how long the end waits for tasks that still run.
+    // `patience` is how long the destructor waits for tasks that still run.
     explicit QtBackgroundQueue(std::chrono::milliseconds patience = std::chrono::seconds(2));
-    // Drops the tasks that have not begun and waits for the others, but not longer than the patience: a task that
-    // hangs is left to the end of the process, which must be near.
+    // Drops the tasks that have not begun and waits for the others. A task that hangs is left behind: the process must
+    // be about to end.
     ~QtBackgroundQueue() override;
 
     void run(std::function<void()> task) override;

@@ -21,7 +21,7 @@ void QtWorkspace::open(const QUrl& url)
     QProcess process;
     process.setProgram(opener);
     process.setArguments({url.toString(QUrl::FullyEncoded)});
-    // What a browser has to say is not part of our own output.
+    // The browser's messages must not mix with this program's output.
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());

@@ -8,7 +8,7 @@ namespace tavlo {
 void declineSessionRestart(QGuiApplication& application)
 {
     const auto decline = [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); };
-    // The session manager reads the hint when a saving is done, and may ask for either kind of saving alone.
+    // The session manager reads the hint after either kind of saving, and may ask for one kind only.
     QObject::connect(&application, &QGuiApplication::saveStateRequest, &application, decline);
     QObject::connect(&application, &QGuiApplication::commitDataRequest, &application, decline);
 }

@@ -27,7 +27,7 @@ GLibPointer<GHashTable> attributes(const QString& service, const std::optional<Q
 }  // namespace
 
 struct SecretServiceClient::UnlockRequest {
-    SecretServiceClient* client;  // None when the connection was given up meanwhile.
+    SecretServiceClient* client;  // null when the connection was given up meanwhile
     QString service;
 };
 
@@ -172,7 +172,7 @@ void SecretServiceClient::onUnlocked(GObject* source, GAsyncResult* result, gpoi
     if (request->client != nullptr) {
         request->client->m_unlocking = nullptr;
         if (count > 0) {
-            // Not every service tells of a lock that opened.
+            // Not every service signals that a collection was unlocked.
             request->client->m_changed();
         }
     }

@@ -43,12 +43,12 @@ bool SecretServiceConnection::connect()
     // libsecret knows no other connection than the one that all libraries of the process share.
     m_connection.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, m_cancellable, nullptr));
     if (m_connection && g_dbus_connection_is_closed(m_connection.get())) {
-        m_connection.reset();  // Another library still holds on to a bus that is gone.
+        m_connection.reset();  // another library still holds the connection to a bus that is gone
     }
     if (!m_connection) {
         return false;
     }
-    // By default the end of the bus ends the process, with everything that the user is about to say.
+    // By default GLib ends the process when the bus goes away.
     g_dbus_connection_set_exit_on_close(m_connection.get(), FALSE);
     watchForEndOfBus();
     subscribe(kBusName, kBusName, "NameOwnerChanged", kName,
@@ -81,7 +81,7 @@ bool SecretServiceConnection::connect()
 
 void SecretServiceConnection::watchForEndOfBus()
 {
-    // The notice comes on the thread that made the connection, whichever library that was.
+    // The signal comes on the thread that made the connection, which may be another library's.
     struct Watch {
         GLibPointer<GMainContext> context;
         std::weak_ptr<SecretServiceConnection*> connection;
@@ -141,7 +141,7 @@ void SecretServiceConnection::ownerChanged(const std::string& owner)
         return;
     }
     m_owner = owner;
-    // Its session belonged to the owner that left.
+    // The session was one with the owner that left.
     m_service.reset();
     m_lockedCollections.clear();
     m_changed();
@@ -180,7 +180,7 @@ void SecretServiceConnection::startService()
         m_connection.get(), kBusName, kBusPath, kBusName, "StartServiceByName", g_variant_new("(su)", kName, 0U),
         G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, kUnlimited, m_cancellable, nullptr));
     if (reply) {
-        refreshOwner();  // The notice that it came is dispatched only after this call.
+        refreshOwner();  // the signal is dispatched only after this call
     }
 }
 

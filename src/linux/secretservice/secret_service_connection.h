@@ -11,7 +11,7 @@
 
 namespace tavlo {
 
-// Owners of what GLib hands out.
+// Frees what GLib and libsecret return.
 struct GLibDelete {
     void operator()(GError* error) const { g_error_free(error); }
     void operator()(GVariant* variant) const { g_variant_unref(variant); }
@@ -29,9 +29,9 @@ template <class T>
 using GLibPointer = std::unique_ptr<T, GLibDelete>;
 using GLibTexts = std::unique_ptr<gchar*, GLibDelete>;
 
-// The session bus as far as the Secret Service goes: connects at the first need, and again after the bus was away, and
-// hears what becomes of the service and its collections. Lives on one thread, whose GMainContext dispatches what it
-// hears. Calls wait without a limit, until `cancellable` is cancelled.
+// The connection to the session bus on which the Secret Service is: made when it is first needed, and again after the
+// bus was away. Follows whether the service is there and which collections are locked. Lives on one thread, whose
+// GMainContext dispatches the bus's signals. Calls wait without a limit, until `cancellable` is cancelled.
 class SecretServiceConnection {
 public:
     // `changed` runs on this thread when the service came or went, or a collection was locked or unlocked; `dropped`
@@ -43,9 +43,9 @@ public:
 
     // Whether there is a connection, made now if need be. Everything below wants one.
     bool connect();
-    // Whether somebody serves.
+    // Whether the service runs.
     bool hasOwner() const { return !m_owner.empty(); }
-    // Asks the bus, for when the notice may not have been dispatched yet.
+    // Asks the bus whether it runs, without waiting for the signal that tells it.
     void refreshOwner();
     // Starts the service if the bus knows how, and waits for it.
     void startService();
@@ -53,10 +53,11 @@ public:
     void startService(GAsyncReadyCallback started, gpointer data);
     // The service for libsecret's operations; none when it cannot be made.
     SecretService* service();
-    // Calls an object of the service; never starts it. None on any failure. Takes floating arguments over.
+    // Calls a method of one of the service's objects; never starts the service. None on any failure. Consumes floating
+    // `arguments`.
     GLibPointer<GVariant> call(const char* path, const char* interface, const char* method, GVariant* arguments,
                                const char* replyType);
-    // Whether a collection is locked, or cannot be asked.
+    // Whether a collection is locked. One that does not answer counts as locked.
     bool isLocked(const std::string& collection);
 
 private:
@@ -72,12 +73,12 @@ private:
     std::function<void()> m_changed;
     std::function<void()> m_dropped;
     GLibPointer<GDBusConnection> m_connection;
-    std::shared_ptr<SecretServiceConnection*> m_connected;  // Gone when this connection has been given up.
+    std::shared_ptr<SecretServiceConnection*> m_connected;  // expires when this connection is given up
     std::vector<guint> m_subscriptions;
     gulong m_closedHandler = 0;
-    std::string m_owner;  // The service's unique name on the bus; empty while nobody serves.
+    std::string m_owner;  // the service's unique name on the bus; empty while it does not run
     GLibPointer<SecretService> m_service;
-    std::map<std::string, bool> m_lockedCollections;  // As last heard.
+    std::map<std::string, bool> m_lockedCollections;  // by path, as last known
 };
 
 }  // namespace tavlo

@@ -9,7 +9,7 @@ namespace tavlo {
 namespace {
 
 constexpr std::chrono::milliseconds kCallTime{1000};
-// By then the item may have changed.
+// A result older than this is not used: the item may have changed.
 constexpr std::chrono::seconds kSearchAge{1};
 
 }  // namespace
@@ -36,12 +36,7 @@ void SecretServiceStore::tell()
 {
     m_search.reset();
     m_isTelling = true;
-    const Handlers handlers = *m_handlers;
-    for (const auto& [id, handler] : handlers) {
-        if (m_handlers->count(id) > 0) {
-            handler();
-        }
-    }
+    m_changed.call();
     m_isTelling = false;
     m_late.reset();
 }
@@ -104,7 +99,7 @@ std::optional<QByteArray> SecretServiceStore::find(const QString& service, const
         }
         m_search.reset();
     }
-    // A service that needs longer than that for every search would otherwise be asked by the observers for ever.
+    // Otherwise a service that needs longer for every search would be asked by the handlers for ever.
     const auto whenLate = m_isTelling ? SecretServiceThread::WhenLate::KeepQuiet : SecretServiceThread::WhenLate::Tell;
     m_answeredLastFind = thread().runWithin(kCallTime, std::move(task), whenLate);
     if (!m_answeredLastFind) {
@@ -117,13 +112,6 @@ std::optional<QByteArray> SecretServiceStore::find(const QString& service, const
 void SecretServiceStore::requestUnlock()
 {
     thread().post([service = m_service](SecretServiceClient& client) { client.unlock(service); });
-}
-
-Registration SecretServiceStore::onAvailabilityChange(std::function<void()> changed)
-{
-    const int id = m_nextHandler++;
-    (*m_handlers)[id] = std::move(changed);
-    return Registration([handlers = m_handlers, id] { handlers->erase(id); });
 }
 
 }  // namespace tavlo

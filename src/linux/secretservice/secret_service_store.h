@@ -4,21 +4,23 @@
 #include "platform/secret_store.h"
 
 #include <chrono>
-#include <map>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace tavlo {
 
 class SecretServiceThread;
 
-// The desktop's keyring, through the Secret Service. Items are known by the attributes `service` and `account` alone
-// and found in whatever collection they are; new ones go to the default collection, and nowhere when there is none or
-// it is locked. A thread of its own talks to the service, so that a service or a bus that does not answer costs the
-// main thread one second once: until that call has come back, further ones behave as with an empty store, except that
-// deletions and additions are still carried out when the service answers again. An answer that comes too late is there
-// for the observers, who are told of it; what they ask for besides is not told of once more. Nothing is connected to
-// before the first call, or `connect`; a bus that was away is found again at the next call.
+// The desktop's keyring, through the Secret Service. Items are found by the attributes `service` and `account` alone,
+// in any collection; new ones go to the default collection, and nowhere when there is none or it is locked.
+//
+// A thread of its own talks to the service, so that a service or a bus that hangs holds up the main thread for one
+// second, once: until that call has come back, the store behaves as empty, except that deletions and additions are
+// carried out when the service answers again. When the late answer is there, the handlers are notified, and find it
+// without waiting. A search that times out while they run does not notify them again.
+//
+// Connects at the first call, or at `connect`; after the bus was away, at the next call.
 class SecretServiceStore : public SecretStore {
 public:
     // `service` is the one whose locked items requestUnlock unlocks.
@@ -27,7 +29,7 @@ public:
     SecretServiceStore(const SecretServiceStore&) = delete;
     SecretServiceStore& operator=(const SecretServiceStore&) = delete;
 
-    // Begins to connect, so that the first call waits for less of it. Returns at once.
+    // Begins to connect, so that the first call need not wait for it. Returns at once.
     void connect();
 
     void deleteItems(const QString& service, const QString& account) override;
@@ -36,12 +38,13 @@ public:
     std::optional<QByteArray> find(const QString& service, const QString& account) override;
     bool answeredLastFind() const override { return m_answeredLastFind; }
     void requestUnlock() override;
-    [[nodiscard]] Registration onAvailabilityChange(std::function<void()> changed) override;
+    Registration onAvailabilityChange(std::function<void()> changed) override
+    {
+        return m_changed.add(std::move(changed));
+    }
 
 private:
-    using Handlers = std::map<int, std::function<void()>>;
-
-    // A search that was begun before its answer was asked for.
+    // A search that runs, or ran, on the other thread.
     struct Search {
         QString service;
         QString account;
@@ -54,11 +57,10 @@ private:
 
     MainQueue& m_queue;
     const QString m_service;
-    std::shared_ptr<Handlers> m_handlers = std::make_shared<Handlers>();
-    int m_nextHandler = 0;
+    HandlerList<> m_changed;
     bool m_answeredLastFind = true;
     std::optional<Search> m_search;
-    std::optional<Search> m_late;  // the last one that was not waited for
+    std::optional<Search> m_late;  // the last one that timed out
     bool m_isTelling = false;
     Lifetime m_lifetime;
     std::unique_ptr<SecretServiceThread> m_thread;

@@ -30,7 +30,7 @@ struct SecretServiceThread::Core {
     std::mutex mutex;
     std::condition_variable condition;
     std::function<void()> changed;
-    int outstanding = 0;  // Tasks for which somebody waits or waited.
+    int outstanding = 0;  // Tasks that somebody waits for, or has waited for in vain.
     bool running = false;
 };
 
@@ -56,7 +56,7 @@ void SecretServiceThread::Core::run()
 
 void SecretServiceThread::Core::dispatchRest() const
 {
-    // Calls that were broken off come back here, and notices on their way; each holds on to the connection until then.
+    // Cancelled calls and queued notices arrive here; each keeps the connection alive until then.
     while (g_main_context_iteration(context.get(), FALSE) != FALSE) {
     }
 }
@@ -138,7 +138,7 @@ bool SecretServiceThread::runWithin(std::chrono::milliseconds limit, Task task, 
             core->condition.notify_all();
         }
         if (late) {
-            // Whoever was told of an empty store can ask again.
+            // Whoever took the store for empty can ask again.
             core->tell();
         }
     });

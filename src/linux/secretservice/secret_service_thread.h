@@ -13,30 +13,29 @@ class SecretServiceThread {
 public:
     using Task = std::function<void(SecretServiceClient&)>;
 
-    // `changed` is called on the thread when the store may answer otherwise than before; never after this object is
+    // `changed` is called on the thread when the store may give another answer than before; never after this object is
     // gone.
     explicit SecretServiceThread(std::function<void()> changed);
-    // Breaks off what is under way. Waits for the thread, but not longer than a second.
+    // Cancels what is under way and waits for the thread, for a second at most.
     ~SecretServiceThread();
     SecretServiceThread(const SecretServiceThread&) = delete;
     SecretServiceThread& operator=(const SecretServiceThread&) = delete;
 
     // Runs `task` on the thread, after those before it, without waiting.
     void post(Task task);
-    // What happens when a task is done for which nobody waits any more.
+    // Whether `changed` is called when a task is done that its caller no longer waits for.
     enum class WhenLate { Tell, KeepQuiet };
 
-    // Runs `task` on the thread and waits until it is done, until `limit` has passed, or not at all when an earlier
-    // task for which somebody waited is still under way. Returns whether it is done; if not, the task runs on or
-    // runs later.
+    // Runs `task` on the thread and waits for it, `limit` at most, and not at all while an earlier task that timed out
+    // is still under way. Returns whether the task is done; if not, it goes on, or runs later.
     bool runWithin(std::chrono::milliseconds limit, Task task, WhenLate whenLate = WhenLate::Tell);
-    // Whether a task for which somebody waited is still under way.
+    // Whether a task that was, or is, waited for is still under way.
     bool isOccupied() const;
 
 private:
     struct Core;
 
-    std::shared_ptr<Core> m_core;  // Shared with the thread, which may outlast this object when the system hangs.
+    std::shared_ptr<Core> m_core;  // Shared with the thread, which may outlive this object when the service hangs.
 };
 
 }  // namespace tavlo

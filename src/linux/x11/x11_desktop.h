@@ -6,14 +6,15 @@
 
 namespace tavlo {
 
-// The ports of an X11 desktop, which share one connection. Main thread; lives no longer than the application object.
+// The ports of an X11 desktop, which share one connection. Main thread; lives no longer than the pasteboard and the
+// application object.
 struct X11Desktop {
-    X11Desktop(PrimarySelection& primary, Workspace& workspace, const QByteArray& displayName = QByteArray())
+    explicit X11Desktop(Pasteboard& pasteboard, const QByteArray& displayName = QByteArray())
         : display(displayName),
           keymap(display),
           rawKeys(display),
           keyboardMonitor(display, keymap, rawKeys),
-          pasteKeystroke(display, keymap, rawKeys, primary, workspace),
+          pasteKeystroke(display, keymap, rawKeys, pasteboard),
           screens(display)
     {
     }

@@ -47,13 +47,11 @@ xcb_atom_t X11Display::atom(const std::string& name)
     if (known != m_atoms.end()) {
         return known->second;
     }
-    const auto reply = ownReply(xcb_intern_atom_reply(
-        m_connection, xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
-    if (!reply) {
-        return XCB_ATOM_NONE;
+    const xcb_atom_t atom = internAtom(m_connection, name);
+    if (atom != XCB_ATOM_NONE) {
+        m_atoms.emplace(name, atom);
     }
-    m_atoms.emplace(name, reply->atom);
-    return reply->atom;
+    return atom;
 }
 
 QByteArray X11Display::property(xcb_window_t window, xcb_atom_t name, int format)
@@ -72,16 +70,17 @@ std::vector<std::uint32_t> X11Display::numbers(xcb_window_t window, xcb_atom_t n
 {
     const QByteArray bytes = property(window, name, 32);
     std::vector<std::uint32_t> values(static_cast<std::size_t>(bytes.size()) / sizeof(std::uint32_t));
-    // Of an empty vector there is no place that could be named, not even to copy nothing to.
+    // An empty vector may have no data pointer, which memcpy must not be given even for no bytes.
     if (!values.empty()) {
         std::memcpy(values.data(), bytes.constData(), values.size() * sizeof(std::uint32_t));
     }
     return values;
 }
 
-Registration X11Display::onEvent(EventHandler handler)
+xcb_window_t X11Display::activeWindow()
 {
-    return m_handlers.add(std::move(handler));
+    const auto windows = numbers(m_root, atom("_NET_ACTIVE_WINDOW"));
+    return windows.empty() ? xcb_window_t{XCB_WINDOW_NONE} : windows.front();
 }
 
 void X11Display::flush()

@@ -12,15 +12,15 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 class QSocketNotifier;
 
 namespace tavlo {
 
-// A connection to the X server of our own, beside that of the window toolkit. Its events are handed out on the main
-// thread, from the event loop. All operations: main thread. Without a server, or once it is gone, the operations do
-// nothing and hasConnection() is false.
+// A connection to the X server besides the toolkit's. Its events are delivered on the main thread, from the event loop.
+// All operations: main thread. Without a server, or once it is gone, they do nothing and hasConnection() is false.
 class X11Display {
 public:
     using EventHandler = std::function<void(const xcb_generic_event_t&)>;
@@ -44,15 +44,17 @@ public:
     // A property's value, at most 64 kB; empty when it is not there or not of this format (8, 16 or 32).
     QByteArray property(xcb_window_t window, xcb_atom_t name, int format);
     std::vector<std::uint32_t> numbers(xcb_window_t window, xcb_atom_t name);
+    // The window that the window manager calls active; XCB_WINDOW_NONE without a window manager.
+    xcb_window_t activeWindow();
 
     // Handlers are called in the order in which they were added, for every event.
-    [[nodiscard]] Registration onEvent(EventHandler handler);
+    Registration onEvent(EventHandler handler) { return m_handlers.add(std::move(handler)); }
 
-    // Hands the requests to the server. Events that libxcb reads on the way are handed out from the event loop, since
-    // the socket will not wake us for them any more; the same goes for events read while waiting for a reply, so
-    // whoever waited for one calls this afterwards.
+    // Sends the requests to the server. Events that libxcb has read by now, while sending or while waiting for a reply,
+    // no longer make the socket readable, so they are delivered from the event loop: call this after waiting for a
+    // reply too.
     void flush();
-    // Handles every event that the server has sent before this call, now.
+    // Delivers, before it returns, every event that the server has sent before this call.
     void catchUp();
 
 private:

@@ -1,10 +1,6 @@
 #include "linux/x11/x11_keyboard_monitor.h"
 
-#include "linux/x11/key_positions.h"
 #include "platform/text_literals.h"
-#include "settings/language.h"
-
-#include <memory>
 
 namespace tavlo {
 
@@ -16,26 +12,19 @@ X11KeyboardMonitor::X11KeyboardMonitor(X11Display& display, X11Keymap& keymap, X
 {
 }
 
-Registration X11KeyboardMonitor::monitor(Handler keyDown, Handler flagsChanged)
-{
-    const auto both = std::make_shared<std::pair<Registration, Registration>>(
-        m_keyDown.add(std::move(keyDown)), m_flagsChanged.add(std::move(flagsChanged)));
-    return Registration([both] { *both = {}; });
-}
-
-QString X11KeyboardMonitor::unavailableReason() const
+Words X11KeyboardMonitor::unavailableReason() const
 {
     if (!m_display.hasConnection()) {
-        return t(u"Er is geen verbinding met een X-server, dus de sneltoets werkt niet."_s,
-                 u"There is no connection to an X server, so the hotkey does not work."_s);
+        return {u"Er is geen verbinding met een X-server, dus de sneltoets werkt niet."_s,
+                u"There is no connection to an X server, so the hotkey does not work."_s};
     }
     if (!m_rawKeys.isAvailable()) {
-        return t(u"De X-server heeft XInput 2 niet, dus de sneltoets werkt niet."_s,
-                 u"The X server has no XInput 2, so the hotkey does not work."_s);
+        return {u"De X-server heeft XInput 2 niet, dus de sneltoets werkt niet."_s,
+                u"The X server has no XInput 2, so the hotkey does not work."_s};
     }
     if (!m_keymap.isAvailable()) {
-        return t(u"De X-server beschrijft zijn toetsenbord niet (XKB), dus de sneltoets werkt niet."_s,
-                 u"The X server does not describe its keyboard (XKB), so the hotkey does not work."_s);
+        return {u"De X-server beschrijft zijn toetsenbord niet (XKB), dus de sneltoets werkt niet."_s,
+                u"The X server does not describe its keyboard (XKB), so the hotkey does not work."_s};
     }
     return {};
 }
@@ -67,13 +56,13 @@ void X11KeyboardMonitor::handle(const RawKey& key)
     }
 }
 
-std::uint64_t X11KeyboardMonitor::modifierFlags()
+ModifierFlags X11KeyboardMonitor::modifierFlags()
 {
-    std::uint64_t flags = 0;
+    ModifierFlags flags = ModifierFlags::None;
     const X11RawKeys::Keys& down = m_rawKeys.down();
     for (std::size_t key = 0; key < down.size(); ++key) {
         if (down.test(key)) {
-            flags |= modifierFlagOfKey(m_keymap.keyCode(static_cast<xcb_keycode_t>(key)));
+            flags |= modifierFlag(m_keymap.keyCode(static_cast<xcb_keycode_t>(key)));
         }
     }
     return flags;

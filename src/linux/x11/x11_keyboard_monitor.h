@@ -4,6 +4,8 @@
 #include "linux/x11/x11_raw_keys.h"
 #include "platform/keyboard_monitor.h"
 
+#include <utility>
+
 namespace tavlo {
 
 // The keys of the whole desktop by their places on the board. Main thread.
@@ -12,13 +14,14 @@ public:
     // All three outlive the monitor and share one display.
     X11KeyboardMonitor(X11Display& display, X11Keymap& keymap, X11RawKeys& rawKeys);
 
-    Registration monitor(Handler keyDown, Handler flagsChanged) override;
-    QString unavailableReason() const override;
+    Registration onKeyDown(Handler handler) override { return m_keyDown.add(std::move(handler)); }
+    Registration onFlagsChanged(Handler handler) override { return m_flagsChanged.add(std::move(handler)); }
+    Words unavailableReason() const override;
     void catchUp() override;
 
 private:
     void handle(const RawKey& key);
-    std::uint64_t modifierFlags();
+    ModifierFlags modifierFlags();
 
     X11Display& m_display;
     X11Keymap& m_keymap;

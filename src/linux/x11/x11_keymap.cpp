@@ -52,7 +52,7 @@ char32_t accentOfDeadKey(xkb_keysym_t symbol)
 X11Keymap::X11Keymap(X11Display& display) : m_display(display)
 {
     for (std::size_t key = 0; key < m_keyCodes.size(); ++key) {
-        m_keyCodes[key] = static_cast<std::uint16_t>(kFirstUnnamedKeyCode + key);
+        m_keyCodes[key] = static_cast<KeyCode>(kFirstUnnamedKeyCode + key);
     }
     if (!m_display.hasConnection() ||
         xkb_x11_setup_xkb_extension(m_display.connection(), XKB_X11_MIN_MAJOR_XKB_VERSION,
@@ -146,18 +146,18 @@ void X11Keymap::refresh()
 void X11Keymap::findKeyCodes()
 {
     for (std::size_t key = 0; key < m_keyCodes.size(); ++key) {
-        m_keyCodes[key] = static_cast<std::uint16_t>(kFirstUnnamedKeyCode + key);
+        m_keyCodes[key] = static_cast<KeyCode>(kFirstUnnamedKeyCode + key);
     }
     for (const KeyPosition& position : keyPositions()) {
         // Resolves aliases too.
         const xkb_keycode_t key = xkb_keymap_key_by_name(m_keymap.get(), position.name.data());
-        if (key < m_keyCodes.size() && m_keyCodes[key] >= kFirstUnnamedKeyCode) {
+        if (key < m_keyCodes.size() && keyNumber(m_keyCodes[key]) >= kFirstUnnamedKeyCode) {
             m_keyCodes[key] = position.keyCode;
         }
     }
 }
 
-std::uint16_t X11Keymap::keyCode(xcb_keycode_t key)
+KeyCode X11Keymap::keyCode(xcb_keycode_t key)
 {
     refresh();
     return m_keyCodes[key];

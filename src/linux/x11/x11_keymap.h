@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linux/x11/x11_display.h"
+#include "platform/keys.h"
 
 #include <QString>
 
@@ -13,8 +14,7 @@
 
 namespace tavlo {
 
-// What the server's keyboard description says about its keys now: it follows changes of layout and of keyboard.
-// Main thread.
+// What the server's keyboard description says about the keys. Follows changes of layout and of keyboard. Main thread.
 class X11Keymap {
 public:
     explicit X11Keymap(X11Display& display);
@@ -22,10 +22,10 @@ public:
     // Whether the server describes its keyboard (it has the XKB extension). Without, every key is unnamed.
     bool isAvailable();
 
-    // The virtual key code of the key's place.
-    std::uint16_t keyCode(xcb_keycode_t key);
-    // What the key types at level one of the active layout: empty for keys that type nothing. A dead key gives the
-    // accent that it stands for.
+    // The code of the key's place on the board.
+    KeyCode keyCode(xcb_keycode_t key);
+    // What the key types at level one of the active layout; empty for keys that type nothing, the accent for a dead
+    // key.
     QString charactersIgnoringModifiers(xcb_keycode_t key);
     // A key that gives this symbol at level one of the active layout.
     std::optional<xcb_keycode_t> keyGiving(xkb_keysym_t symbol);
@@ -60,7 +60,7 @@ private:
     Context m_context;
     Keymap m_keymap;
     State m_state;
-    std::array<std::uint16_t, 256> m_keyCodes{};
+    std::array<KeyCode, 256> m_keyCodes{};
     Registration m_events;
 };
 

@@ -1,11 +1,6 @@
 #include "linux/x11/x11_paste_keystroke.h"
 
-#include "linux/x11/focused_window.h"
 #include "linux/x11/xcb.h"
-#include "platform/workspace.h"
-#include "settings/locations.h"
-
-#include <QUrl>
 
 #include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -16,22 +11,21 @@ namespace {
 
 constexpr xkb_mod_mask_t kShiftModifier = XCB_MOD_MASK_SHIFT;
 constexpr xkb_mod_mask_t kControlModifier = XCB_MOD_MASK_CONTROL;
-// Alt and Super, as every usual keymap has them. Desktops and programs act when such a key is tapped alone, by
-// opening an overview or a menu.
+// Alt and Super in every usual keymap. When such a key is tapped alone, desktops and programs open an overview or a
+// menu.
 constexpr xkb_mod_mask_t kTappedModifiers = XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
-// Locks that change a chord. Caps Lock and Num Lock do not, and switching them off and on would light up on screen.
+// Locks that change a chord. Caps Lock and Num Lock do not; toggling them would show on the screen.
 constexpr std::uint8_t kDisturbingLocks = static_cast<std::uint8_t>(0xff & ~(XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2));
 constexpr std::uint8_t kAllModifiers = 0xff;
 
 }  // namespace
 
 X11PasteKeystroke::X11PasteKeystroke(X11Display& display, X11Keymap& keymap, X11RawKeys& rawKeys,
-                                     PrimarySelection& primary, Workspace& workspace)
+                                     Pasteboard& pasteboard)
     : m_display(display),
       m_keymap(keymap),
       m_rawKeys(rawKeys),
-      m_primary(primary),
-      m_workspace(workspace),
+      m_pasteboard(pasteboard),
       m_keys(rawKeys.onKey([this](const RawKey& key) { handle(key); }))
 {
 }
@@ -40,7 +34,7 @@ X11PasteKeystroke::~X11PasteKeystroke()
 {
     m_display.catchUp();
     if (m_heldForUser.any() && m_display.hasConnection()) {
-        // Nobody would let these go any more.
+        // Nobody else would release these.
         m_rawKeys.sendOwnKeys([this] {
             for (std::size_t key = 0; key < m_heldForUser.size(); ++key) {
                 if (m_heldForUser.test(key)) {
@@ -49,7 +43,7 @@ X11PasteKeystroke::~X11PasteKeystroke()
             }
         });
     }
-    // A server that finds the connection closed may drop what it has not read yet.
+    // The server may drop requests that it has not read when the connection is closed.
     m_display.catchUp();
 }
 
@@ -63,14 +57,6 @@ bool X11PasteKeystroke::isTrusted()
         m_display.connection(), xcb_test_get_version(m_display.connection(), 2, 2), nullptr));
     m_display.flush();
     return version != nullptr;
-}
-
-void X11PasteKeystroke::openTrustSettings()
-{
-    const QUrl help(kPasteHelpURL);
-    if (help.isValid()) {
-        m_workspace.open(help);
-    }
 }
 
 void X11PasteKeystroke::sendPaste()
@@ -87,7 +73,7 @@ void X11PasteKeystroke::sendPaste()
         return;
     }
     if (chord == PasteChord::ShiftInsert) {
-        m_primary.offerPasteboardText();
+        m_pasteboard.offerPrimarySelection();
     }
     m_rawKeys.sendOwnKeys([&] { type(*keys); });
 }
@@ -129,7 +115,7 @@ void X11PasteKeystroke::type(const ChordKeys& keys)
         xcb_xkb_latch_lock_state(connection, kCoreKeyboard, locks, 0, 0, 0, kAllModifiers, 0, 0);
     }
 
-    // Held keys that must not be seen to be tapped alone are let go and pressed while our own modifier is down, unless
+    // Held keys that must not seem tapped alone are released and pressed again while our own modifier is down, unless
     // the two together mean something else, such as the next layout.
     std::vector<xcb_keycode_t> wrapped;
     std::vector<xcb_keycode_t> plain;
@@ -162,7 +148,7 @@ void X11PasteKeystroke::type(const ChordKeys& keys)
     if (keys.second) {
         release(*keys.second);
     }
-    // Where the user's keys cannot be followed, a key pressed for the user might stay down for ever.
+    // Unless the user's keys can be followed, a key pressed for the user might stay down for ever.
     const bool canPressAgain = m_rawKeys.isAvailable();
     const auto pressForUser = [&](const std::vector<xcb_keycode_t>& held) {
         for (const xcb_keycode_t key : held) {
@@ -184,8 +170,8 @@ void X11PasteKeystroke::type(const ChordKeys& keys)
 
 void X11PasteKeystroke::press(xcb_keycode_t key)
 {
-    // A program that ended in the middle may have left the key down on the test device, though it is up for everybody
-    // else; the server then ignores a press.
+    // A program that ended in mid-chord may have left the key down on the test device; the server would then ignore the
+    // press.
     fake(XCB_KEY_RELEASE, key);
     fake(XCB_KEY_PRESS, key);
 }
@@ -218,11 +204,11 @@ void X11PasteKeystroke::handle(const RawKey& key)
         return;
     }
     if (key.source == KeySource::OtherProgram) {
-        m_heldForUser.reset(key.key);  // that very device has let it go
+        m_heldForUser.reset(key.key);  // the test device, on which it was pressed, has released it
         return;
     }
     m_rawKeys.sendOwnKeys([&] {
-        // Pressed again meanwhile: then it is for the next release.
+        // If the user has pressed it again, the next release ends it.
         if (!keysDown().test(key.key)) {
             release(key.key);
             m_heldForUser.reset(key.key);

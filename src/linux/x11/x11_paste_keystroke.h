@@ -1,7 +1,6 @@
 #pragma once
 
 #include "linux/x11/paste_chord.h"
-#include "linux/x11/primary_selection.h"
 #include "linux/x11/x11_keymap.h"
 #include "linux/x11/x11_raw_keys.h"
 #include "platform/paste.h"
@@ -11,19 +10,15 @@
 
 namespace tavlo {
 
-class Workspace;
-
 // Types the paste chord through XTEST. Main thread.
 //
 // Modifiers that are down are released first and pressed again afterwards, so that they take no part in the chord and
-// are as the user holds them. What we press for the user stands as pressed on the server's test device, which is let
-// go as soon as the user lets the real key go; so nothing is left stuck, not even where other programs that type would
-// notice.
+// are then as the user holds them. Those are pressed on the server's test device, and released there as soon as the
+// user releases the real key, so that nothing is left stuck.
 class X11PasteKeystroke : public PasteKeystroke {
 public:
     // All outlive this object; the first three belong together.
-    X11PasteKeystroke(X11Display& display, X11Keymap& keymap, X11RawKeys& rawKeys, PrimarySelection& primary,
-                      Workspace& workspace);
+    X11PasteKeystroke(X11Display& display, X11Keymap& keymap, X11RawKeys& rawKeys, Pasteboard& pasteboard);
     ~X11PasteKeystroke() override;
     X11PasteKeystroke(const X11PasteKeystroke&) = delete;
     X11PasteKeystroke& operator=(const X11PasteKeystroke&) = delete;
@@ -31,7 +26,6 @@ public:
     // Whether the server lets us send keys: a round trip.
     bool isTrusted() override;
     void sendPaste() override;
-    void openTrustSettings() override;
 
 private:
     struct ChordKeys {
@@ -52,9 +46,8 @@ private:
     X11Display& m_display;
     X11Keymap& m_keymap;
     X11RawKeys& m_rawKeys;
-    PrimarySelection& m_primary;
-    Workspace& m_workspace;
-    X11RawKeys::Keys m_heldForUser;  // pressed by us on behalf of the user, who holds the real key
+    Pasteboard& m_pasteboard;
+    X11RawKeys::Keys m_heldForUser;  // pressed on the test device, while the user holds the real key
     Registration m_keys;
 };
 

@@ -25,7 +25,7 @@ void selectEvents(X11Display& display)
         xcb_input_event_mask_t head;
         std::uint32_t mask;
     };
-    // The master keyboards alone: each key arrives once more from the device itself.
+    // Only of the master keyboards: the devices themselves would report each key a second time.
     const std::array<Selection, 2> selections{{
         {{XCB_INPUT_DEVICE_ALL_MASTER, 1},
          XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE},
@@ -96,7 +96,7 @@ void X11RawKeys::handle(const xcb_generic_event_t& event)
     applyState(event.full_sequence);
     const int type = event.response_type & 0x7f;
     if (m_keyboardEvents != 0 && type == m_keyboardEvents && event.pad0 == XCB_XKB_STATE_NOTIFY) {
-        // No modifier is down for the server: should we think otherwise, we have missed a release.
+        // The server knows of no modifier that is down: if we do, we have missed a release.
         const auto& notice = reinterpret_cast<const xcb_xkb_state_notify_event_t&>(event);
         if (notice.baseMods == 0 && m_down.any()) {
             requestState();
@@ -132,7 +132,7 @@ void X11RawKeys::handleKey(const xcb_generic_event_t& event)
     const bool wasDown = m_down.test(key.key);
     if (raw.event_type == XCB_INPUT_RAW_KEY_RELEASE) {
         if (!wasDown && key.source != KeySource::OurProgram) {
-            return;  // programs that type release more than they have pressed
+            return;  // programs that send keys release more than they have pressed
         }
         key.action = KeyAction::Release;
     } else if (wasDown || (raw.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0) {
@@ -180,7 +180,7 @@ void X11RawKeys::requestState()
 
 void X11RawKeys::applyState(std::optional<std::uint32_t> upToRequest)
 {
-    // The answer holds as of its own place among the events: what comes before it must not be judged by it.
+    // The answer describes the moment of its request: it must not be applied to events before that.
     if (!m_stateRequest || (upToRequest && isBefore(*upToRequest, m_stateRequest->sequence))) {
         return;
     }

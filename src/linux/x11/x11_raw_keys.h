@@ -14,8 +14,8 @@ namespace tavlo {
 enum class KeyAction { Press, Repeat, Release };
 enum class KeySource { Keyboard, OtherProgram, OurProgram };
 
-// A key of the whole desktop as the server saw it, before any window or grab gets it. Releases of keys that were not
-// down are left out.
+// A key event as the server saw it, before any window or grab gets it. Releases of keys that were not down are left
+// out.
 struct RawKey {
     xcb_keycode_t key = 0;
     KeyAction action = KeyAction::Press;
@@ -23,12 +23,12 @@ struct RawKey {
     std::uint32_t time = 0;  // the server's clock, in milliseconds
 };
 
-// The raw key events of XInput 2, and the one place that knows which keys are down by the user's doing.
+// The raw key events of XInput 2, and the keys that the user holds down.
 //
-// Our own keys are known without guessing: they are sent over the same connection on which the events come, while
-// we hold the server, so that no other program's request comes in between. Events carry the number of the request
-// during which they arose; those of the test device with a number inside a span are ours, whatever the user's
-// keyboards do meanwhile.
+// The keys that this program sends are told apart with certainty: they are sent over the connection on which the events
+// come, with the server grabbed, so that no other program's request comes in between. An event carries the number of
+// the last request that the server had handled; those of the test device with a number inside such a span are ours,
+// whatever the user's keyboards do meanwhile.
 //
 // Main thread.
 class X11RawKeys {
@@ -39,12 +39,12 @@ public:
 
     // Whether the server reports raw keys, also while a program has grabbed the keyboard (XInput 2.1).
     bool isAvailable() const;
-    [[nodiscard]] Registration onKey(std::function<void(const RawKey&)> handler);
-    // Keys down by the user's doing, as of the event that is being handled.
+    Registration onKey(std::function<void(const RawKey&)> handler);
+    // The keys that the user, or another program, holds down, as of the event that is being handled.
     const Keys& down() const { return m_down; }
 
-    // Runs `send`, whose requests go to the server while no other program's do. What it types is OurProgram's. It must
-    // not wait for anything but replies on this display's connection.
+    // Runs `send` with the server grabbed. The keys that it sends come back as OurProgram's. It must not wait for
+    // anything but replies on this display's connection.
     void sendOwnKeys(const std::function<void()>& send);
 
 private:

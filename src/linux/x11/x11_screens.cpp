@@ -1,6 +1,5 @@
 #include "linux/x11/x11_screens.h"
 
-#include "linux/x11/focused_window.h"
 #include "linux/x11/xcb.h"
 
 #include <QCursor>
@@ -15,6 +14,8 @@
 namespace tavlo {
 
 namespace {
+
+constexpr std::uint32_t kStrutSize = 12;  // the numbers of a panel's property
 
 int toInt(std::uint32_t number)
 {
@@ -37,8 +38,8 @@ std::optional<QRect> areaOfMonitor(const QRect& monitor, const WorkAreaHints& hi
     return std::nullopt;
 }
 
-// A panel's numbers are its widths from the desktop's edges (left, right, top, bottom), and then from where to where
-// it lies along each of them.
+// What a panel leaves of the visible part. Its numbers are: how far it reaches from the left, right, top and bottom
+// edge of the desktop, then where along each of these edges it begins and ends.
 QRect withoutPanel(const QRect& monitor, QRect visible, const std::vector<std::uint32_t>& strut, const QSize& desktop)
 {
     const auto value = [&strut](std::size_t index) { return toInt(strut[index]); };
@@ -49,7 +50,7 @@ QRect withoutPanel(const QRect& monitor, QRect visible, const std::vector<std::u
     const int right = desktop.width() - value(1);
     const int top = value(2);
     const int bottom = desktop.height() - value(3);
-    // A width beyond this monitor is that of a panel on another one.
+    // A panel that does not end within this monitor belongs to another one.
     if (left > monitor.left() && left <= monitor.right() && liesAlong(4, monitor.top(), monitor.bottom())) {
         visible.setLeft(std::max(visible.left(), left));
     }
@@ -69,12 +70,11 @@ QRect withoutPanel(const QRect& monitor, QRect visible, const std::vector<std::u
 
 QRect workArea(const QRect& monitor, const WorkAreaHints& hints)
 {
-    // A window manager that draws its own panel tells the room monitor by monitor, or, where there is but one, for the
-    // whole desktop; with several monitors the desktop's room means nothing for one of them.
+    // A window manager that draws its own panel gives the room for each monitor, or for the whole desktop, which says
+    // nothing about one monitor of several.
     if (const auto area = areaOfMonitor(monitor, hints)) {
         return *area;
     }
-    constexpr std::size_t kStrutSize = 12;
     QRect visible = monitor;
     for (const auto& strut : hints.struts) {
         if (strut.size() == kStrutSize) {
@@ -90,8 +90,6 @@ QRect workArea(const QRect& monitor, const WorkAreaHints& hints)
 }
 
 namespace {
-
-constexpr std::uint32_t kStrutSize = 12;  // numbers that tell where a panel lies
 
 // The toolkit scales a screen's size, and leaves its origin where the server has it.
 QRect pixelsOf(const QScreen& screen)
@@ -150,11 +148,9 @@ std::optional<QRect> X11Screens::mainVisibleFrame()
 Compositing X11Screens::compositing()
 {
     const std::string name = "_NET_WM_CM_S" + std::to_string(m_display.screenNumber());
-    xcb_connection_t* const connection = m_display.connection();
-    const auto owner = ownReply(
-        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, m_display.atom(name)), nullptr));
+    const xcb_window_t owner = selectionOwner(m_display.connection(), m_display.atom(name));
     m_display.flush();
-    return owner && owner->owner != XCB_WINDOW_NONE ? Compositing::Present : Compositing::Absent;
+    return owner != XCB_WINDOW_NONE ? Compositing::Present : Compositing::Absent;
 }
 
 QScreen* X11Screens::mainScreen()
@@ -163,7 +159,7 @@ QScreen* X11Screens::mainScreen()
         return QGuiApplication::primaryScreen();
     }
     if (m_display.hasConnection()) {
-        const xcb_window_t window = activeWindow(m_display);
+        const xcb_window_t window = m_display.activeWindow();
         if (const auto geometry = window != XCB_WINDOW_NONE ? geometryOf(window) : std::nullopt) {
             if (QScreen* const screen = screenWithMost(*geometry)) {
                 return screen;

@@ -13,8 +13,8 @@ class QScreen;
 
 namespace tavlo {
 
-// What a window manager and the panels tell about the room for windows. All in the server's pixels; numbers as they
-// stand in the properties, which may hold anything.
+// What the window manager and the panels say about the room for windows, in the server's pixels. The numbers are
+// unchecked: other programs write these properties.
 struct WorkAreaHints {
     QSize desktop;
     int monitorCount = 1;
@@ -27,8 +27,8 @@ struct WorkAreaHints {
 // The part of a monitor that no panel covers; the whole monitor where the hints make no sense.
 QRect workArea(const QRect& monitor, const WorkAreaHints& hints);
 
-// The toolkit's screens, and what the window manager says about panels. Needs the toolkit's application object.
-// Without an X server it goes by the toolkit alone. Main thread.
+// The toolkit's screens without what the window manager says panels cover. Needs the toolkit's application object;
+// without an X server only the toolkit is asked. Main thread.
 class X11Screens : public Screens {
 public:
     explicit X11Screens(X11Display& display);

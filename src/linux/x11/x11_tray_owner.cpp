@@ -1,29 +1,12 @@
 #include "linux/x11/x11_tray_owner.h"
 
+#include "linux/x11/xcb.h"
+
 #include <QGuiApplication>
 
-#include <xcb/xcb.h>
-
-#include <cstdlib>
-#include <memory>
 #include <utility>
 
 namespace tavlo {
-
-namespace {
-
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
-
-xcb_atom_t atom(xcb_connection_t* connection, const QByteArray& name)
-{
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.constData());
-    const std::unique_ptr<xcb_intern_atom_reply_t, FreeReply> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
-
-}  // namespace
 
 X11TrayOwner::X11TrayOwner(std::function<void()> changed) : m_changed(std::move(changed))
 {
@@ -33,8 +16,8 @@ X11TrayOwner::X11TrayOwner(std::function<void()> changed) : m_changed(std::move(
     }
     m_connection = x11->connection();
     // The toolkit knows one screen of the server, the first one in every session of today.
-    m_selection = atom(m_connection, QByteArrayLiteral("_NET_SYSTEM_TRAY_S0"));
-    m_manager = atom(m_connection, QByteArrayLiteral("MANAGER"));
+    m_selection = internAtom(m_connection, "_NET_SYSTEM_TRAY_S0");
+    m_manager = internAtom(m_connection, "MANAGER");
     lookUp();
     qGuiApp->installNativeEventFilter(this);
 }
@@ -56,7 +39,8 @@ bool X11TrayOwner::nativeEventFilter(const QByteArray& eventType, void* message,
             break;
         }
         case XCB_DESTROY_NOTIFY:
-            concerned = m_owner != 0 && static_cast<const xcb_destroy_notify_event_t*>(message)->window == m_owner;
+            concerned = m_owner != XCB_WINDOW_NONE &&
+                        static_cast<const xcb_destroy_notify_event_t*>(message)->window == m_owner;
             break;
         default:
             break;
@@ -70,10 +54,8 @@ bool X11TrayOwner::nativeEventFilter(const QByteArray& eventType, void* message,
 
 void X11TrayOwner::lookUp()
 {
-    const std::unique_ptr<xcb_get_selection_owner_reply_t, FreeReply> reply(
-        xcb_get_selection_owner_reply(m_connection, xcb_get_selection_owner(m_connection, m_selection), nullptr));
-    m_owner = reply ? reply->owner : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
-    if (m_owner != 0) {
+    m_owner = selectionOwner(m_connection, m_selection);
+    if (m_owner != XCB_WINDOW_NONE) {
         const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
         xcb_change_window_attributes(m_connection, m_owner, XCB_CW_EVENT_MASK, &mask);
         xcb_flush(m_connection);

@@ -47,8 +47,8 @@ TrayStatusItem::~TrayStatusItem() = default;
 Registration TrayStatusItem::appear(StatusItemHandlers handlers)
 {
     m_handlers = std::move(handlers);
-    m_hostRegistration = m_host.observe([this] { hostChanged(); });
-    m_appearanceRegistration = m_appearance.observe([this] { redraw(); });
+    m_hostRegistration = m_host.onChange([this] { hostChanged(); });
+    m_appearanceRegistration = m_appearance.onChange([this] { redraw(); });
     QCoreApplication::instance()->installEventFilter(this);
     hostChanged();
     return Registration([this, alive = m_lifetime.reference()] {

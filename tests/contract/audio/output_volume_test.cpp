@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <optional>
 
 namespace tavlo {
 namespace {
@@ -111,6 +112,21 @@ TEST_P(OutputVolumeContract, WhoListensHearsOfAnotherProgramsChangeUntilUnregist
     ASSERT_TRUE(reads(0.5F));
     rig->pass(std::chrono::milliseconds(50));
     EXPECT_EQ(changes, before);
+}
+
+TEST_P(OutputVolumeContract, AnOlderRegistrationThatEndsLeavesTheNewerOneInForce)
+{
+    int older = 0;
+    int newer = 0;
+    std::optional<Registration> first(volume().onChange([&] { ++older; }));
+    const Registration second = volume().onChange([&] { ++newer; });
+    rig->setChannels(0.6F, 0.6F);
+    EXPECT_TRUE(rig->waitUntil([&] { return older > 0 && newer > 0; })) << "both hear of it";
+    ASSERT_TRUE(reads(0.6F));
+    first.reset();
+    newer = 0;
+    rig->setChannels(0.5F, 0.5F);
+    EXPECT_TRUE(rig->waitUntil([&] { return newer > 0; }));
 }
 
 TEST_P(OutputVolumeContract, OtherOutputsHaveVolumesOfTheirOwn)

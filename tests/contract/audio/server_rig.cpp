@@ -27,7 +27,7 @@ public:
         m_connection.emplace();
         m_input.emplace(*m_connection, m_queue);
         m_volume.emplace(*m_connection, m_queue);
-        m_isUp = m_queue.runUntil([this] { return m_input->inputFormat().sampleRate > 0; });
+        m_isUp = m_queue.runUntil([this] { return m_input->inputFormat().value_or(AudioFormat{}).sampleRate > 0; });
     }
 
     bool isUp() const override { return m_isUp; }

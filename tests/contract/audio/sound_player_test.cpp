@@ -64,17 +64,17 @@ protected:
 
 TEST_P(PulseSoundPlayerTest, EachSoundIsHeardAtItsVolume)
 {
-    for (const char* name : {"Pop", "Tink", "Basso"}) {
+    for (const SoundCue cue : {SoundCue::Started, SoundCue::Stopped, SoundCue::Alert}) {
         for (const float volume : {0.5F, 0.12F}) {
             const SignalListener listener("speakers.monitor", 2);
             ASSERT_TRUE(listener.isOpen());
-            player->playSound(QString::fromLatin1(name), volume);
+            player->play(sound(cue), volume);
             // The output has sixteen bits. PulseAudio mixes a new sound into what it has already handed to the
             // listeners of its monitor, so that these may miss the first milliseconds, which the output itself plays.
-            const float least = loudestAfter(kMissed, soundCue(QString::fromLatin1(name), 48000)) * volume;
+            const float least = loudestAfter(kMissed, sound(cue).samples) * volume;
             const float heard = hear(listener, 0.9F * least);
-            EXPECT_GE(heard, least - 0.002F) << name;
-            EXPECT_LE(heard, 0.9F * volume + 0.002F) << name;
+            EXPECT_GE(heard, least - 0.002F) << sound(cue).name.toStdString();
+            EXPECT_LE(heard, 0.9F * volume + 0.002F) << sound(cue).name.toStdString();
             EXPECT_TRUE(isQuiet());
         }
     }
@@ -86,7 +86,7 @@ TEST_P(PulseSoundPlayerTest, AskingTakesNoTime)
     Clock::duration shortest = std::chrono::seconds(1);
     for (int i = 0; i < 5; ++i) {
         const auto before = Clock::now();
-        player->playSound(u"Pop"_s, 0.15F);
+        player->play(sound(SoundCue::Started), 0.15F);
         shortest = std::min(shortest, Clock::now() - before);
     }
     EXPECT_LT(shortest, std::chrono::milliseconds(20));
@@ -100,36 +100,37 @@ TEST_P(PulseSoundPlayerTest, SoundsOverlap)
     float loudest = 0;
     for (int attempt = 0; attempt < 5 && loudest <= 0.6F; ++attempt) {
         const SignalListener listener("speakers.monitor", 2);
-        player->playSound(u"Basso"_s, 0.4F);
-        player->playSound(u"Basso"_s, 0.4F);
+        player->play(sound(SoundCue::Alert), 0.4F);
+        player->play(sound(SoundCue::Alert), 0.4F);
         loudest = hear(listener, 0.6F);
         EXPECT_TRUE(isQuiet());
     }
     EXPECT_GT(loudest, 0.6F);
 }
 
-TEST_P(PulseSoundPlayerTest, AnUnknownNamePlaysNothing)
+TEST_P(PulseSoundPlayerTest, TheListOfWhatIsPlayingNamesTheSound)
 {
-    player->playSound(u"Submarine"_s, 1);
-    queue.runFor(std::chrono::milliseconds(100));
-    EXPECT_TRUE(server.list(u"sink-inputs"_s).isEmpty());
+    player->play({u"Submarine"_s, 44100, std::vector<float>(44100)}, 1);
+    EXPECT_TRUE(queue.runUntil([this] {
+        return server.control({u"list"_s, u"sink-inputs"_s}).contains(u"media.name = \"Submarine\""_s);
+    }));
 }
 
 TEST_P(PulseSoundPlayerTest, WithoutAServerNothingHappens)
 {
-    player->playSound(u"Basso"_s, 0.5F);
+    player->play(sound(SoundCue::Alert), 0.5F);
     server.kill();
     ASSERT_TRUE(queue.runUntil([this] {
         const std::lock_guard guard(*connection);
         return connection->context() == nullptr;
     }));
-    player->playSound(u"Basso"_s, 0.5F);
+    player->play(sound(SoundCue::Alert), 0.5F);
     player.reset();
 }
 
 TEST_P(PulseSoundPlayerTest, MayEndInTheMiddleOfASound)
 {
-    player->playSound(u"Basso"_s, 0.5F);
+    player->play(sound(SoundCue::Alert), 0.5F);
     queue.runFor(std::chrono::milliseconds(30));
     player.reset();
     EXPECT_TRUE(isQuiet());
@@ -143,8 +144,8 @@ TEST(FakeSoundPlayer, KeepsWhatItWasAskedToPlay)
 {
     FakeSoundPlayer player;
     SoundPlayer& port = player;
-    port.playSound(u"Pop"_s, 0.15F);
-    EXPECT_EQ(player.played, (std::vector<FakeSoundPlayer::Sound>{{u"Pop"_s, 0.15F}}));
+    port.play(sound(SoundCue::Started), 0.15F);
+    EXPECT_EQ(player.played, (std::vector<FakeSoundPlayer::Played>{{u"Pop"_s, 0.15F}}));
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include "linux/x11/x11_desktop.h"
 #include "platform/text_literals.h"
 #include "support/fakes/fake_keyboard_monitor.h"
-#include "support/fakes/fake_workspace.h"
+#include "support/fakes/fake_pasteboard.h"
 #include "support/x_hands.h"
 
 #include <QGuiApplication>
@@ -15,11 +15,6 @@
 
 namespace tavlo {
 namespace {
-
-class NoPrimarySelection : public PrimarySelection {
-public:
-    void offerPasteboardText() override {}
-};
 
 // A window of this program that notes its keys.
 class KeyWindow : public QWindow {
@@ -59,12 +54,11 @@ protected:
         ASSERT_TRUE(waitUntil([this] { return QGuiApplication::focusWindow() == &m_window; }));
     }
 
-    NoPrimarySelection m_primary;
-    FakeWorkspace m_workspace;
-    X11Desktop m_desktop{m_primary, m_workspace};
+    FakePasteboard m_pasteboard;
+    X11Desktop m_desktop{m_pasteboard};
     XHands m_hands{testServer().displayName()};
     bool m_capturing = false;
-    QList<std::uint16_t> m_captured;
+    QList<KeyCode> m_captured;
     KeyWindow m_window;
     LocalKeyFilter m_filter{m_desktop.keyboardMonitor, [this] { return m_capturing; }};
 };
@@ -90,14 +84,12 @@ TEST_F(LocalKeyFilterTest, TheKeyThatEndsTheCaptureDoesNotReachTheWindowEither)
 {
     // As a capture does: it has ended by the time at which the toolkit may come to this key.
     m_capturing = true;
-    const auto registration = m_desktop.keyboardMonitor.monitor(
-        [this](const KeyEvent&) {
-            if (m_capturing) {
-                QMetaObject::invokeMethod(
-                    &m_window, [this] { m_capturing = false; }, Qt::QueuedConnection);
-            }
-        },
-        [](const KeyEvent&) {});
+    const auto registration = m_desktop.keyboardMonitor.onKeyDown([this](const KeyEvent&) {
+        if (m_capturing) {
+            QMetaObject::invokeMethod(
+                &m_window, [this] { m_capturing = false; }, Qt::QueuedConnection);
+        }
+    });
     for (int i = 0; i < 20; ++i) {
         m_capturing = true;
         m_hands.tap(kKeyA);
@@ -115,20 +107,18 @@ TEST_F(LocalKeyFilterTest, TheKeyThatEndsTheCaptureDoesNotReachTheWindowEither)
 
 TEST_F(LocalKeyFilterTest, TheKeyThatStartsACaptureIsNotCaptured)
 {
-    const auto registration = m_desktop.keyboardMonitor.monitor(
-        [this](const KeyEvent& event) {
-            if (m_capturing) {
-                m_captured.append(event.keyCode);
-            }
-        },
-        [](const KeyEvent&) {});
+    const auto registration = m_desktop.keyboardMonitor.onKeyDown([this](const KeyEvent& event) {
+        if (m_capturing) {
+            m_captured.append(event.keyCode);
+        }
+    });
     m_window.onPress = [this](int key) { m_capturing = key == Qt::Key_Return; };
     for (int i = 1; i <= 50; ++i) {
         m_capturing = false;
         m_hands.tap(kReturn);
         ASSERT_TRUE(waitUntil([&] { return m_window.releases.size() == i; }));
         m_desktop.keyboardMonitor.catchUp();
-        EXPECT_EQ(m_captured, QList<std::uint16_t>());
+        EXPECT_EQ(m_captured, QList<KeyCode>());
         EXPECT_EQ(m_window.presses.size(), i);
     }
 }

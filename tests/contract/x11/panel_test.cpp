@@ -154,7 +154,7 @@ TEST_P(TrayHostContract, FollowsATrayOnTheBusThatComesAndGoes)
     TrayHost& host = rig->host();
     EXPECT_EQ(host.kind(), TrayKind::None);
     int notices = 0;
-    const Registration registration = host.observe([&] { ++notices; });
+    const Registration registration = host.onChange([&] { ++notices; });
     rig->showIconsOnBus(true);
     EXPECT_TRUE(waitUntil([&] { return notices == 1; }));
     EXPECT_EQ(host.kind(), TrayKind::Bus);
@@ -184,8 +184,8 @@ TEST_P(TrayHostContract, EveryObserverIsToldUntilItsRegistrationEnds)
     const auto rig = makeRig(GetParam());
     int first = 0;
     int second = 0;
-    Registration one = rig->host().observe([&] { ++first; });
-    const Registration other = rig->host().observe([&] { ++second; });
+    Registration one = rig->host().onChange([&] { ++first; });
+    const Registration other = rig->host().onChange([&] { ++second; });
     rig->showIconsOnBus(true);
     EXPECT_TRUE(waitUntil([&] { return first == 1 && second == 1; }));
     one = {};
@@ -207,7 +207,7 @@ TEST_P(PanelAppearanceContract, KnowsTheDesktopAndFollowsTheUsersPreference)
     expected.desktops = QStringList{u"ubuntu"_s, u"GNOME"_s};
     EXPECT_EQ(appearance.surroundings(), expected);
     int notices = 0;
-    const Registration registration = appearance.observe([&] { ++notices; });
+    const Registration registration = appearance.onChange([&] { ++notices; });
     for (const std::optional<Shade> shade : {std::optional(Shade::Dark), std::optional(Shade::Light), {}}) {
         const int before = notices;
         rig->prefer(shade);
@@ -222,8 +222,8 @@ TEST_P(PanelAppearanceContract, EveryObserverIsToldUntilItsRegistrationEnds)
     const auto rig = makeRig(GetParam());
     int first = 0;
     int second = 0;
-    Registration one = rig->appearance().observe([&] { ++first; });
-    const Registration other = rig->appearance().observe([&] { ++second; });
+    Registration one = rig->appearance().onChange([&] { ++first; });
+    const Registration other = rig->appearance().onChange([&] { ++second; });
     rig->prefer(Shade::Dark);
     EXPECT_TRUE(waitUntil([&] { return first == 1 && second == 1; }));
     one = {};

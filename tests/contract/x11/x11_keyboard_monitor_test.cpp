@@ -3,7 +3,7 @@
 #include "linux/x11/key_positions.h"
 #include "linux/x11/x11_desktop.h"
 #include "platform/text_literals.h"
-#include "support/fakes/fake_workspace.h"
+#include "support/fakes/fake_pasteboard.h"
 #include "support/x_hands.h"
 
 #include <QFile>
@@ -49,24 +49,17 @@ struct Seen {
     KeyEvent event;
 };
 
-class NoPrimary : public PrimarySelection {
-public:
-    void offerPasteboardText() override { ++count; }
-    int count = 0;
-};
-
 class KeyboardMonitorTest : public testing::Test {
 protected:
     KeyboardMonitorTest()
     {
         setKeyboard({});
-        m_registration = m_desktop.keyboardMonitor.monitor(
-            [this](const KeyEvent& event) {
-                m_seen.push_back({Kind::KeyDown, event});
-            },
-            [this](const KeyEvent& event) {
-                m_seen.push_back({Kind::FlagsChanged, event});
-            });
+        m_keyDown = m_desktop.keyboardMonitor.onKeyDown([this](const KeyEvent& event) {
+            m_seen.push_back({Kind::KeyDown, event});
+        });
+        m_flagsChanged = m_desktop.keyboardMonitor.onFlagsChanged([this](const KeyEvent& event) {
+            m_seen.push_back({Kind::FlagsChanged, event});
+        });
         seen();
     }
 
@@ -87,17 +80,17 @@ protected:
         return std::exchange(m_seen, {});
     }
 
-    FakeWorkspace m_workspace;
-    NoPrimary m_primary;
-    X11Desktop m_desktop{m_primary, m_workspace};
+    FakePasteboard m_pasteboard;
+    X11Desktop m_desktop{m_pasteboard};
     XHands m_hands{testServer().displayName()};
     std::vector<Seen> m_seen;
-    Registration m_registration;
+    Registration m_keyDown;
+    Registration m_flagsChanged;
 };
 
 TEST_F(KeyboardMonitorTest, IsAvailableOnAnOrdinaryServer)
 {
-    EXPECT_EQ(m_desktop.keyboardMonitor.unavailableReason(), QString());
+    EXPECT_EQ(m_desktop.keyboardMonitor.unavailableReason(), Words());
 }
 
 TEST_F(KeyboardMonitorTest, EachModifierKeyGivesItsOwnCodeAndSharesItsFlagWithTheOtherSide)
@@ -105,25 +98,27 @@ TEST_F(KeyboardMonitorTest, EachModifierKeyGivesItsOwnCodeAndSharesItsFlagWithTh
     const struct {
         std::uint8_t key;
         std::uint16_t code;
-        std::uint64_t flag;
+        ModifierFlags flag;
     } expected[] = {
-        {RightSuper, 54, kCommandFlag}, {LeftSuper, 55, kCommandFlag},    {LeftShift, 56, kShiftFlag},
-        {LeftAlt, 58, kOptionFlag},     {LeftControl, 59, kControlFlag},  {RightShift, 60, kShiftFlag},
-        {RightAlt, 61, kOptionFlag},    {RightControl, 62, kControlFlag}, {CapsLock, 57, 0},
+        {RightSuper, 54, ModifierFlags::Command},  {LeftSuper, 55, ModifierFlags::Command},
+        {LeftShift, 56, ModifierFlags::Shift},     {LeftAlt, 58, ModifierFlags::Option},
+        {LeftControl, 59, ModifierFlags::Control}, {RightShift, 60, ModifierFlags::Shift},
+        {RightAlt, 61, ModifierFlags::Option},     {RightControl, 62, ModifierFlags::Control},
+        {CapsLock, 57, ModifierFlags::None},
     };
     for (const auto& row : expected) {
         m_hands.press(row.key);
         auto events = seen();
         ASSERT_EQ(events.size(), 1U) << "press of " << int{row.key};
         EXPECT_EQ(events[0].kind, Kind::FlagsChanged);
-        EXPECT_EQ(events[0].event.keyCode, row.code);
+        EXPECT_EQ(keyNumber(events[0].event.keyCode), row.code);
         EXPECT_EQ(events[0].event.modifierFlags, row.flag);
         m_hands.release(row.key);
         events = seen();
         ASSERT_EQ(events.size(), 1U) << "release of " << int{row.key};
         EXPECT_EQ(events[0].kind, Kind::FlagsChanged);
-        EXPECT_EQ(events[0].event.keyCode, row.code);
-        EXPECT_EQ(events[0].event.modifierFlags, 0U);
+        EXPECT_EQ(keyNumber(events[0].event.keyCode), row.code);
+        EXPECT_EQ(events[0].event.modifierFlags, ModifierFlags::None);
     }
 }
 
@@ -135,10 +130,10 @@ TEST_F(KeyboardMonitorTest, ReleaseOfTheRightKeyWhileTheLeftOneIsHeldCarriesTheF
     m_hands.release(LeftSuper);
     const auto events = seen();
     ASSERT_EQ(events.size(), 4U);
-    EXPECT_EQ(events[2].event.keyCode, 54);
-    EXPECT_EQ(events[2].event.modifierFlags, kCommandFlag);
-    EXPECT_EQ(events[3].event.keyCode, 55);
-    EXPECT_EQ(events[3].event.modifierFlags, 0U);
+    EXPECT_EQ(events[2].event.keyCode, KeyCode{54});
+    EXPECT_EQ(events[2].event.modifierFlags, ModifierFlags::Command);
+    EXPECT_EQ(events[3].event.keyCode, KeyCode{55});
+    EXPECT_EQ(events[3].event.modifierFlags, ModifierFlags::None);
 }
 
 TEST_F(KeyboardMonitorTest, PlainKeysGiveKeyDownsWithPlaceFlagsAndCharacters)
@@ -158,8 +153,8 @@ TEST_F(KeyboardMonitorTest, PlainKeysGiveKeyDownsWithPlaceFlagsAndCharacters)
         const auto events = seen();
         ASSERT_EQ(events.size(), 1U) << int{row.key};
         EXPECT_EQ(events[0].kind, Kind::KeyDown);
-        EXPECT_EQ(events[0].event.keyCode, row.code);
-        EXPECT_EQ(events[0].event.modifierFlags, kShiftFlag);
+        EXPECT_EQ(keyNumber(events[0].event.keyCode), row.code);
+        EXPECT_EQ(events[0].event.modifierFlags, ModifierFlags::Shift);
         EXPECT_EQ(events[0].event.repeat, KeyRepeat::FirstPress);
         EXPECT_EQ(events[0].event.charactersIgnoringModifiers, QString::fromUtf16(row.characters));
     }
@@ -172,7 +167,7 @@ TEST_F(KeyboardMonitorTest, AllNamedFunctionKeysHaveTheirCodes)
         m_hands.tap(static_cast<std::uint8_t>(67 + i));
         const auto events = seen();
         ASSERT_EQ(events.size(), 1U);
-        EXPECT_EQ(events[0].event.keyCode, codes[i]);
+        EXPECT_EQ(keyNumber(events[0].event.keyCode), codes[i]);
     }
     const std::pair<std::uint8_t, std::uint16_t> further[] = {{95, 103},  {96, 111}, {191, 105}, {192, 107}, {193, 113},
                                                               {194, 106}, {195, 64}, {196, 79},  {197, 80},  {198, 90}};
@@ -180,7 +175,7 @@ TEST_F(KeyboardMonitorTest, AllNamedFunctionKeysHaveTheirCodes)
         m_hands.tap(key);
         const auto events = seen();
         ASSERT_EQ(events.size(), 1U);
-        EXPECT_EQ(events[0].event.keyCode, code);
+        EXPECT_EQ(keyNumber(events[0].event.keyCode), code);
         EXPECT_EQ(events[0].kind, Kind::KeyDown);
     }
 }
@@ -189,10 +184,11 @@ TEST_F(KeyboardMonitorTest, NoTwoKeysShareACode)
 {
     std::map<std::uint16_t, int> keys;
     for (int key = 8; key < 256; ++key) {
-        const std::uint16_t code = m_desktop.keymap.keyCode(static_cast<xcb_keycode_t>(key));
+        const KeyCode code = m_desktop.keymap.keyCode(static_cast<xcb_keycode_t>(key));
         // The second keys for the same modifier exist only for programs that type.
         if (!isModifierKey(code)) {
-            EXPECT_TRUE(keys.emplace(code, key).second) << key << " and " << keys[code] << " are both " << code;
+            EXPECT_TRUE(keys.emplace(keyNumber(code), key).second)
+                << key << " and " << keys[keyNumber(code)] << " are both " << keyNumber(code);
         }
     }
 }
@@ -227,18 +223,18 @@ TEST_F(KeyboardMonitorTest, AHeldKeyIsPressedForTheFirstTimeOnlyOnce)
 TEST_F(KeyboardMonitorTest, KeysHeldAtTheStartCount)
 {
     m_hands.press(LeftAlt);
-    X11Desktop late(m_primary, m_workspace);
+    X11Desktop late(m_pasteboard);
     std::vector<KeyEvent> events;
-    const Registration registration =
-        late.keyboardMonitor.monitor([&](const KeyEvent& event) { events.push_back(event); },
-                                     [&](const KeyEvent& event) { events.push_back(event); });
+    const auto keep = [&](const KeyEvent& event) { events.push_back(event); };
+    const Registration keyDown = late.keyboardMonitor.onKeyDown(keep);
+    const Registration flagsChanged = late.keyboardMonitor.onFlagsChanged(keep);
     m_hands.tap(KeyA);
     m_hands.release(LeftAlt);
     late.keyboardMonitor.catchUp();
     ASSERT_EQ(events.size(), 2U);
-    EXPECT_EQ(events[0].modifierFlags, kOptionFlag);
-    EXPECT_EQ(events[1].keyCode, 58);
-    EXPECT_EQ(events[1].modifierFlags, 0U);
+    EXPECT_EQ(events[0].modifierFlags, ModifierFlags::Option);
+    EXPECT_EQ(events[1].keyCode, KeyCode{58});
+    EXPECT_EQ(events[1].modifierFlags, ModifierFlags::None);
 }
 
 TEST_F(KeyboardMonitorTest, ALayoutChangeKeepsPlacesAndChangesCharacters)
@@ -248,8 +244,8 @@ TEST_F(KeyboardMonitorTest, ALayoutChangeKeepsPlacesAndChangesCharacters)
         m_hands.tap(KeyB);
         QString text;
         for (const Seen& one : seen()) {
-            text += QString::number(one.event.keyCode) + QLatin1Char('=') + one.event.charactersIgnoringModifiers +
-                    QLatin1Char(' ');
+            text += QString::number(keyNumber(one.event.keyCode)) + QLatin1Char('=') +
+                    one.event.charactersIgnoringModifiers + QLatin1Char(' ');
         }
         return text;
     };
@@ -283,9 +279,9 @@ TEST_F(KeyboardMonitorTest, PlacesGoByNameAndNotByNumber)
     m_hands.tap(115);
     const auto events = seen();
     ASSERT_EQ(events.size(), 4U);
-    EXPECT_EQ(events[0].event.keyCode, 54);
-    EXPECT_EQ(events[0].event.modifierFlags, kCommandFlag);
-    EXPECT_EQ(events[2].event.keyCode, 55);
+    EXPECT_EQ(events[0].event.keyCode, KeyCode{54});
+    EXPECT_EQ(events[0].event.modifierFlags, ModifierFlags::Command);
+    EXPECT_EQ(events[2].event.keyCode, KeyCode{55});
 }
 
 TEST_F(KeyboardMonitorTest, AKeyIsFoundByAnAliasOfItsName)
@@ -307,7 +303,7 @@ TEST_F(KeyboardMonitorTest, AKeyIsFoundByAnAliasOfItsName)
     m_hands.tap(RightSuper);
     const auto events = seen();
     ASSERT_EQ(events.size(), 2U);
-    EXPECT_EQ(events[0].event.keyCode, 54);
+    EXPECT_EQ(events[0].event.keyCode, KeyCode{54});
 }
 
 TEST_F(KeyboardMonitorTest, KeysAreSeenWhileAnotherProgramHasGrabbedTheKeyboard)
@@ -325,10 +321,10 @@ TEST_F(KeyboardMonitorTest, KeysThatOtherProgramsSendCount)
     run(u"xdotool"_s, {u"key"_s, u"ctrl+v"_s});
     const auto events = seen();
     ASSERT_EQ(events.size(), 3U);
-    EXPECT_EQ(events[0].event.keyCode, 59);
-    EXPECT_EQ(events[1].event.keyCode, 9);
-    EXPECT_EQ(events[1].event.modifierFlags, kControlFlag);
-    EXPECT_EQ(events[2].event.keyCode, 59);
+    EXPECT_EQ(events[0].event.keyCode, KeyCode{59});
+    EXPECT_EQ(events[1].event.keyCode, KeyCode{9});
+    EXPECT_EQ(events[1].event.modifierFlags, ModifierFlags::Control);
+    EXPECT_EQ(events[2].event.keyCode, KeyCode{59});
 }
 
 TEST_F(KeyboardMonitorTest, OurOwnChordIsNeverReportedAndTheUsersKeysAroundItAre)
@@ -353,14 +349,15 @@ TEST_F(KeyboardMonitorTest, OurOwnChordIsNeverReportedAndTheUsersKeysAroundItAre
     otherProgram.join();
     std::map<std::uint16_t, int> presses;
     for (const Seen& one : seen()) {
-        ++presses[one.event.keyCode];
+        ++presses[keyNumber(one.event.keyCode)];
     }
     EXPECT_EQ(presses, (std::map<std::uint16_t, int>{{0, kTaps}, {11, kTaps}}));
 }
 
 TEST_F(KeyboardMonitorTest, AnUnregisteredHandlerIsNotCalledAnyMore)
 {
-    m_registration = Registration();
+    m_keyDown = {};
+    m_flagsChanged = {};
     m_hands.tap(KeyA);
     EXPECT_TRUE(seen().empty());
 }
@@ -398,9 +395,8 @@ TEST_F(KeyboardMonitorTest, OneKeyEventCostsLittle)
 
 TEST(KeyboardMonitorWithoutServer, SaysWhy)
 {
-    NoPrimary primary;
-    FakeWorkspace workspace;
-    X11Desktop desktop(primary, workspace, ":64999");
+    FakePasteboard pasteboard;
+    X11Desktop desktop(pasteboard, ":64999");
     EXPECT_FALSE(desktop.keyboardMonitor.unavailableReason().isEmpty());
     EXPECT_FALSE(desktop.pasteKeystroke.isTrusted());
     desktop.pasteKeystroke.sendPaste();
@@ -411,11 +407,10 @@ TEST(KeyboardMonitorWithoutServer, SaysWhy)
 
 TEST(KeyboardMonitorOnAServerThatEnds, SaysSoAndDoesNotSpin)
 {
-    NoPrimary primary;
-    FakeWorkspace workspace;
+    FakePasteboard pasteboard;
     auto server = std::make_unique<XServer>();
-    X11Desktop desktop(primary, workspace, server->displayName());
-    EXPECT_EQ(desktop.keyboardMonitor.unavailableReason(), QString());
+    X11Desktop desktop(pasteboard, server->displayName());
+    EXPECT_EQ(desktop.keyboardMonitor.unavailableReason(), Words());
     server.reset();
     EXPECT_TRUE(waitUntil([&] { return !desktop.display.hasConnection(); }));
     EXPECT_FALSE(desktop.keyboardMonitor.unavailableReason().isEmpty());

@@ -1,10 +1,8 @@
 #include "contract/x11/x11_environment.h"
 #include "linux/qt/qt_pasteboard.h"
-#include "linux/x11/focused_window.h"
+#include "linux/x11/paste_chord.h"
 #include "linux/x11/x11_desktop.h"
 #include "platform/text_literals.h"
-#include "settings/locations.h"
-#include "support/fakes/fake_workspace.h"
 #include "support/x_hands.h"
 
 #include <QClipboard>
@@ -130,9 +128,8 @@ protected:
     }
 
     static inline Program* s_windowManager = nullptr;
-    FakeWorkspace m_workspace;
     QtPasteboard m_pasteboard;
-    X11Desktop m_desktop{m_pasteboard, m_workspace};
+    X11Desktop m_desktop{m_pasteboard};
     XHands m_hands{testServer().displayName()};
     const QString m_text = u"Crème brûlée, naïef — €5 日本 🎤"_s;
 };
@@ -186,7 +183,7 @@ TEST_F(PasteTest, AHeldSuperKeyTakesNoPartAndStaysHeldUntilTheUserLetsItGo)
 TEST_F(PasteTest, AKeyLetGoJustBeforeTheProgramEndsIsNotLeftDown)
 {
     {
-        X11Desktop desktop(m_pasteboard, m_workspace);
+        X11Desktop desktop(m_pasteboard);
         m_hands.press(LeftShift);
         desktop.pasteKeystroke.sendPaste();
         m_hands.release(LeftShift);
@@ -234,14 +231,15 @@ TEST_F(PasteTest, HeldModifiersAreNotReportedAsReleasedOrPressed)
     m_hands.press(RightSuper);
     m_desktop.keyboardMonitor.catchUp();
     int count = 0;
-    std::uint64_t flags = 0;
-    const auto registration = m_desktop.keyboardMonitor.monitor(
-        [&](const KeyEvent& event) { flags = event.modifierFlags; }, [&](const KeyEvent&) { ++count; });
+    ModifierFlags flags = ModifierFlags::None;
+    const Registration keyDown =
+        m_desktop.keyboardMonitor.onKeyDown([&](const KeyEvent& event) { flags = event.modifierFlags; });
+    const Registration flagsChanged = m_desktop.keyboardMonitor.onFlagsChanged([&](const KeyEvent&) { ++count; });
     m_desktop.pasteKeystroke.sendPaste();
     m_hands.tap(KeyX);
     m_desktop.keyboardMonitor.catchUp();
     EXPECT_EQ(count, 0);
-    EXPECT_EQ(flags, 0x100000U);
+    EXPECT_EQ(flags, ModifierFlags::Command);
 }
 
 TEST_F(PasteTest, AHeldLetterVDoesNotStandInTheWay)
@@ -358,23 +356,16 @@ TEST_F(PasteTest, TheClipboardServesOtherProgramsLater)
     EXPECT_TRUE(waitUntil([&] { return editor.text() == m_text; }));
 }
 
-TEST_F(PasteTest, TrustSettingsOpenTheHelpPage)
-{
-    m_desktop.pasteKeystroke.openTrustSettings();
-    EXPECT_EQ(m_workspace.opened, QList<QUrl>{QUrl(kPasteHelpURL)});
-}
-
 TEST(PasteOnOtherServers, IsNotTrustedWhereXTestIsMissing)
 {
     const XServer server({u"-extension"_s, u"XTEST"_s});
     ASSERT_FALSE(server.displayName().isEmpty());
-    FakeWorkspace workspace;
     QtPasteboard pasteboard;
-    X11Desktop desktop(pasteboard, workspace, server.displayName());
+    X11Desktop desktop(pasteboard, server.displayName());
     EXPECT_FALSE(desktop.pasteKeystroke.isTrusted());
     desktop.pasteKeystroke.sendPaste();
     EXPECT_TRUE(desktop.display.hasConnection());
-    EXPECT_EQ(desktop.keyboardMonitor.unavailableReason(), QString());
+    EXPECT_EQ(desktop.keyboardMonitor.unavailableReason(), Words());
 }
 
 TEST(PasteChord, GoesByTheWindowsNames)

@@ -59,6 +59,9 @@ public:
     // The next starts fail with this error; none again lets them succeed.
     void failStarts(std::optional<Error> error) { m_startError = std::move(error); }
 
+    // So does asking for the format.
+    void failFormat(std::optional<Error> error) { m_formatError = std::move(error); }
+
     // Speaks into the microphone in use: whole blocks are handed over at once, the rest with the next or at the stop.
     void capture(const std::vector<float>& interleavedSamples)
     {
@@ -87,7 +90,13 @@ public:
     int startCount() const { return m_startCount; }
     int stopCount() const { return m_stopCount; }
 
-    AudioFormat inputFormat() override { return m_default ? m_microphones.at(*m_default) : AudioFormat{}; }
+    Result<AudioFormat> inputFormat() override
+    {
+        if (m_formatError) {
+            return tl::unexpected<Error>(*m_formatError);
+        }
+        return m_default ? m_microphones.at(*m_default) : AudioFormat{};
+    }
 
     Result<void> start(BlockHandler handler) override
     {
@@ -98,7 +107,7 @@ public:
             return failure(1, u"No microphone"_s, u"FakeAudioInput"_s);
         }
         ++m_startCount;
-        m_format = inputFormat();
+        m_format = m_microphones.at(*m_default);
         m_inUse = m_default;
         m_waiting.clear();
         m_handler = std::move(handler);
@@ -118,7 +127,7 @@ public:
         m_inUse.reset();
     }
 
-    [[nodiscard]] Registration onConfigurationChange(std::function<void()> changed) override
+    Registration onConfigurationChange(std::function<void()> changed) override
     {
         return m_changes.add(std::move(changed));
     }
@@ -137,6 +146,7 @@ private:
     std::optional<QString> m_default;
     std::optional<QString> m_inUse;
     std::optional<Error> m_startError;
+    std::optional<Error> m_formatError;
     AudioFormat m_format;
     BlockHandler m_handler;
     std::vector<float> m_waiting;

@@ -9,28 +9,20 @@ namespace tavlo {
 // A keyboard on which the test presses the keys.
 class FakeKeyboardMonitor : public KeyboardMonitor {
 public:
-    [[nodiscard]] Registration monitor(Handler keyDown, Handler flagsChanged) override
-    {
-        return m_handlers.add(
-            [keyDown = std::move(keyDown), flagsChanged = std::move(flagsChanged)](Kind kind, const KeyEvent& event) {
-                (kind == Kind::KeyDown ? keyDown : flagsChanged)(event);
-            });
-    }
-
-    QString unavailableReason() const override { return reason; }
-
+    Registration onKeyDown(Handler handler) override { return m_keyDown.add(std::move(handler)); }
+    Registration onFlagsChanged(Handler handler) override { return m_flagsChanged.add(std::move(handler)); }
+    Words unavailableReason() const override { return reason; }
     void catchUp() override { ++catchUpCount; }
 
-    void sendKeyDown(const KeyEvent& event) { m_handlers.call(Kind::KeyDown, event); }
-    void sendFlagsChanged(const KeyEvent& event) { m_handlers.call(Kind::FlagsChanged, event); }
+    void sendKeyDown(const KeyEvent& event) const { m_keyDown.call(event); }
+    void sendFlagsChanged(const KeyEvent& event) const { m_flagsChanged.call(event); }
 
-    QString reason;  // why keys cannot be seen; empty: they can
+    Words reason;  // why keys cannot be seen; empty: they can
     int catchUpCount = 0;
 
 private:
-    enum class Kind { KeyDown, FlagsChanged };
-
-    HandlerList<Kind, const KeyEvent&> m_handlers;
+    HandlerList<const KeyEvent&> m_keyDown;
+    HandlerList<const KeyEvent&> m_flagsChanged;
 };
 
 }  // namespace tavlo

@@ -80,7 +80,7 @@ public:
 
     void flush() override { ++flushCount; }
 
-    [[nodiscard]] Registration onChange(std::function<void()> changed) override
+    Registration onChange(std::function<void()> changed) override
     {
         return m_changes.add([changed = std::move(changed), listener = m_listener] { changed(); });
     }

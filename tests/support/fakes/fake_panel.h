@@ -17,10 +17,7 @@ public:
         return kind != TrayKind::None && (kind == m_kind || (kind == TrayKind::Embedding && m_embeds));
     }
     int busNumber() const override { return 1; }
-    [[nodiscard]] Registration observe(std::function<void()> changed) override
-    {
-        return m_changes.add(std::move(changed));
-    }
+    Registration onChange(std::function<void()> changed) override { return m_changes.add(std::move(changed)); }
 
     // The best kind that there is from now on.
     void set(TrayKind kind)
@@ -40,10 +37,7 @@ private:
 class FakePanelAppearance : public PanelAppearance {
 public:
     PanelSurroundings surroundings() const override { return m_surroundings; }
-    [[nodiscard]] Registration observe(std::function<void()> changed) override
-    {
-        return m_changes.add(std::move(changed));
-    }
+    Registration onChange(std::function<void()> changed) override { return m_changes.add(std::move(changed)); }
 
     void set(PanelSurroundings surroundings)
     {

@@ -23,21 +23,11 @@ public:
         }
     }
 
-    void openTrustSettings() override
-    {
-        ++openTrustSettingsCount;
-        if (onOpenTrustSettings) {
-            onOpenTrustSettings();
-        }
-    }
-
     bool trusted = true;
     int trustQuestionCount = 0;
     int pasteCount = 0;
-    int openTrustSettingsCount = 0;
     // For a test that looks at the pasteboard at that moment, or at the order of things.
     std::function<void()> onPaste;
-    std::function<void()> onOpenTrustSettings;
 };
 
 }  // namespace tavlo

@@ -19,10 +19,13 @@ public:
         }
     }
 
+    void offerPrimarySelection() override { ++primaryOffers; }
+
     // What a paste would give now; null when nothing was ever put there.
     QString text() const { return texts.isEmpty() ? QString() : texts.last(); }
 
     QStringList texts;
+    int primaryOffers = 0;
     std::function<void(const QString&)> onSet;  // for a test that looks at the order of things
 };
 

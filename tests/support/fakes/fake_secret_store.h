@@ -69,7 +69,7 @@ public:
         }
     }
 
-    [[nodiscard]] Registration onAvailabilityChange(std::function<void()> changed) override
+    Registration onAvailabilityChange(std::function<void()> changed) override
     {
         return m_changes.add(std::move(changed));
     }

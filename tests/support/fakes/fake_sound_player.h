@@ -10,23 +10,23 @@ namespace tavlo {
 // Keeps what it was asked to play.
 class FakeSoundPlayer : public SoundPlayer {
 public:
-    struct Sound {
+    struct Played {
         QString name;
         float volume = 0;
 
-        bool operator==(const Sound&) const = default;
+        bool operator==(const Played&) const = default;
     };
 
-    void playSound(const QString& name, float volume) override
+    void play(const Sound& sound, float volume) override
     {
-        played.push_back({name, volume});
+        played.push_back({sound.name, volume});
         if (onPlay) {
             onPlay(played.back());
         }
     }
 
-    std::vector<Sound> played;
-    std::function<void(const Sound&)> onPlay;  // for a test that looks at the order of things
+    std::vector<Played> played;
+    std::function<void(const Played&)> onPlay;  // for a test that looks at the order of things
 };
 
 }  // namespace tavlo

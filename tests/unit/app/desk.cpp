@@ -11,12 +11,11 @@ Desk::Desk() : locations(Locations::inFolders(home.path(), home.path()))
     gLang = u"nl"_s;
     output.userSets(u"speakers"_s, 0.8F);
     local.setResult(u"goede morgen"_s);
-    sounds.onPlay = [this](const FakeSoundPlayer::Sound& sound) {
+    sounds.onPlay = [this](const FakeSoundPlayer::Played& sound) {
         events.append(sound.name + QLatin1Char(' ') + QString::number(static_cast<double>(sound.volume)));
     };
     pasteboard.onSet = [this](const QString& text) { events.append(u"clipboard: "_s + text); };
     keystroke.onPaste = [this] { events.append(u"paste: "_s + pasteboard.text()); };
-    keystroke.onOpenTrustSettings = [this] { events.append(u"trust settings"_s); };
     workspace.onOpen = [this](const QUrl& url) { events.append(u"open "_s + url.toString()); };
     windows.onOpenSettings = [this] { events.append(u"settings window"_s); };
     windows.onOpenAbout = [this] { events.append(u"about window"_s); };
@@ -47,14 +46,14 @@ void Desk::speak(int milliseconds, float amplitude)
 
 void Desk::pressHotkey()
 {
-    keyboard.sendFlagsChanged({54, kCommandFlag, KeyRepeat::FirstPress, {}});
-    keyboard.sendFlagsChanged({54, 0, KeyRepeat::FirstPress, {}});
+    keyboard.sendFlagsChanged({KeyCode::RightCommand, ModifierFlags::Command, KeyRepeat::FirstPress, {}});
+    keyboard.sendFlagsChanged({KeyCode::RightCommand, ModifierFlags::None, KeyRepeat::FirstPress, {}});
     queue.runPending();
 }
 
 void Desk::pressEscape()
 {
-    keyboard.sendKeyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
+    keyboard.sendKeyDown({KeyCode::Escape, ModifierFlags::None, KeyRepeat::FirstPress, {}});
     queue.runPending();
 }
 

@@ -23,7 +23,7 @@ protected:
         for (std::size_t i = 0; i < samples.size(); ++i) {
             samples[i] = (i / 20) % 2 == 0 ? amplitude : -amplitude;
         }
-        desk.input.deliver({desk.input.inputFormat(), samples.data(), samples.size()});
+        desk.input.deliver({*desk.input.inputFormat(), samples.data(), samples.size()});
         desk.queue.runPending();
         desk.pressHotkey();
     }
@@ -238,8 +238,8 @@ TEST_F(DictationSessionTest, AQueuedCancelDoesNothingWhenTheRecordingHasEndedMea
 {
     desk.pressHotkey();
     desk.speak(1000);
-    desk.keyboard.sendFlagsChanged({54, kCommandFlag, KeyRepeat::FirstPress, {}});
-    desk.keyboard.sendKeyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
+    desk.keyboard.sendFlagsChanged({KeyCode::RightCommand, ModifierFlags::Command, KeyRepeat::FirstPress, {}});
+    desk.keyboard.sendKeyDown({KeyCode::Escape, ModifierFlags::None, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
     EXPECT_TRUE(desk.app->state().busy);
     EXPECT_EQ(status(), u"Transcriberen… (1 sec audio)"_s);
@@ -382,7 +382,7 @@ TEST(DictationSessionDeathTest, ATokenThatOverflowsStopsTheProgram)
     Recorder recorder(desk.input, desk.queue);
     VolumeDucker ducker(desk.output, desk.queue);
     StatusBoard board({state, desk.queue, *desk.file, desk.loginItem, desk.statusItem, desk.control});
-    TextDelivery delivery(state, desk.queue, desk.pasteboard, desk.keystroke, desk.sounds, board);
+    TextDelivery delivery(state, desk.queue, desk.pasteboard, desk.keystroke, desk.sounds, desk.workspace, board);
     TranscriptionRouting routing({state, desk.queue, desk.background, desk.cloud, desk.local, desk.offer, delivery,
                                   desk.sounds, board, *desk.file, desk.log, desk.locations.kLastWavURL});
     DictationSession session({state, desk.queue, recorder, ducker, desk.sounds, desk.hud, desk.msgHud, board, routing,

@@ -144,7 +144,7 @@ protected:
     OrderTest()
     {
         gLang = u"nl"_s;
-        m_sounds.onPlay = [this](const FakeSoundPlayer::Sound& sound) {
+        m_sounds.onPlay = [this](const FakeSoundPlayer::Played& sound) {
             m_journal.append(sound.name + QLatin1Char(' ') + QString::number(static_cast<double>(sound.volume)));
         };
         m_pasteboard.onSet = [this](const QString& text) { m_journal.append(u"clipboard: "_s + text); };
@@ -282,7 +282,7 @@ TEST_F(OrderTest, FinishWithoutAnySignal)
 TEST_F(OrderTest, Cancel)
 {
     press();
-    m_keyboard.sendKeyDown({kEscapeKeyCode, 0, KeyRepeat::FirstPress, {}});
+    m_keyboard.sendKeyDown({KeyCode::Escape, ModifierFlags::None, KeyRepeat::FirstPress, {}});
     m_queue.runPending();
     EXPECT_EQ(m_journal, (Journal{u"microphone off"_s, u"overlay off"_s, u"volume"_s, u"Basso 0.2"_s, u"icon ready"_s,
                                   u"status Opname geannuleerd"_s}));

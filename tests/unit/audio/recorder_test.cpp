@@ -110,6 +110,17 @@ TEST_F(RecorderTest, NoInputFailsWithCodeOneInDutchWhateverTheLanguage)
     EXPECT_EQ(input.startCount(), 0);
 }
 
+TEST_F(RecorderTest, AServerThatDoesNotAnswerIsNotAMissingMicrophone)
+{
+    const Error silence{u"PulseAudio"_s, 7, u"De geluidsserver antwoordt niet."_s};
+    input.failFormat(silence);
+    const Result<void> started = recorder.start();
+    ASSERT_FALSE(started);
+    EXPECT_EQ(started.error(), silence);
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_EQ(input.startCount(), 0);
+}
+
 TEST_F(RecorderTest, NoInputLeavesThePeakOfTheRecordingBefore)
 {
     ASSERT_TRUE(recorder.start());

@@ -9,9 +9,9 @@
 namespace tavlo {
 namespace {
 
-class SoundCues : public testing::TestWithParam<const char*> {
+class SoundCues : public testing::TestWithParam<SoundCue> {
 protected:
-    std::vector<float> cue(int sampleRate = 48000) { return soundCue(QString::fromLatin1(GetParam()), sampleRate); }
+    const std::vector<float>& cue() const { return sound(GetParam()).samples; }
 };
 
 TEST_P(SoundCues, IsShort)
@@ -44,27 +44,29 @@ TEST_P(SoundCues, NeverJumps)
     }
 }
 
-TEST_P(SoundCues, LastsAsLongAtAnotherRate)
+TEST_P(SoundCues, IsComputedOnce)
 {
-    EXPECT_NEAR(static_cast<double>(cue(44100).size()) / 44100, static_cast<double>(cue().size()) / 48000, 1e-4);
+    EXPECT_EQ(&sound(GetParam()), &sound(GetParam()));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, SoundCues, testing::Values("Pop", "Tink", "Basso"));
+INSTANTIATE_TEST_SUITE_P(All, SoundCues, testing::Values(SoundCue::Started, SoundCue::Stopped, SoundCue::Alert));
 
-TEST(SoundCue, TheThreeDiffer)
+TEST(SoundCue, TheThreeHaveTheirNamesAndDiffer)
 {
-    const auto pop = soundCue(u"Pop"_s, 48000);
-    const auto tink = soundCue(u"Tink"_s, 48000);
-    const auto basso = soundCue(u"Basso"_s, 48000);
-    EXPECT_NE(pop, tink);
-    EXPECT_NE(pop, basso);
-    EXPECT_NE(tink, basso);
+    const Sound& pop = sound(SoundCue::Started);
+    const Sound& tink = sound(SoundCue::Stopped);
+    const Sound& basso = sound(SoundCue::Alert);
+    EXPECT_EQ(pop.name, u"Pop"_s);
+    EXPECT_EQ(tink.name, u"Tink"_s);
+    EXPECT_EQ(basso.name, u"Basso"_s);
+    EXPECT_NE(pop.samples, tink.samples);
+    EXPECT_NE(pop.samples, basso.samples);
+    EXPECT_NE(tink.samples, basso.samples);
 }
 
-TEST(SoundCue, AnUnknownNameIsNoSound)
+TEST_P(SoundCues, HasTheRateItWasComputedFor)
 {
-    EXPECT_TRUE(soundCue(u"pop"_s, 48000).empty());
-    EXPECT_TRUE(soundCue(QString(), 48000).empty());
+    EXPECT_EQ(sound(GetParam()).sampleRate, 48000);
 }
 
 }  // namespace

@@ -22,18 +22,18 @@ class HotkeyCaptureTest : public ::testing::Test, protected TemporarySettings {
 protected:
     ~HotkeyCaptureTest() override { gLang = u"nl"_s; }
 
-    void press(std::uint16_t keyCode, const QString& characters = {})
+    void press(KeyCode keyCode, const QString& characters = {})
     {
-        m_capture->finishCapture({keyCode, 0, KeyRepeat::FirstPress, characters});
+        m_capture->finishCapture({keyCode, ModifierFlags::None, KeyRepeat::FirstPress, characters});
     }
 
-    void modifier(std::uint16_t keyCode, std::uint64_t flags)
+    void modifier(KeyCode keyCode, ModifierFlags flags)
     {
         m_capture->captureModifier({keyCode, flags, KeyRepeat::FirstPress, QString()});
     }
 
     // The label under which a pressed key is saved.
-    QString captured(std::uint16_t keyCode, const QString& characters)
+    QString captured(KeyCode keyCode, const QString& characters)
     {
         m_capture->startCapture();
         press(keyCode, characters);
@@ -68,7 +68,7 @@ TEST_F(HotkeyCaptureTest, TheMessageComesAfterThreeTenthsOfASecondAndStays)
 TEST_F(HotkeyCaptureTest, TheMessageDoesNotComeWhenTheCaptureHasEnded)
 {
     m_capture->startCapture();
-    press(kEscapeKeyCode);
+    press(KeyCode::Escape);
     m_display.message.reset();
     queue.advance(std::chrono::seconds(1));
     EXPECT_FALSE(m_display.message.has_value());
@@ -99,7 +99,7 @@ TEST_F(HotkeyCaptureTest, F5IsSavedWithoutAnAlert)
 {
     put(m_before);
     m_capture->startCapture();
-    press(96);
+    press(KeyCode::F5);
     EXPECT_TRUE(m_display.alerts.empty());
     EXPECT_EQ(object(), (QJsonObject{{u"hotkey"_s, u"custom"_s},
                                      {u"custom_keycode"_s, 96},
@@ -117,7 +117,7 @@ TEST_F(HotkeyCaptureTest, TheSpaceBarRaisesTheAlertInEnglish)
     put(m_before);
     m_capture->startCapture();
     queue.advance(std::chrono::milliseconds(300));
-    press(49, u" "_s);
+    press(KeyCode::Space, u" "_s);
     ASSERT_EQ(m_display.alerts.size(), 1u);
     const TypingKeyAlert& alert = m_display.alerts[0];
     EXPECT_EQ(alert.title, u"'Space' is a commonly used typing key"_s);
@@ -140,7 +140,7 @@ TEST_F(HotkeyCaptureTest, TheSpaceBarRaisesTheAlertInEnglish)
 TEST_F(HotkeyCaptureTest, TheAlertSpeaksDutchToo)
 {
     m_capture->startCapture();
-    press(49);
+    press(KeyCode::Space);
     ASSERT_EQ(m_display.alerts.size(), 1u);
     const TypingKeyAlert& alert = m_display.alerts[0];
     EXPECT_EQ(alert.title, u"'Spatie' is een veelgebruikte typtoets"_s);
@@ -155,7 +155,7 @@ TEST_F(HotkeyCaptureTest, TheAlertSpeaksDutchToo)
 TEST_F(HotkeyCaptureTest, ChoosingAnotherKeyStartsAFreshCapture)
 {
     m_capture->startCapture();
-    press(36);
+    press(KeyCode::Return);
     m_display.answer(TypingKeyAnswer::ChooseAnother);
     EXPECT_TRUE(m_display.capturing);
     EXPECT_FALSE(QFile::exists(file.path()));
@@ -164,7 +164,7 @@ TEST_F(HotkeyCaptureTest, ChoosingAnotherKeyStartsAFreshCapture)
 TEST_F(HotkeyCaptureTest, CancellingTheAlertKeepsTheOldHotkey)
 {
     m_capture->startCapture();
-    press(48);
+    press(KeyCode::Tab);
     const int builds = m_display.menuBuilds;
     m_display.answer(TypingKeyAnswer::Cancel);
     EXPECT_FALSE(m_display.capturing);
@@ -175,13 +175,13 @@ TEST_F(HotkeyCaptureTest, CancellingTheAlertKeepsTheOldHotkey)
 
 TEST_F(HotkeyCaptureTest, OnlyTheFourTypingKeysRaiseTheAlert)
 {
-    for (const std::uint16_t code : std::to_array<std::uint16_t>({49, 36, 48, 51})) {
+    for (const KeyCode code : {KeyCode::Space, KeyCode::Return, KeyCode::Tab, KeyCode::Backspace}) {
         m_capture->startCapture();
         press(code);
     }
     EXPECT_EQ(m_display.alerts.size(), 4u);
     EXPECT_EQ(m_display.alerts[3].title, u"'⌫' is een veelgebruikte typtoets"_s);
-    for (const std::uint16_t code : std::to_array<std::uint16_t>({0, 117, 76, 10})) {
+    for (const KeyCode code : {KeyCode::A, KeyCode::Delete, KeyCode::KeypadEnter, KeyCode::Section}) {
         m_capture->startCapture();
         press(code, u"x"_s);
     }
@@ -191,7 +191,7 @@ TEST_F(HotkeyCaptureTest, OnlyTheFourTypingKeysRaiseTheAlert)
 TEST_F(HotkeyCaptureTest, AnAnswerAfterTheObjectIsGoneDoesNothing)
 {
     m_capture->startCapture();
-    press(49);
+    press(KeyCode::Space);
     m_capture.reset();
     m_display.answer(TypingKeyAnswer::UseAnyway);
     EXPECT_FALSE(QFile::exists(file.path()));
@@ -199,42 +199,42 @@ TEST_F(HotkeyCaptureTest, AnAnswerAfterTheObjectIsGoneDoesNothing)
 
 TEST_F(HotkeyCaptureTest, ALetterIsSavedUpperCasedWithoutAnAlert)
 {
-    EXPECT_EQ(captured(0, u"a"_s), u"A"_s);
+    EXPECT_EQ(captured(KeyCode::A, u"a"_s), u"A"_s);
     EXPECT_TRUE(m_display.alerts.empty());
 }
 
 TEST_F(HotkeyCaptureTest, AKeyIsNamedByItsFirstCharacterWhenThatCanBeShown)
 {
-    EXPECT_EQ(captured(23, u"5"_s), u"5"_s);
-    EXPECT_EQ(captured(27, u"-"_s), u"-"_s);
-    EXPECT_EQ(captured(24, u"="_s), u"="_s);
-    EXPECT_EQ(captured(50, u"²"_s), u"²"_s);
-    EXPECT_EQ(captured(41, u"ö"_s), u"Ö"_s);
-    EXPECT_EQ(captured(41, u"é"_s), u"É"_s);
-    EXPECT_EQ(captured(12, u"й"_s), u"Й"_s);
-    EXPECT_EQ(captured(27, u"ß"_s), u"SS"_s);
-    EXPECT_EQ(captured(1, u"xy"_s), u"X"_s);
+    EXPECT_EQ(captured(KeyCode::Digit5, u"5"_s), u"5"_s);
+    EXPECT_EQ(captured(KeyCode::Minus, u"-"_s), u"-"_s);
+    EXPECT_EQ(captured(KeyCode::Equal, u"="_s), u"="_s);
+    EXPECT_EQ(captured(KeyCode::Grave, u"²"_s), u"²"_s);
+    EXPECT_EQ(captured(KeyCode::Semicolon, u"ö"_s), u"Ö"_s);
+    EXPECT_EQ(captured(KeyCode::Semicolon, u"é"_s), u"É"_s);
+    EXPECT_EQ(captured(KeyCode::Q, u"й"_s), u"Й"_s);
+    EXPECT_EQ(captured(KeyCode::Minus, u"ß"_s), u"SS"_s);
+    EXPECT_EQ(captured(KeyCode::S, u"xy"_s), u"X"_s);
 }
 
 TEST_F(HotkeyCaptureTest, AKeyWithoutANameIsNamedByItsNumber)
 {
-    EXPECT_EQ(captured(76, QString()), u"Toets 76"_s);
-    EXPECT_EQ(captured(77, u"\u001b"_s), u"Toets 77"_s);
-    EXPECT_EQ(captured(78, u" "_s), u"Toets 78"_s);
+    EXPECT_EQ(captured(KeyCode::KeypadEnter, QString()), u"Toets 76"_s);
+    EXPECT_EQ(captured(KeyCode{77}, u"\u001b"_s), u"Toets 77"_s);
+    EXPECT_EQ(captured(KeyCode::KeypadMinus, u" "_s), u"Toets 78"_s);
     gLang = u"en"_s;
-    EXPECT_EQ(captured(76, QString()), u"Key 76"_s);
+    EXPECT_EQ(captured(KeyCode::KeypadEnter, QString()), u"Key 76"_s);
 }
 
 TEST_F(HotkeyCaptureTest, TheTableOfNamesGoesBeforeTheCharacters)
 {
-    EXPECT_EQ(captured(10, u"<"_s), u"§"_s);
-    EXPECT_EQ(captured(123, u"x"_s), u"←"_s);
+    EXPECT_EQ(captured(KeyCode::Section, u"<"_s), u"§"_s);
+    EXPECT_EQ(captured(KeyCode::Left, u"x"_s), u"←"_s);
 }
 
 TEST_F(HotkeyCaptureTest, LeftOptionIsSavedAsAModifierAndWorksAsTheHotkey)
 {
     m_capture->startCapture();
-    modifier(58, kOptionFlag);
+    modifier(KeyCode::LeftOption, ModifierFlags::Option);
     const Config config = file.loadWithoutKey();
     EXPECT_EQ(config.hotkey, u"custom"_s);
     EXPECT_EQ(config.customKeycode, 58);
@@ -244,8 +244,8 @@ TEST_F(HotkeyCaptureTest, LeftOptionIsSavedAsAModifierAndWorksAsTheHotkey)
 
     FakeDictationControl target;
     HotkeyDetection detection(queue, file, *m_capture, target);
-    detection.handleFlags({58, kOptionFlag, KeyRepeat::FirstPress, QString()});
-    detection.handleFlags({61, kOptionFlag, KeyRepeat::FirstPress, QString()});
+    detection.handleFlags({KeyCode::LeftOption, ModifierFlags::Option, KeyRepeat::FirstPress, QString()});
+    detection.handleFlags({KeyCode::RightOption, ModifierFlags::Option, KeyRepeat::FirstPress, QString()});
     queue.runPending();
     EXPECT_EQ(target.toggles, 1);
 }
@@ -254,7 +254,7 @@ TEST_F(HotkeyCaptureTest, LeftOptionHasItsEnglishName)
 {
     gLang = u"en"_s;
     m_capture->startCapture();
-    modifier(58, kOptionFlag);
+    modifier(KeyCode::LeftOption, ModifierFlags::Option);
     EXPECT_EQ(file.loadWithoutKey().customLabel, u"Left ⌥"_s);
     EXPECT_EQ(m_display.message, (Message{u"✓ Hotkey is now: Left ⌥"_s, 2.5}));
 }
@@ -263,12 +263,12 @@ TEST_F(HotkeyCaptureTest, CapsLockIsRefusedAndEscapeThenEndsTheCapture)
 {
     gLang = u"en"_s;
     m_capture->startCapture();
-    modifier(57, 0x10000);
+    modifier(KeyCode::CapsLock, ModifierFlags{0x10000});
     EXPECT_TRUE(m_display.capturing);
     EXPECT_EQ(m_display.statusLine, u"Caps Lock is not suitable - choose another key"_s);
     EXPECT_EQ(m_display.message,
               (Message{u"Caps Lock is not suitable - press another key (Esc = cancel)"_s, std::nullopt}));
-    press(kEscapeKeyCode);
+    press(KeyCode::Escape);
     EXPECT_FALSE(m_display.capturing);
     EXPECT_EQ(m_display.statusLine, u"Key selection cancelled"_s);
     EXPECT_EQ(m_display.message, (Message{u"Key selection cancelled"_s, 1.5}));
@@ -278,7 +278,7 @@ TEST_F(HotkeyCaptureTest, CapsLockIsRefusedAndEscapeThenEndsTheCapture)
 TEST_F(HotkeyCaptureTest, CapsLockIsRefusedInDutch)
 {
     m_capture->startCapture();
-    modifier(57, 0);
+    modifier(KeyCode::CapsLock, ModifierFlags::None);
     EXPECT_EQ(m_display.statusLine, u"Caps Lock is niet geschikt - kies een andere toets"_s);
     EXPECT_EQ(m_display.message->text, u"Caps Lock is niet geschikt - druk op een andere toets (Esc = annuleren)"_s);
 }
@@ -286,17 +286,17 @@ TEST_F(HotkeyCaptureTest, CapsLockIsRefusedInDutch)
 TEST_F(HotkeyCaptureTest, ReleasesAndOtherKeysLeaveTheCaptureRunning)
 {
     m_capture->startCapture();
-    modifier(58, 0);
-    modifier(64, kOptionFlag);
-    modifier(53, kCommandFlag);
+    modifier(KeyCode::LeftOption, ModifierFlags::None);
+    modifier(KeyCode::F17, ModifierFlags::Option);
+    modifier(KeyCode::Escape, ModifierFlags::Command);
     EXPECT_TRUE(m_display.capturing);
     EXPECT_FALSE(QFile::exists(file.path()));
 }
 
 TEST_F(HotkeyCaptureTest, EventsThatComeAfterTheCaptureEndedDoNothing)
 {
-    press(96);
-    modifier(58, kOptionFlag);
+    press(KeyCode::F5);
+    modifier(KeyCode::LeftOption, ModifierFlags::Option);
     EXPECT_FALSE(QFile::exists(file.path()));
     EXPECT_EQ(m_display.menuBuilds, 0);
 }

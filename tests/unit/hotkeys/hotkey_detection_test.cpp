@@ -14,24 +14,25 @@
 namespace tavlo {
 namespace {
 
-constexpr std::uint16_t kF5 = 96;
+constexpr KeyCode kF5 = KeyCode::F5;
 
 class HotkeyDetectionTest : public ::testing::Test, protected TemporarySettings {
 protected:
-    void flags(std::uint16_t keyCode, std::uint64_t modifierFlags)
+    void flags(KeyCode keyCode, ModifierFlags modifierFlags)
     {
         m_detection->handleFlags({keyCode, modifierFlags, KeyRepeat::FirstPress, QString()});
     }
 
-    void key(std::uint16_t keyCode, KeyRepeat repeat = KeyRepeat::FirstPress, std::uint64_t modifierFlags = 0)
+    void key(KeyCode keyCode, KeyRepeat repeat = KeyRepeat::FirstPress,
+             ModifierFlags modifierFlags = ModifierFlags::None)
     {
         m_detection->handleKeyDown({keyCode, modifierFlags, repeat, QString()});
     }
 
-    void useKey(int keyCode)
+    void useKey(KeyCode keyCode)
     {
         file.update(u"hotkey"_s, u"custom"_s);
-        file.update(u"custom_keycode"_s, keyCode);
+        file.update(u"custom_keycode"_s, keyNumber(keyCode));
     }
 
     FakeDictationControl m_target;
@@ -42,14 +43,14 @@ protected:
 
 TEST_F(HotkeyDetectionTest, RightCommandTogglesOnEachPressAndNeverOnARelease)
 {
-    flags(54, kCommandFlag);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 1);
     EXPECT_TRUE(m_target.recording);
-    flags(54, 0);
+    flags(KeyCode::RightCommand, ModifierFlags::None);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 1);
-    flags(54, kCommandFlag);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 2);
     EXPECT_FALSE(m_target.recording);
@@ -57,32 +58,32 @@ TEST_F(HotkeyDetectionTest, RightCommandTogglesOnEachPressAndNeverOnARelease)
 
 TEST_F(HotkeyDetectionTest, NothingHappensWithinTheEventItself)
 {
-    flags(54, kCommandFlag);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
     EXPECT_EQ(m_target.toggles, 0);
     EXPECT_EQ(queue.waitingCount(), 1u);
 }
 
 TEST_F(HotkeyDetectionTest, LeftCommandIsNotTheRightOne)
 {
-    flags(55, kCommandFlag);
-    flags(55, 0);
+    flags(KeyCode::LeftCommand, ModifierFlags::Command);
+    flags(KeyCode::LeftCommand, ModifierFlags::None);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 0);
 }
 
 TEST_F(HotkeyDetectionTest, ReleasingTheRightKeyWhileTheLeftOneIsHeldFires)
 {
-    flags(54, kCommandFlag);
-    flags(54, kCommandFlag);  // The release: the left key keeps the flag set.
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);  // The release: the left key keeps the flag set.
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 2);
 }
 
 TEST_F(HotkeyDetectionTest, TheHotkeyFiresAlsoAsPartOfAShortcut)
 {
-    flags(56, kShiftFlag);
-    flags(54, kShiftFlag | kCommandFlag);
-    key(8, KeyRepeat::FirstPress, kShiftFlag | kCommandFlag);
+    flags(KeyCode::LeftShift, ModifierFlags::Shift);
+    flags(KeyCode::RightCommand, ModifierFlags::Shift | ModifierFlags::Command);
+    key(KeyCode::C, KeyRepeat::FirstPress, ModifierFlags::Shift | ModifierFlags::Command);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 1);
 }
@@ -90,11 +91,11 @@ TEST_F(HotkeyDetectionTest, TheHotkeyFiresAlsoAsPartOfAShortcut)
 TEST_F(HotkeyDetectionTest, RightOptionWithoutItsFlagDoesNothing)
 {
     file.update(u"hotkey"_s, u"rechter-option"_s);
-    flags(61, 0);
-    flags(61, kCommandFlag);
+    flags(KeyCode::RightOption, ModifierFlags::None);
+    flags(KeyCode::RightOption, ModifierFlags::Command);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 0);
-    flags(61, kOptionFlag);
+    flags(KeyCode::RightOption, ModifierFlags::Option);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 1);
 }
@@ -102,7 +103,7 @@ TEST_F(HotkeyDetectionTest, RightOptionWithoutItsFlagDoesNothing)
 TEST_F(HotkeyDetectionTest, PressesWhileATranscriptionRunsAreIgnored)
 {
     m_target.busy = true;
-    flags(54, kCommandFlag);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 0);
     EXPECT_FALSE(m_target.recording);
@@ -121,7 +122,7 @@ TEST_F(HotkeyDetectionTest, APlainKeyTogglesOnceHoweverLongItIsHeld)
 TEST_F(HotkeyDetectionTest, ModifiersHeldWithAPlainKeyAreNotLookedAt)
 {
     useKey(kF5);
-    key(kF5, KeyRepeat::FirstPress, kCommandFlag);
+    key(kF5, KeyRepeat::FirstPress, ModifierFlags::Command);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 1);
 }
@@ -129,34 +130,34 @@ TEST_F(HotkeyDetectionTest, ModifiersHeldWithAPlainKeyAreNotLookedAt)
 TEST_F(HotkeyDetectionTest, OtherKeysDoNothing)
 {
     useKey(kF5);
-    key(97);
-    flags(kF5, kCommandFlag);
+    key(KeyCode::F6);
+    flags(kF5, ModifierFlags::Command);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 0);
 }
 
 TEST_F(HotkeyDetectionTest, AModifierHotkeyIsNotHeardAsAKeyDown)
 {
-    key(54, KeyRepeat::FirstPress, kCommandFlag);
+    key(KeyCode::RightCommand, KeyRepeat::FirstPress, ModifierFlags::Command);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 0);
 }
 
 TEST_F(HotkeyDetectionTest, ACapturedModifierIsHeardByItsFlag)
 {
-    useKey(58);
+    useKey(KeyCode{58});
     file.update(u"custom_is_modifier"_s, true);
-    flags(58, kOptionFlag);
-    flags(58, 0);
+    flags(KeyCode::LeftOption, ModifierFlags::Option);
+    flags(KeyCode::LeftOption, ModifierFlags::None);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 1);
 }
 
 TEST_F(HotkeyDetectionTest, EscapeWhileRecordingCancelsAndDoesNotToggle)
 {
-    useKey(kEscapeKeyCode);
+    useKey(KeyCode::Escape);
     m_target.recording = true;
-    key(kEscapeKeyCode);
+    key(KeyCode::Escape);
     queue.runPending();
     EXPECT_EQ(m_target.cancels, 1);
     EXPECT_EQ(m_target.toggles, 0);
@@ -164,7 +165,7 @@ TEST_F(HotkeyDetectionTest, EscapeWhileRecordingCancelsAndDoesNotToggle)
 
 TEST_F(HotkeyDetectionTest, EscapeWhileIdleDoesNothing)
 {
-    key(kEscapeKeyCode);
+    key(KeyCode::Escape);
     queue.runPending();
     EXPECT_EQ(m_target.cancels, 0);
     EXPECT_EQ(m_target.toggles, 0);
@@ -172,8 +173,8 @@ TEST_F(HotkeyDetectionTest, EscapeWhileIdleDoesNothing)
 
 TEST_F(HotkeyDetectionTest, EscapeWhileIdleTogglesWhenItIsTheHotkey)
 {
-    useKey(kEscapeKeyCode);
-    key(kEscapeKeyCode);
+    useKey(KeyCode::Escape);
+    key(KeyCode::Escape);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 1);
 }
@@ -182,12 +183,12 @@ TEST_F(HotkeyDetectionTest, ACaptureGetsEveryEventAndTheHotkeyDoesNotFire)
 {
     m_target.recording = true;
     m_display.capturing = true;
-    flags(54, 0);  // A release chooses nothing.
-    flags(57, 0);
+    flags(KeyCode::RightCommand, ModifierFlags::None);  // A release chooses nothing.
+    flags(KeyCode::CapsLock, ModifierFlags::None);
     EXPECT_TRUE(m_display.statusLine.isEmpty());
     queue.runPending();
     EXPECT_EQ(m_display.statusLine, u"Caps Lock is niet geschikt - kies een andere toets"_s);
-    key(kEscapeKeyCode);
+    key(KeyCode::Escape);
     EXPECT_TRUE(m_display.capturing);
     queue.runPending();
     EXPECT_FALSE(m_display.capturing);
@@ -195,23 +196,23 @@ TEST_F(HotkeyDetectionTest, ACaptureGetsEveryEventAndTheHotkeyDoesNotFire)
 
     // The hotkey itself and a plain key are chosen.
     m_display.capturing = true;
-    flags(54, kCommandFlag);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
     queue.runPending();
     EXPECT_EQ(file.loadWithoutKey().customKeycode, 54);
     m_display.capturing = true;
     key(kF5);
     queue.runPending();
-    EXPECT_EQ(file.loadWithoutKey().customKeycode, kF5);
+    EXPECT_EQ(file.loadWithoutKey().customKeycode, keyNumber(kF5));
     EXPECT_EQ(m_target.toggles, 0);
     EXPECT_EQ(m_target.cancels, 0);
 }
 
 TEST_F(HotkeyDetectionTest, AChangedSettingCountsAtTheNextEvent)
 {
-    flags(54, kCommandFlag);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
     file.update(u"hotkey"_s, u"rechter-shift"_s);
-    flags(54, kCommandFlag);
-    flags(60, kShiftFlag);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
+    flags(KeyCode::RightShift, ModifierFlags::Shift);
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 2);
 }
@@ -219,7 +220,7 @@ TEST_F(HotkeyDetectionTest, AChangedSettingCountsAtTheNextEvent)
 TEST_F(HotkeyDetectionTest, TheKeychainIsNeverAsked)
 {
     put(R"({"openai_api_key": "sk-x"})");
-    flags(54, kCommandFlag);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
     key(kF5);
     queue.runPending();
     EXPECT_EQ(store.calls, 0);
@@ -227,7 +228,7 @@ TEST_F(HotkeyDetectionTest, TheKeychainIsNeverAsked)
 
 TEST_F(HotkeyDetectionTest, WhatIsQueuedDoesNotOutliveTheDetection)
 {
-    flags(54, kCommandFlag);
+    flags(KeyCode::RightCommand, ModifierFlags::Command);
     m_detection.reset();
     queue.runPending();
     EXPECT_EQ(m_target.toggles, 0);

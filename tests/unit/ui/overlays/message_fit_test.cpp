@@ -32,7 +32,7 @@ using namespace tavlo::test;
 
 namespace {
 
-KeyEvent keyWithCode(std::uint16_t keyCode)
+KeyEvent keyWithCode(KeyCode keyCode)
 {
     KeyEvent event;
     event.keyCode = keyCode;
@@ -60,12 +60,12 @@ std::vector<QString> messages()
     capture.startCapture();
     queue.advance(std::chrono::milliseconds(300));
     note();
-    capture.captureModifier(keyWithCode(kCapsLockKeyCode));
+    capture.captureModifier(keyWithCode(KeyCode::CapsLock));
     note();
-    capture.finishCapture(keyWithCode(121));  // Page Down
+    capture.finishCapture(keyWithCode(KeyCode::PageDown));
     note();
     capture.startCapture();
-    capture.finishCapture(keyWithCode(kEscapeKeyCode));
+    capture.finishCapture(keyWithCode(KeyCode::Escape));
     note();
     return shown;
 }
