@@ -26,7 +26,7 @@ _PREPARE = ("ip link set lo up && mount --bind \"$1\" /etc/hosts && mount --bind
 def model_address():
     """The address from which the product fetches the model, as it stands in its source."""
     source = (_ROOT / "src/settings/locations.h").read_text(encoding="utf-8")
-    return re.search(r'kModelRemoteURL =\s*QStringLiteral\("([^"]+)"\)', source).group(1)
+    return re.search(r'kModelRemoteURL =\s*u"([^"]+)"_s', source).group(1)
 
 
 class PrivateNetwork:
