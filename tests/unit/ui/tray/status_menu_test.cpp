@@ -94,7 +94,7 @@ TEST(StatusMenu, IsThisTableInEnglish)
     state.hasKey = true;
     state.config.customKeycode = 96;
     state.config.customLabel = u"F5"_s;
-    state.hotkey = {u"custom"_s, u"F5"_s, u"F5"_s, 96, 0};
+    state.hotkey = {u"custom"_s, u"F5"_s, u"F5"_s, KeyCode::F5, ModifierFlags::None};
     EXPECT_EQ(lines(statusMenu(state)),
               (QStringList{
                   row(u8"Ready - press the hotkey to dictate", MenuAction::None),
@@ -195,7 +195,7 @@ TEST(StatusMenu, ShowsTheCustomHotkeyInTheStartCommand)
 {
     const LanguageScope language(u"nl"_s);
     MenuState state = readyState();
-    state.hotkey = {u"custom"_s, u"F5"_s, u"F5"_s, 96, 0};
+    state.hotkey = {u"custom"_s, u"F5"_s, u"F5"_s, KeyCode::F5, ModifierFlags::None};
     EXPECT_EQ(statusMenu(state)[kToggleRow].title, u"Start opname  (F5)"_s);
     state.recording = true;
     EXPECT_EQ(statusMenu(state)[kToggleRow].title, u"Stop opname"_s);
