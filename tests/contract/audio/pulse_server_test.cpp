@@ -404,7 +404,7 @@ TEST_P(PulseServer, ANoticeFromBeforeTheRecordingDoesNotDisturbIt)
         const auto& microphone = connection->devices().microphone();
         return microphone && microphone->name == "headset";
     }));
-    ASSERT_GT(input->inputFormat().sampleRate, 0);
+    ASSERT_GT(format().sampleRate, 0);
     ASSERT_TRUE(input->start(keep()));
     queue.runFor(300ms);
     EXPECT_EQ(notices, 0);
