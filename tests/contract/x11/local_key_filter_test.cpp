@@ -60,7 +60,7 @@ protected:
     bool m_capturing = false;
     QList<KeyCode> m_captured;
     KeyWindow m_window;
-    LocalKeyFilter m_filter{m_desktop.keyboardMonitor, [this] { return m_capturing; }};
+    LocalKeyFilter m_filter{m_desktop.keys(), [this] { return m_capturing; }};
 };
 
 TEST_F(LocalKeyFilterTest, KeysReachTheWindowWhileNoCaptureRuns)
@@ -84,7 +84,7 @@ TEST_F(LocalKeyFilterTest, TheKeyThatEndsTheCaptureDoesNotReachTheWindowEither)
 {
     // As a capture does: it has ended by the time at which the toolkit may come to this key.
     m_capturing = true;
-    const auto registration = m_desktop.keyboardMonitor.onKeyDown([this](const KeyEvent&) {
+    const auto registration = m_desktop.keys().onKeyDown([this](const KeyEvent&) {
         if (m_capturing) {
             QMetaObject::invokeMethod(
                 &m_window, [this] { m_capturing = false; }, Qt::QueuedConnection);
@@ -107,7 +107,7 @@ TEST_F(LocalKeyFilterTest, TheKeyThatEndsTheCaptureDoesNotReachTheWindowEither)
 
 TEST_F(LocalKeyFilterTest, TheKeyThatStartsACaptureIsNotCaptured)
 {
-    const auto registration = m_desktop.keyboardMonitor.onKeyDown([this](const KeyEvent& event) {
+    const auto registration = m_desktop.keys().onKeyDown([this](const KeyEvent& event) {
         if (m_capturing) {
             m_captured.append(event.keyCode);
         }
@@ -117,7 +117,7 @@ TEST_F(LocalKeyFilterTest, TheKeyThatStartsACaptureIsNotCaptured)
         m_capturing = false;
         m_hands.tap(kReturn);
         ASSERT_TRUE(waitUntil([&] { return m_window.releases.size() == i; }));
-        m_desktop.keyboardMonitor.catchUp();
+        m_desktop.keys().catchUp();
         EXPECT_EQ(m_captured, QList<KeyCode>());
         EXPECT_EQ(m_window.presses.size(), i);
     }

@@ -54,10 +54,10 @@ protected:
     KeyboardMonitorTest()
     {
         setKeyboard({});
-        m_keyDown = m_desktop.keyboardMonitor.onKeyDown([this](const KeyEvent& event) {
+        m_keyDown = m_desktop.keys().onKeyDown([this](const KeyEvent& event) {
             m_seen.push_back({Kind::KeyDown, event});
         });
-        m_flagsChanged = m_desktop.keyboardMonitor.onFlagsChanged([this](const KeyEvent& event) {
+        m_flagsChanged = m_desktop.keys().onFlagsChanged([this](const KeyEvent& event) {
             m_seen.push_back({Kind::FlagsChanged, event});
         });
         seen();
@@ -76,7 +76,7 @@ protected:
     // Everything that the monitor reported since the last call.
     std::vector<Seen> seen()
     {
-        m_desktop.keyboardMonitor.catchUp();
+        m_desktop.keys().catchUp();
         return std::exchange(m_seen, {});
     }
 
@@ -90,7 +90,7 @@ protected:
 
 TEST_F(KeyboardMonitorTest, IsAvailableOnAnOrdinaryServer)
 {
-    EXPECT_EQ(m_desktop.keyboardMonitor.unavailableReason(), Words());
+    EXPECT_EQ(m_desktop.keys().unavailableReason(), Words());
 }
 
 TEST_F(KeyboardMonitorTest, EachModifierKeyGivesItsOwnCodeAndSharesItsFlagWithTheOtherSide)
@@ -184,7 +184,7 @@ TEST_F(KeyboardMonitorTest, NoTwoKeysShareACode)
 {
     std::map<std::uint16_t, int> keys;
     for (int key = 8; key < 256; ++key) {
-        const KeyCode code = m_desktop.keymap.keyCode(static_cast<xcb_keycode_t>(key));
+        const KeyCode code = m_desktop.keymap().keyCode(static_cast<xcb_keycode_t>(key));
         // The second keys for the same modifier exist only for programs that type.
         if (!isModifierKey(code)) {
             EXPECT_TRUE(keys.emplace(keyNumber(code), key).second)
@@ -226,11 +226,11 @@ TEST_F(KeyboardMonitorTest, KeysHeldAtTheStartCount)
     X11Desktop late(m_pasteboard);
     std::vector<KeyEvent> events;
     const auto keep = [&](const KeyEvent& event) { events.push_back(event); };
-    const Registration keyDown = late.keyboardMonitor.onKeyDown(keep);
-    const Registration flagsChanged = late.keyboardMonitor.onFlagsChanged(keep);
+    const Registration keyDown = late.keys().onKeyDown(keep);
+    const Registration flagsChanged = late.keys().onFlagsChanged(keep);
     m_hands.tap(KeyA);
     m_hands.release(LeftAlt);
-    late.keyboardMonitor.catchUp();
+    late.keys().catchUp();
     ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(events[0].modifierFlags, ModifierFlags::Option);
     EXPECT_EQ(events[1].keyCode, KeyCode{58});
@@ -343,7 +343,7 @@ TEST_F(KeyboardMonitorTest, OurOwnChordIsNeverReportedAndTheUsersKeysAroundItAre
         }
     });
     for (int i = 0; i < 50; ++i) {
-        m_desktop.pasteKeystroke.sendPaste();
+        m_desktop.keystroke().sendPaste();
     }
     typist.join();
     otherProgram.join();
@@ -366,10 +366,10 @@ TEST_F(KeyboardMonitorTest, EventsArriveFromTheEventLoop)
 {
     m_hands.tap(KeyA);
     EXPECT_TRUE(waitUntil([this] { return m_seen.size() == 1; }));
-    m_desktop.pasteKeystroke.isTrusted();
+    m_desktop.keystroke().isTrusted();
     m_hands.tap(KeyA);
     // Waiting for an answer has put the event into libxcb's memory, where the socket shows nothing of it.
-    m_desktop.screens.compositing();
+    m_desktop.screens().compositing();
     EXPECT_TRUE(waitUntil([this] { return m_seen.size() == 2; }));
 }
 
@@ -397,12 +397,12 @@ TEST(KeyboardMonitorWithoutServer, SaysWhy)
 {
     FakePasteboard pasteboard;
     X11Desktop desktop(pasteboard, ":64999");
-    EXPECT_FALSE(desktop.keyboardMonitor.unavailableReason().isEmpty());
-    EXPECT_FALSE(desktop.pasteKeystroke.isTrusted());
-    desktop.pasteKeystroke.sendPaste();
-    desktop.keyboardMonitor.catchUp();
-    EXPECT_EQ(desktop.screens.compositing(), Compositing::Absent);
-    EXPECT_TRUE(desktop.screens.mainVisibleFrame().has_value());
+    EXPECT_FALSE(desktop.keys().unavailableReason().isEmpty());
+    EXPECT_FALSE(desktop.keystroke().isTrusted());
+    desktop.keystroke().sendPaste();
+    desktop.keys().catchUp();
+    EXPECT_EQ(desktop.screens().compositing(), Compositing::Absent);
+    EXPECT_TRUE(desktop.screens().mainVisibleFrame().has_value());
 }
 
 TEST(KeyboardMonitorOnAServerThatEnds, SaysSoAndDoesNotSpin)
@@ -410,12 +410,12 @@ TEST(KeyboardMonitorOnAServerThatEnds, SaysSoAndDoesNotSpin)
     FakePasteboard pasteboard;
     auto server = std::make_unique<XServer>();
     X11Desktop desktop(pasteboard, server->displayName());
-    EXPECT_EQ(desktop.keyboardMonitor.unavailableReason(), Words());
+    EXPECT_EQ(desktop.keys().unavailableReason(), Words());
     server.reset();
-    EXPECT_TRUE(waitUntil([&] { return !desktop.display.hasConnection(); }));
-    EXPECT_FALSE(desktop.keyboardMonitor.unavailableReason().isEmpty());
-    EXPECT_FALSE(desktop.pasteKeystroke.isTrusted());
-    desktop.pasteKeystroke.sendPaste();
+    EXPECT_TRUE(waitUntil([&] { return !desktop.display().hasConnection(); }));
+    EXPECT_FALSE(desktop.keys().unavailableReason().isEmpty());
+    EXPECT_FALSE(desktop.keystroke().isTrusted());
+    desktop.keystroke().sendPaste();
 }
 
 }  // namespace

@@ -100,13 +100,13 @@ protected:
     // Until a window of this class really has the focus: the window manager calls it active before that.
     bool waitForFocus(const QByteArray& className)
     {
-        return waitUntil([&] { return windowClass(m_desktop.display, m_hands.focus()).contains(className); });
+        return waitUntil([&] { return windowClass(m_desktop.display(), m_hands.focus()).contains(className); });
     }
 
     void paste(const QString& text)
     {
         m_pasteboard.setText(text);
-        m_desktop.pasteKeystroke.sendPaste();
+        m_desktop.keystroke().sendPaste();
     }
 
     // Pastes into a GTK editor and gives what it holds then.
@@ -136,7 +136,7 @@ protected:
 
 TEST_F(PasteTest, IntoAGtkEditor)
 {
-    EXPECT_TRUE(m_desktop.pasteKeystroke.isTrusted());
+    EXPECT_TRUE(m_desktop.keystroke().isTrusted());
     EXPECT_EQ(pasteIntoEditor(m_text), m_text);
     EXPECT_TRUE(m_hands.keysDown().empty());
 }
@@ -154,8 +154,8 @@ TEST_F(PasteTest, TwoPastesInARowPasteTheSecondTextTwice)
     ASSERT_TRUE(waitForFocus("Text_editor.py"));
     m_pasteboard.setText(u"first"_s);
     m_pasteboard.setText(u"second"_s);
-    m_desktop.pasteKeystroke.sendPaste();
-    m_desktop.pasteKeystroke.sendPaste();
+    m_desktop.keystroke().sendPaste();
+    m_desktop.keystroke().sendPaste();
     EXPECT_TRUE(waitUntil([&] { return editor.text() == u"secondsecond"_s; }));
 }
 
@@ -175,7 +175,7 @@ TEST_F(PasteTest, AHeldSuperKeyTakesNoPartAndStaysHeldUntilTheUserLetsItGo)
     m_hands.release(RightSuper);
     EXPECT_FALSE(isDown(RightSuper));
     // What we pressed for the user is let go as well: the test device presses the key anew.
-    m_desktop.keyboardMonitor.catchUp();
+    m_desktop.keys().catchUp();
     m_hands.press(RightSuper, Device::Test);
     EXPECT_TRUE(isDown(RightSuper));
 }
@@ -185,7 +185,7 @@ TEST_F(PasteTest, AKeyLetGoJustBeforeTheProgramEndsIsNotLeftDown)
     {
         X11Desktop desktop(m_pasteboard);
         m_hands.press(LeftShift);
-        desktop.pasteKeystroke.sendPaste();
+        desktop.keystroke().sendPaste();
         m_hands.release(LeftShift);
     }
     m_hands.press(LeftShift, Device::Test);
@@ -222,22 +222,22 @@ TEST_F(PasteTest, AModifierHeldByAnotherProgramTakesNoPartAndStaysHeld)
     EXPECT_EQ(pasteIntoEditor(m_text, [this] { m_hands.press(LeftShift, Device::Test); }), m_text);
     EXPECT_TRUE(isDown(LeftShift));
     m_hands.release(LeftShift, Device::Test);
-    m_desktop.keyboardMonitor.catchUp();
+    m_desktop.keys().catchUp();
     EXPECT_TRUE(m_hands.keysDown().empty());
 }
 
 TEST_F(PasteTest, HeldModifiersAreNotReportedAsReleasedOrPressed)
 {
     m_hands.press(RightSuper);
-    m_desktop.keyboardMonitor.catchUp();
+    m_desktop.keys().catchUp();
     int count = 0;
     ModifierFlags flags = ModifierFlags::None;
     const Registration keyDown =
-        m_desktop.keyboardMonitor.onKeyDown([&](const KeyEvent& event) { flags = event.modifierFlags; });
-    const Registration flagsChanged = m_desktop.keyboardMonitor.onFlagsChanged([&](const KeyEvent&) { ++count; });
-    m_desktop.pasteKeystroke.sendPaste();
+        m_desktop.keys().onKeyDown([&](const KeyEvent& event) { flags = event.modifierFlags; });
+    const Registration flagsChanged = m_desktop.keys().onFlagsChanged([&](const KeyEvent&) { ++count; });
+    m_desktop.keystroke().sendPaste();
     m_hands.tap(KeyX);
-    m_desktop.keyboardMonitor.catchUp();
+    m_desktop.keys().catchUp();
     EXPECT_EQ(count, 0);
     EXPECT_EQ(flags, ModifierFlags::Command);
 }
@@ -300,7 +300,7 @@ TEST_F(PasteTest, HeldControlAndShiftDoNotSwitchTheLayout)
     EXPECT_EQ(pasteIntoEditor(m_text, prepare), m_text);
     m_hands.release(LeftShift);
     m_hands.tap(29);
-    EXPECT_EQ(m_desktop.keymap.charactersIgnoringModifiers(29), u"y"_s);
+    EXPECT_EQ(m_desktop.keymap().charactersIgnoringModifiers(29), u"y"_s);
 }
 
 TEST_F(PasteTest, IntoAVteTerminal)
@@ -362,10 +362,10 @@ TEST(PasteOnOtherServers, IsNotTrustedWhereXTestIsMissing)
     ASSERT_FALSE(server.displayName().isEmpty());
     QtPasteboard pasteboard;
     X11Desktop desktop(pasteboard, server.displayName());
-    EXPECT_FALSE(desktop.pasteKeystroke.isTrusted());
-    desktop.pasteKeystroke.sendPaste();
-    EXPECT_TRUE(desktop.display.hasConnection());
-    EXPECT_EQ(desktop.keyboardMonitor.unavailableReason(), Words());
+    EXPECT_FALSE(desktop.keystroke().isTrusted());
+    desktop.keystroke().sendPaste();
+    EXPECT_TRUE(desktop.display().hasConnection());
+    EXPECT_EQ(desktop.keys().unavailableReason(), Words());
 }
 
 TEST(PasteChord, GoesByTheWindowsNames)

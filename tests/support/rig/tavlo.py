@@ -16,6 +16,7 @@ from .waiting import wait_for
 READY = "Klaar - druk op de sneltoets om te dicteren"
 READY_ENGLISH = "Ready - press the hotkey to dictate"
 HOTKEY = "Super_R"
+_SERVICES = "Bureaublad: "
 _LOG_LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d ")
 
 
@@ -115,7 +116,16 @@ class Tavlo:
     # Log
 
     def log(self):
-        """The messages of the log, without their time stamps."""
+        """The messages of the log, without their time stamps, and without the one that each start writes of the
+        desktop (see services())."""
+        return [message for message in self._messages() if not message.startswith(_SERVICES)]
+
+    def services(self):
+        """What the latest start wrote of the desktop: who serves each capability, "niet" for nobody."""
+        lines = [message for message in self._messages() if message.startswith(_SERVICES)]
+        return dict(part.split(" ", 1) for part in lines[-1][len(_SERVICES):].split(", ")) if lines else {}
+
+    def _messages(self):
         if not self.log_path.exists():
             return []
         lines = self.log_path.read_text(encoding="utf-8").splitlines()
