@@ -58,7 +58,7 @@ class Endings(Scenario):
     def check_files(self, tavlo):
         self.assertEqual(tavlo.read_config(), CONFIG)
         self.assertEqual(tavlo.log(), [])
-        self.assertEqual(sorted(path.name for path in tavlo.support.iterdir()), ["config.json"])
+        self.assertEqual(sorted(path.name for path in tavlo.support.iterdir()), ["app.log", "config.json"])
 
     def check_put_back_at_once(self, tavlo, steps_before=15):
         process = self.wait_for_end(tavlo)
@@ -207,7 +207,7 @@ class EndOfTheDesktop(Scenario):
         process.end()
         self.wait_for_volume(desktop, 0.8)
         self.assertEqual(tavlo.read_config(), CONFIG)
-        self.assertEqual(sorted(path.name for path in tavlo.support.iterdir()), ["config.json"])
+        self.assertEqual(sorted(path.name for path in tavlo.support.iterdir()), ["app.log", "config.json"])
         self.assertNotIn("terminate", process.error_text())
         self.assertGreaterEqual(process.popen.returncode, 0, "it crashed")
 

@@ -17,6 +17,8 @@ class LocalDictation(Scenario):
         self.assertEqual(tavlo.status(), "Ready - press the hotkey to dictate")
         self.assertEqual(tavlo.engine_line(), "Engine: local Whisper (large-v3-turbo)")
         self.assertEqual(tavlo.icon(), "mic")
+        self.assertEqual(tavlo.services(), {"toetsen": "XInput 2", "klembord": "X11", "plakken": "XTEST",
+                                            "schermen": "X11", "overlays": "X11"})
         self.assertFalse(tavlo.find("Paste last text again").enabled)
 
         speech = desktop.sound.speech(SENTENCE)

@@ -31,6 +31,8 @@ class NoXTest(Scenario):
         editor = GtkEditor(desktop)
         tavlo = self.tavlo(desktop, config=CONFIG)
         self.assertEqual(tavlo.status(), READY)
+        self.assertEqual(tavlo.services(), {"toetsen": "XInput 2", "klembord": "X11", "plakken": "niet",
+                                            "schermen": "X11", "overlays": "X11"})
 
         # Without XTEST the test has no keys to press either: the menu does it.
         tavlo.click(START)
@@ -146,6 +148,7 @@ class NoPlaceToWrite(CloudScenario):
 
     def test_log_that_cannot_be_written_holds_nothing_up(self):
         tavlo, _ = self.start(key=None, engine="local")
+        tavlo.log_path.unlink()
         for what, replace in (("a full disk", lambda: os.symlink("/dev/full", tavlo.log_path)),
                               ("a pipe without a reader", lambda: os.mkfifo(tavlo.log_path)),
                               ("a folder in its place", lambda: os.mkdir(tavlo.log_path))):

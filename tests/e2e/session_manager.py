@@ -50,7 +50,7 @@ class SessionManaged(Scenario):
         self.wait_for_volume(0.8)
         self.assertEqual(tavlo.read_config(), CONFIG)
         self.assertEqual(tavlo.log(), [])
-        self.assertEqual(sorted(path.name for path in tavlo.support.iterdir()), ["config.json"])
+        self.assertEqual(sorted(path.name for path in tavlo.support.iterdir()), ["app.log", "config.json"])
 
     def check_gone(self, tavlo):
         tavlo.check_end(self.wait_for_end(tavlo))

@@ -77,7 +77,7 @@ class SettingsFile(LocalScenario):
         self.assertEqual(tavlo.read_config(), TEMPLATE)
         self.check_layout(tavlo)
         self.check_defaults(tavlo)
-        self.assertEqual([path.name for path in tavlo.support.iterdir()], ["config.json"])
+        self.assertEqual(sorted(path.name for path in tavlo.support.iterdir()), ["app.log", "config.json"])
         self.assertEqual(tavlo.log(), [])
 
         tavlo.click(DUCK)
