@@ -40,8 +40,8 @@ void StatusBoard::buildMenu()
     menu.loginItemEnabled = m_loginItemEnabled;
     m_parts.statusItem.setMenu(statusMenu(menu));
     publish();
-    if (menu.config.provider != m_keyProvider) {
-        // Somebody has written another provider into the file by hand.
+    if (menu.config.provider != m_keyProvider && m_parts.file.isReadable()) {
+        // Somebody has written another provider into the file, or has mended a file that could not be read.
         m_lookUp.renew();
         m_parts.queue.post(m_lookUp.reference(), [this] {
             lookUpKey();
@@ -67,7 +67,8 @@ void StatusBoard::lookUpKey()
 
 void StatusBoard::noteKey(const Config& config)
 {
-    m_keyProvider = config.provider;
+    // Settings that could not be read have no key, whatever the keyring holds for the provider that is the default.
+    m_keyProvider = m_parts.file.isReadable() ? config.provider : QString();
     m_hasKey = !config.apiKey.isEmpty();
 }
 

@@ -67,7 +67,7 @@ public:
 
 private:
     StatusBoardParts m_parts;
-    QString m_keyProvider;  // whose key was looked up last
+    QString m_keyProvider;  // whose key was looked up last; empty where the settings could not be read
     bool m_hasKey = false;
     bool m_loginItemEnabled = false;
     Lifetime m_lookUp;

@@ -116,6 +116,11 @@ Config ConfigFile::load() const
     return config;
 }
 
+bool ConfigFile::isReadable() const
+{
+    return read().has_value();
+}
+
 void ConfigFile::beginLoad() const
 {
     if (const std::optional<QJsonObject> object = read()) {

@@ -21,6 +21,8 @@ public:
 
     // Begins to look for the key, so that a `load` within the next second waits less. Returns at once.
     void beginLoad() const;
+    // Whether there is a file and it holds settings.
+    bool isReadable() const;
     // The settings with the selected provider's API key.
     Config load() const;
     // The same without asking the keychain: `apiKey` is empty. For key events, which must not wait on a keyring.

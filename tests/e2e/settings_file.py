@@ -122,7 +122,8 @@ class SettingsFile(LocalScenario):
                     self.assertEqual(tavlo.read_config(), {"hotkey": "fn"})
                     self.check_layout(tavlo)
                     # Now it is a file of settings again, and there is a key.
-                    self.assertEqual(tavlo.engine_line(), "Engine: OpenAI gpt-4o-transcribe + lokale fallback")
+                    wait_for(lambda: tavlo.engine_line() == "Engine: OpenAI gpt-4o-transcribe + lokale fallback",
+                             what="the engine line to tell of the key", show=tavlo.engine_line)
 
     def test_values_of_the_wrong_type_and_out_of_range(self):
         tavlo = self.start({"app_language": 7, "language": None, "hotkey": ["rechter-shift"], "duck_enabled": "false",

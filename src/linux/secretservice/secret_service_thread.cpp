@@ -47,9 +47,10 @@ void SecretServiceThread::Core::run()
     }
     dispatchRest();
     g_main_context_pop_thread_default(context.get());
+    // Whoever posts the last task may still hold the context: it is given up under the lock that guards its use.
+    const std::lock_guard guard(mutex);
     loop.reset();
     context.reset();
-    const std::lock_guard guard(mutex);
     running = false;
     condition.notify_all();
 }
@@ -73,9 +74,13 @@ SecretServiceThread::SecretServiceThread(std::function<void()> changed)
     : m_core(std::make_shared<Core>(std::move(changed)))
 {
     try {
-        m_core->running = true;
+        {
+            const std::lock_guard guard(m_core->mutex);
+            m_core->running = true;
+        }
         std::thread([core = m_core] { core->run(); }).detach();
     } catch (const std::system_error&) {
+        const std::lock_guard guard(m_core->mutex);
         m_core->running = false;  // Without a thread every call behaves as with an empty store.
     }
 }
@@ -105,7 +110,12 @@ void SecretServiceThread::post(Task task)
             return G_SOURCE_REMOVE;
         },
         new Job{m_core, std::move(task)}, [](gpointer data) { delete static_cast<Job*>(data); });
-    g_source_attach(source, m_core->context.get());
+    {
+        const std::lock_guard guard(m_core->mutex);
+        if (m_core->context) {
+            g_source_attach(source, m_core->context.get());
+        }
+    }
     g_source_unref(source);
 }
 

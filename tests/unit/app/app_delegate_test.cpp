@@ -130,6 +130,19 @@ TEST_F(AppDelegateTest, AProviderWrittenIntoTheFileByHandHasItsOwnKeyLookedUpAft
     EXPECT_EQ(desk.menuTitles().at(1), u"Engine: Groq whisper-large-v3-turbo + lokale fallback"_s);
 }
 
+TEST_F(AppDelegateTest, AFileThatCanBeReadAgainHasItsKeyLookedUpAgain)
+{
+    desk.storeKey(u"openai_api_key"_s, "sk-test");
+    desk.writeSettings("{");
+    launch();
+    EXPECT_EQ(desk.menuTitles().at(1), u"Engine: lokale Whisper (large-v3-turbo)"_s);
+    desk.queue.runPending();
+    EXPECT_TRUE(desk.secrets.askedFor.isEmpty()) << "without a readable file there is no key";
+    desk.choose(MenuAction::ToggleDuck);  // writes a file of that one setting
+    desk.queue.runPending();
+    EXPECT_EQ(desk.menuTitles().at(1), u"Engine: OpenAI gpt-4o-transcribe + lokale fallback"_s);
+}
+
 TEST_F(AppDelegateTest, TerminationRestoresTheVolumeAtOnce)
 {
     launch();
