@@ -40,13 +40,13 @@ static int run(QApplication& toolkit)
     return QApplication::exec();
 }
 
-int main(int argc, char** argv)
+int main(int, char** argv)
 {
-    argc = 1;  // Tavlo takes no options: the toolkit is not to take any either.
     keepLibrariesFromStartingABus();
-    int result = 0;
+    std::vector<char*> arguments = toolkitArguments(argv[0]);  // not ours: Tavlo takes no options
+    int count = static_cast<int>(arguments.size()), result = 0;
     {
-        QApplication toolkit(argc, argv);
+        QApplication toolkit(count, arguments.data());
         // Not as the display name, which the toolkit would add to the windows' titles.
         QApplication::setApplicationName(u"Tavlo"_s);
         QApplication::setDesktopFileName(u"nl.pelloquintar.tavlo"_s);

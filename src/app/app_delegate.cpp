@@ -43,7 +43,7 @@ AppDelegate::AppDelegate(const AppParts& parts)
       m_captureDisplay(m_state, m_board, parts.msgHud, parts.windows),
       m_capture(parts.queue, parts.file, parts.log, m_captureDisplay),
       m_detection(parts.queue, parts.file, m_capture, m_session),
-      m_actions(parts.file, parts.loginItem, parts.workspace, m_board, m_session, parts.log)
+      m_actions(parts.file, parts.loginItem, parts.workspace, m_board, m_session, parts.keyboard, parts.log)
 {
 }
 
@@ -58,7 +58,7 @@ void AppDelegate::applicationDidFinishLaunching()
     gLang = config.appLanguage;
     m_board.noteKey(config);
     m_board.lookUpLoginItem();
-    m_state.statusLine = readyText();
+    m_state.statusLine = readyText(m_parts.keyboard);
     m_registrations.push_back(
         m_parts.statusItem.appear({[this](MenuAction action, const QVariant& object) { perform(action, object); },
                                    [this](TrayPresence presence) { trayChanged(presence); }}));
@@ -69,7 +69,6 @@ void AppDelegate::applicationDidFinishLaunching()
     m_parts.secrets.requestUnlock();
     if (const QString reason = t(m_parts.keyboard.unavailableReason()); !reason.isEmpty()) {
         m_parts.log.appLog(reason);
-        m_board.setStatusLine(u"⚠️ "_s + reason);
     }
 }
 

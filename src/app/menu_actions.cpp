@@ -2,6 +2,7 @@
 
 #include "app/dictation_session.h"
 #include "app/status_board.h"
+#include "platform/keyboard_monitor.h"
 #include "platform/login_item.h"
 #include "platform/text_literals.h"
 #include "platform/workspace.h"
@@ -16,8 +17,14 @@
 namespace tavlo {
 
 MenuActions::MenuActions(ConfigFile& file, LoginItem& loginItem, Workspace& workspace, StatusBoard& board,
-                         DictationSession& session, AppLog& log)
-    : m_file(file), m_loginItem(loginItem), m_workspace(workspace), m_board(board), m_session(session), m_log(log)
+                         DictationSession& session, const KeyboardMonitor& keyboard, AppLog& log)
+    : m_file(file),
+      m_loginItem(loginItem),
+      m_workspace(workspace),
+      m_board(board),
+      m_session(session),
+      m_keyboard(keyboard),
+      m_log(log)
 {
 }
 
@@ -30,7 +37,7 @@ void MenuActions::pickLanguage(const QVariant& representedObject)
     m_file.update(setting::kAppLanguage, code);
     gLang = code;
     m_log.appLog(u"Taal gewijzigd naar "_s + code);
-    m_board.setStatusLine(readyText());
+    m_board.setStatusLine(readyText(m_keyboard));
 }
 
 void MenuActions::toggleDuck()
@@ -60,8 +67,11 @@ void MenuActions::openFeedback()
     m_workspace.open(QUrl(kFeedbackURL));
 }
 
-QString readyText()
+QString readyText(const KeyboardMonitor& keyboard)
 {
+    if (const Words reason = keyboard.unavailableReason(); !reason.isEmpty()) {
+        return u"⚠️ "_s + t(reason);
+    }
     return t(u"Klaar - druk op de sneltoets om te dicteren"_s, u"Ready - press the hotkey to dictate"_s);
 }
 

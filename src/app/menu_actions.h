@@ -8,6 +8,7 @@ namespace tavlo {
 class AppLog;
 class ConfigFile;
 class DictationSession;
+class KeyboardMonitor;
 class LoginItem;
 class StatusBoard;
 class Workspace;
@@ -18,7 +19,7 @@ class MenuActions {
 public:
     // The session tells failures.
     MenuActions(ConfigFile& file, LoginItem& loginItem, Workspace& workspace, StatusBoard& board,
-                DictationSession& session, AppLog& log);
+                DictationSession& session, const KeyboardMonitor& keyboard, AppLog& log);
 
     // `representedObject` is the language's code; anything but a string does nothing.
     void pickLanguage(const QVariant& representedObject);
@@ -33,10 +34,11 @@ private:
     Workspace& m_workspace;
     StatusBoard& m_board;
     DictationSession& m_session;
+    const KeyboardMonitor& m_keyboard;
     AppLog& m_log;
 };
 
-// What the status line says when nothing is going on.
-QString readyText();
+// What the status line says when nothing is going on: that Tavlo is ready, or why no key can arrive.
+QString readyText(const KeyboardMonitor& keyboard);
 
 }  // namespace tavlo

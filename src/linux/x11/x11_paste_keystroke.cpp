@@ -1,5 +1,6 @@
 #include "linux/x11/x11_paste_keystroke.h"
 
+#include "linux/x11/focused_window.h"
 #include "linux/x11/xcb.h"
 
 #include <xcb/xtest.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "linux/x11/paste_chord.h"
+#include "linux/paste_chord.h"
 #include "linux/x11/x11_keymap.h"
 #include "linux/x11/x11_raw_keys.h"
 #include "platform/paste.h"

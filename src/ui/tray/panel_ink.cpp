@@ -8,7 +8,7 @@ namespace tavlo {
 namespace {
 
 // Desktops whose panel is dark whatever the theme of the windows is.
-constexpr std::array kDarkPanels{"GNOME", "Unity", "Budgie", "X-Cinnamon", "Pantheon"};
+constexpr std::array kDarkPanels{"GNOME", "Unity", "Budgie", "X-Cinnamon", "Pantheon", "sway"};
 // These desktops name GNOME as well, but their panel follows the theme.
 constexpr std::array kFollowingPanels{"GNOME-Flashback", "GNOME-Classic"};
 

@@ -1,6 +1,6 @@
 #include "contract/x11/x11_environment.h"
 #include "linux/qt/qt_pasteboard.h"
-#include "linux/x11/paste_chord.h"
+#include "linux/x11/focused_window.h"
 #include "linux/x11/x11_desktop.h"
 #include "platform/text_literals.h"
 #include "support/x_hands.h"

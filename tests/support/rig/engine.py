@@ -10,7 +10,8 @@ _HEAR = pathlib.Path(__file__).with_name("hear.py")
 MODEL_BYTES = 1_500_000_000  # the size at which a model counts as complete
 
 
-def _cache():
+def cache():
+    """The folder that keeps the engine and the model between runs."""
     base = os.environ.get("XDG_CACHE_HOME") or os.path.join(os.path.expanduser("~"), ".cache")
     folder = pathlib.Path(base, "tavlo-engine")
     folder.mkdir(parents=True, exist_ok=True)
@@ -31,8 +32,8 @@ def small_model():
     """The path of the small model, made from tests/data when there is none yet or the data is newer."""
     data = ROOT / "tests/data"
     sources = [data / "weights.npz", data / "words.txt", data / "make_speech_model.py"]
-    model = _cache() / "small-model.bin"
-    with open(_cache() / "small-model.lock", "w", encoding="utf-8") as lock:
+    model = cache() / "small-model.bin"
+    with open(cache() / "small-model.lock", "w", encoding="utf-8") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
         if not model.exists() or any(source.stat().st_mtime > model.stat().st_mtime for source in sources):
             subprocess.run(["/usr/bin/python3", sources[2], model], check=True)

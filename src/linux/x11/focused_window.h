@@ -6,12 +6,6 @@
 
 namespace tavlo {
 
-enum class PasteChord { ControlV, ControlShiftV, ShiftInsert };
-
-// The chord that a window understands as paste, by the names in its WM_CLASS property, in any letter case. Without
-// names it is Control+V.
-PasteChord pasteChordFor(const QByteArrayList& windowClass);
-
 // The window that gets the keys now: the one with the input focus, the one under the pointer where the focus follows
 // it, else the window manager's active one; XCB_WINDOW_NONE when there is none. Waits for the server; main thread.
 xcb_window_t focusedWindow(X11Display& display);
