@@ -165,6 +165,19 @@ TEST_F(AppDelegateTest, PickingALanguageChangesMenuStatusAndSettingsAtOnce)
     EXPECT_EQ(desk.log.lines().last(), u"Taal gewijzigd naar en"_s);
 }
 
+TEST_F(AppDelegateTest, ReadyStandsNowhereWhereNoKeyCanArrive)
+{
+    desk.keyboard.reason = {u"Geen toetsen."_s, u"No keys."_s};
+    launch();
+    EXPECT_EQ(status(), u"⚠️ Geen toetsen."_s);
+    EXPECT_EQ(desk.log.lines(), QStringList(u"Geen toetsen."_s));
+    desk.choose(MenuAction::PickLanguage, u"en"_s);
+    EXPECT_EQ(status(), u"⚠️ No keys."_s);
+    desk.keyboard.reason = {};
+    desk.choose(MenuAction::PickLanguage, u"nl"_s);
+    EXPECT_EQ(status(), u"Klaar - druk op de sneltoets om te dicteren"_s);
+}
+
 TEST_F(AppDelegateTest, ALanguageItemWithoutAStringDoesNothing)
 {
     launch();

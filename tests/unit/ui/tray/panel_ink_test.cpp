@@ -33,6 +33,11 @@ TEST(PanelInk, IsLightOnGnomesPanelInTheLightThemeToo)
     EXPECT_EQ(panelInk(gnome, kDarkWindows), IconInk::Light);
 }
 
+TEST(PanelInk, IsLightOnSwaysBar)
+{
+    EXPECT_EQ(panelInk(on({u"sway"_s}), kLightWindows), IconInk::Light);
+}
+
 TEST(PanelInk, FollowsTheThemeOnGnomesPanelOfOld)
 {
     const PanelSurroundings flashback = on({u"GNOME-Flashback"_s, u"GNOME"_s});
