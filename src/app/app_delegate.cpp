@@ -41,7 +41,7 @@ AppDelegate::AppDelegate(const AppParts& parts)
       m_session({m_state, parts.queue, m_recorder, m_ducker, parts.sounds, parts.hud, parts.msgHud, m_board, m_routing,
                  parts.file, parts.log, parts.locations.kLastWavURL}),
       m_captureDisplay(m_state, m_board, parts.msgHud, parts.windows),
-      m_capture(parts.queue, parts.file, parts.log, m_captureDisplay),
+      m_capture(parts.queue, parts.keyboard, parts.file, parts.log, m_captureDisplay),
       m_detection(parts.queue, parts.file, m_capture, m_session),
       m_actions(parts.file, parts.loginItem, parts.workspace, m_board, m_session, parts.keyboard, parts.log)
 {

@@ -66,8 +66,9 @@ TypingKeyAlert typingKeyAlert(const QString& keyName)
     };
 }
 
-HotkeyCapture::HotkeyCapture(MainQueue& queue, ConfigFile& file, AppLog& log, HotkeyDisplay& display)
-    : m_queue(queue), m_file(file), m_log(log), m_display(display)
+HotkeyCapture::HotkeyCapture(MainQueue& queue, const KeyboardMonitor& keyboard, ConfigFile& file, AppLog& log,
+                             HotkeyDisplay& display)
+    : m_queue(queue), m_keyboard(keyboard), m_file(file), m_log(log), m_display(display)
 {
 }
 
@@ -79,6 +80,10 @@ bool HotkeyCapture::isCapturing() const
 void HotkeyCapture::startCapture()
 {
     if (m_display.isRecording() || m_display.isBusy()) {
+        return;
+    }
+    if (const Words reason = m_keyboard.unavailableReason(); !reason.isEmpty()) {
+        m_display.setStatusLine(u"⚠️ "_s + t(reason));
         return;
     }
     m_display.setCapturing(true);

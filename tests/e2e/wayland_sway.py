@@ -39,6 +39,9 @@ class OnSway(Scenario):
         tavlo.click("🌐 Taal / Language", "🇬🇧 English")
         wait_for(lambda: tavlo.log()[-1:] == ["Taal gewijzigd naar en"], what="the change of language", show=tavlo.log)
         self.assertEqual(tavlo.status(), NO_KEYS)
+        # Nor is a key waited for that cannot come: nothing could be dictated meanwhile.
+        tavlo.click("Hotkey", "Choose another key…")
+        self.assertEqual(tavlo.icon(), "mic")
 
         self.dictate(desktop, tavlo)
         editor.wait_for_text(TEXT, timeout=30)

@@ -6,6 +6,7 @@
 #include "settings/language.h"
 #include "support/fakes/fake_dictation_control.h"
 #include "support/fakes/fake_hotkey_display.h"
+#include "support/fakes/fake_keyboard_monitor.h"
 #include "support/temporary_settings.h"
 
 #include <gtest/gtest.h>
@@ -42,7 +43,8 @@ protected:
 
     const QByteArray m_before = "{}";
     FakeHotkeyDisplay m_display;
-    std::optional<HotkeyCapture> m_capture{std::in_place, queue, file, log, m_display};
+    FakeKeyboardMonitor m_keyboard;
+    std::optional<HotkeyCapture> m_capture{std::in_place, queue, m_keyboard, file, log, m_display};
 };
 
 TEST_F(HotkeyCaptureTest, StartingIsShownAtOnce)
@@ -51,6 +53,16 @@ TEST_F(HotkeyCaptureTest, StartingIsShownAtOnce)
     EXPECT_TRUE(m_display.capturing);
     EXPECT_EQ(m_display.statusLine, u"Druk nu op de gewenste toets… (Esc = annuleren)"_s);
     EXPECT_GE(m_display.menuBuilds, 1);
+    EXPECT_FALSE(m_display.message.has_value());
+}
+
+TEST_F(HotkeyCaptureTest, WhereNoKeyCanArriveNoneIsWaitedFor)
+{
+    m_keyboard.reason = {u"Geen toetsen."_s, u"No keys."_s};
+    m_capture->startCapture();
+    EXPECT_FALSE(m_display.capturing);
+    EXPECT_EQ(m_display.statusLine, u"⚠️ Geen toetsen."_s);
+    queue.advance(std::chrono::seconds(1));
     EXPECT_FALSE(m_display.message.has_value());
 }
 

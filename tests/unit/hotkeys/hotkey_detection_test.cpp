@@ -5,6 +5,7 @@
 #include "platform/text_literals.h"
 #include "support/fakes/fake_dictation_control.h"
 #include "support/fakes/fake_hotkey_display.h"
+#include "support/fakes/fake_keyboard_monitor.h"
 #include "support/temporary_settings.h"
 
 #include <gtest/gtest.h>
@@ -37,7 +38,8 @@ protected:
 
     FakeDictationControl m_target;
     FakeHotkeyDisplay m_display;
-    HotkeyCapture m_capture{queue, file, log, m_display};
+    FakeKeyboardMonitor m_keyboard;
+    HotkeyCapture m_capture{queue, m_keyboard, file, log, m_display};
     std::optional<HotkeyDetection> m_detection{std::in_place, queue, file, m_capture, m_target};
 };
 
