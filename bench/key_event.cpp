@@ -6,6 +6,7 @@
 #include "hotkeys/hotkey_catalogue.h"
 #include "hotkeys/hotkey_detection.h"
 #include "hotkeys/hotkey_display.h"
+#include "linux/null_desktop.h"
 #include "platform/secret_store.h"
 #include "platform/text_literals.h"
 #include "settings/app_log.h"
@@ -99,7 +100,8 @@ int main(int argc, char** argv)
     CountingQueue queue;
     IdleDictation dictation;
     IdleDisplay display;
-    HotkeyCapture capture(queue, file, log, display);
+    const NullKeyboardMonitor keyboard{Words{}};
+    HotkeyCapture capture(queue, keyboard, file, log, display);
     HotkeyDetection detection(queue, file, capture, dictation);
 
     KeyEvent hotkey;
