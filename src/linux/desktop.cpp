@@ -61,7 +61,7 @@ std::unique_ptr<Desktop> makeWaylandDesktop(Desktop& x11)
 std::vector<char*> toolkitArguments(char* program)
 {
     static std::array<char, 10> platform{"-platform"};
-    static std::array<char, 4> xcb{"xcb"};
+    static std::array<char, 12> xcb{"xcb;wayland"};  // the second where the first does not come up
     if (isWaylandSession() && !qEnvironmentVariableIsEmpty("DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         return {program, platform.data(), xcb.data()};
