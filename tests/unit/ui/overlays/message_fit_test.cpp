@@ -8,6 +8,7 @@
 #include "settings/config_file.h"
 #include "settings/keychain.h"
 #include "support/fakes/fake_hotkey_display.h"
+#include "support/fakes/fake_keyboard_monitor.h"
 #include "support/fakes/fake_secret_store.h"
 #include "support/fakes/manual_main_queue.h"
 #include "support/fakes/memory_log.h"
@@ -49,7 +50,8 @@ std::vector<QString> messages()
     Keychain keychain(secrets);
     ConfigFile file(folder.filePath(u"config.json"_s), keychain, log);
     FakeHotkeyDisplay display;
-    HotkeyCapture capture(queue, file, log, display);
+    const FakeKeyboardMonitor keyboard;
+    HotkeyCapture capture(queue, keyboard, file, log, display);
 
     std::vector<QString> shown{noSignalMessage(), deviceChangedMessage()};
     const auto note = [&shown, &display] {
