@@ -76,6 +76,7 @@ Shade shadeOfTheme(const QString& name)
 LinuxPanelAppearance::LinuxPanelAppearance(const QDBusConnection& sessionBus, const QString& desktopNames)
     : m_bus(sessionBus)
 {
+    qRegisterMetaType<QDBusVariant>();  // the bus finds a slot by the names of its types
     m_surroundings.desktops = desktopNames.split(QLatin1Char(':'), Qt::SkipEmptyParts);
     m_services.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
     m_services.setWatchedServices({kPortalName, kXfcePanelName, kXfconfName});
@@ -136,8 +137,13 @@ void LinuxPanelAppearance::set(Field PanelSurroundings::*field, const Field& val
 
 void LinuxPanelAppearance::askPortal()
 {
+    // The toolkit may deliver an answer after a notice that was sent later: what is noticed meanwhile is newer.
     ask(kPortalName, kPortalPath, kPortalInterface, u"Read"_s, {kAppearance, kColourScheme},
-        [this](const QVariant& answer) { setPreference(answer); });
+        [this, noticesBefore = m_preferenceNotices](const QVariant& answer) {
+            if (m_preferenceNotices == noticesBefore) {
+                setPreference(answer);
+            }
+        });
 }
 
 void LinuxPanelAppearance::setPreference(const QVariant& colourScheme)
@@ -156,6 +162,7 @@ void LinuxPanelAppearance::setPreference(const QVariant& colourScheme)
 void LinuxPanelAppearance::portalSettingChanged(const QString& area, const QString& key, const QDBusVariant& value)
 {
     if (area == kAppearance && key == kColourScheme) {
+        ++m_preferenceNotices;
         setPreference(unwrapped(value.variant()));
     }
 }

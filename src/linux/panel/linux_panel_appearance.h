@@ -41,6 +41,7 @@ private:
     QDBusConnection m_bus;
     QDBusServiceWatcher m_services;
     HandlerList<> m_changed;
+    unsigned m_preferenceNotices = 0;  // how often the portal told of a change by itself
     PanelSurroundings m_surroundings;
 };
 

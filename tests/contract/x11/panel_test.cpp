@@ -42,12 +42,21 @@ public:
     {
         m_scheme = scheme;
         if (!m_bus.registerService(kPortal)) {
-            return;  // registered before: whoever follows it hears of the change
+            qFatal("The desktop's portal cannot be named.");
         }
         QDBusMessage notice =
             QDBusMessage::createSignal(kPortalPath, u"org.freedesktop.portal.Settings"_s, u"SettingChanged"_s);
         notice << u"org.freedesktop.appearance"_s << u"color-scheme"_s << QVariant::fromValue(QDBusVariant(m_scheme));
         m_bus.send(notice);
+    }
+
+    void holdAnswers() { m_holdsAnswers = true; }
+    qsizetype heldAnswers() const { return m_held.size(); }
+    void sendHeldAnswers()
+    {
+        for (const QDBusMessage& answer : std::as_const(m_held)) {
+            m_bus.send(answer);
+        }
     }
 
     QString introspect(const QString&) const override { return {}; }
@@ -57,7 +66,12 @@ public:
             connection.send(message.createReply(QVariant::fromValue(QDBusVariant(true))));
         } else if (message.member() == "Read"_L1) {
             const QVariant inner = QVariant::fromValue(QDBusVariant(m_scheme));
-            connection.send(message.createReply(QVariant::fromValue(QDBusVariant(inner))));
+            const QDBusMessage answer = message.createReply(QVariant::fromValue(QDBusVariant(inner)));
+            if (m_holdsAnswers) {
+                m_held.append(answer);
+            } else {
+                connection.send(answer);
+            }
         } else {
             return false;
         }
@@ -67,6 +81,8 @@ public:
 private:
     QDBusConnection m_bus;
     uint m_scheme = 0;
+    bool m_holdsAnswers = false;
+    QList<QDBusMessage> m_held;
 };
 
 // A panel that can show icons, and what the desktop says about its look.
@@ -230,6 +246,30 @@ TEST_P(PanelAppearanceContract, EveryObserverIsToldUntilItsRegistrationEnds)
     rig->prefer(Shade::Light);
     EXPECT_TRUE(waitUntil([&] { return second == 2; }));
     EXPECT_EQ(first, 1);
+}
+
+TEST(LinuxPanelAppearanceTest, AnAnswerThatIsOlderThanANoticeIsNotBelieved)
+{
+    const PrivateBus bus;
+    DesktopOnBus desktop(bus);
+    desktop.setColourScheme(1);
+    desktop.holdAnswers();
+    const QDBusConnection connection =
+        QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), u"panel"_s);
+    {
+        LinuxPanelAppearance appearance(connection, u"GNOME"_s);
+        EXPECT_TRUE(waitUntil([&] { return desktop.heldAnswers() == 1; }));
+        QList<std::optional<Shade>> seen;
+        const Registration registration =
+            appearance.onChange([&] { seen.append(appearance.surroundings().preference); });
+        desktop.setColourScheme(2);
+        EXPECT_TRUE(waitUntil([&] { return appearance.surroundings().preference == Shade::Light; }));
+        desktop.sendHeldAnswers();
+        desktop.setColourScheme(0);  // arrives after the old answer
+        EXPECT_TRUE(waitUntil([&] { return !appearance.surroundings().preference; }));
+        EXPECT_EQ(seen, (QList<std::optional<Shade>>{Shade::Light, std::nullopt}));
+    }
+    QDBusConnection::disconnectFromBus(u"panel"_s);
 }
 
 INSTANTIATE_TEST_SUITE_P(On, PanelAppearanceContract, testing::Values(Backend::Fake, Backend::Real),
