@@ -2,7 +2,9 @@
 #include "linux/wayland/wayland_paste_keystroke.h"
 #include "linux/wayland/wayland_pasteboard.h"
 #include "platform/text_literals.h"
+#include "support/desktop_program.h"
 #include "support/sway_server.h"
+#include "support/wait_until.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -24,73 +26,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-bool waitUntil(const std::function<bool()>& condition)
-{
-    QTimer clock;  // conditions outside this process give no event of their own
-    clock.start(10ms);
-    const auto end = std::chrono::steady_clock::now() + 20s;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
-}
-
-// A program on the compositor, which ends with the object. Its output is kept.
-class Program {
-public:
-    Program(const QString& program, const QStringList& arguments)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"GDK_BACKEND"_s, u"wayland"_s);
-        environment.insert(u"XDG_RUNTIME_DIR"_s, m_runtimeFolder.path());
-        environment.insert(u"NO_AT_BRIDGE"_s, u"1"_s);
-        environment.insert(u"GSETTINGS_BACKEND"_s, u"memory"_s);
-        m_process.setProcessEnvironment(environment);
-        QObject::connect(&m_process, &QProcess::readyReadStandardOutput, &m_process,
-                         [this] { m_output += m_process.readAllStandardOutput(); });
-        m_process.start(program, arguments);
-    }
-    ~Program()
-    {
-        m_process.terminate();
-        if (!m_process.waitForFinished(5000)) {
-            m_process.kill();
-            m_process.waitForFinished();
-        }
-    }
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
-
-    static QString app(const char* name) { return QString::fromUtf8(TAVLO_TEST_APPS) + u'/' + QString::fromUtf8(name); }
-
-    bool hasEnded() const { return m_process.state() == QProcess::NotRunning; }
-    const QByteArray& output() const { return m_output; }
-    QByteArray errors() { return m_process.readAllStandardError(); }
-    // What an application that reports its text has told last.
-    QString text() const
-    {
-        const QList<QByteArray> lines = m_output.split('\n');
-        for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
-            if (line->startsWith("text ")) {
-                return QJsonDocument::fromJson('[' + line->mid(5) + ']').array().first().toString();
-            }
-        }
-        return {};
-    }
-
-private:
-    QTemporaryDir m_runtimeFolder;
-    QProcess m_process;
-    QByteArray m_output;
-};
-
 // What another program gets from the clipboard, or with "-p" from the primary selection.
 QByteArray pasted(const QStringList& arguments = {})
 {
-    Program paste(u"wl-paste"_s, QStringList{u"-n"_s} + arguments);
+    DesktopProgram paste(u"wl-paste"_s, QStringList{u"-n"_s} + arguments);
     EXPECT_TRUE(waitUntil([&] { return paste.hasEnded(); }));
     return paste.output();
 }
@@ -156,7 +95,7 @@ TEST_F(WaylandPasteTest, AReaderThatGoesAwayEndsItsTransferAlone)
 {
     m_pasteboard.setText(u"0123456789abcdef"_s.repeated(40000));
     {
-        Program reader(u"sh"_s, {u"-c"_s, u"wl-paste -n | head -c 10"_s});
+        DesktopProgram reader(u"sh"_s, {u"-c"_s, u"wl-paste -n | head -c 10"_s});
         ASSERT_TRUE(waitUntil([&] { return reader.hasEnded(); }));
         EXPECT_EQ(reader.output(), "0123456789");
     }
@@ -167,7 +106,7 @@ TEST_F(WaylandPasteTest, AReaderThatGoesAwayEndsItsTransferAlone)
 TEST_F(WaylandPasteTest, AnotherProgramsCopyTakesTheClipboardOver)
 {
     m_pasteboard.setText(m_text);
-    Program copy(u"wl-copy"_s, {u"-f"_s, u"copied"_s});
+    DesktopProgram copy(u"wl-copy"_s, {u"-f"_s, u"copied"_s});
     EXPECT_TRUE(waitUntil([&] { return pasted() == "copied"; }));
     m_pasteboard.setText(m_text);
     EXPECT_EQ(pasted(), m_text.toUtf8());
@@ -175,7 +114,7 @@ TEST_F(WaylandPasteTest, AnotherProgramsCopyTakesTheClipboardOver)
 
 TEST_F(WaylandPasteTest, ThePrimarySelectionIsSetOnRequestOnly)
 {
-    Program selection(u"wl-copy"_s, {u"-p"_s, u"-f"_s, u"selected"_s});
+    DesktopProgram selection(u"wl-copy"_s, {u"-p"_s, u"-f"_s, u"selected"_s});
     ASSERT_TRUE(waitUntil([&] { return pasted({u"-p"_s}) == "selected"; }));
     m_pasteboard.setText(m_text);
     EXPECT_EQ(pasted(), m_text.toUtf8());
@@ -186,7 +125,7 @@ TEST_F(WaylandPasteTest, ThePrimarySelectionIsSetOnRequestOnly)
 
 TEST_F(WaylandPasteTest, IntoAnEditor)
 {
-    Program editor(Program::app("text_editor.py"), {});
+    DesktopProgram editor(DesktopProgram::app("text_editor.py"));
     ASSERT_TRUE(waitForFocus("text_editor.py")) << editor.errors().constData();
     paste(m_text);
     EXPECT_TRUE(waitUntil([&] { return editor.text() == m_text; })) << qPrintable(editor.text());
@@ -198,7 +137,7 @@ TEST_F(WaylandPasteTest, IntoATerminal)
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"typed"_s);
-    Program terminal(u"foot"_s, {Program::app("raw_reader.py"), path});
+    DesktopProgram terminal(u"foot"_s, {DesktopProgram::app("raw_reader.py"), path});
     ASSERT_TRUE(waitForFocus("foot")) << terminal.errors().constData();
     ASSERT_TRUE(waitUntil([&] { return QFile::exists(path); }));
     paste(u"one line"_s);
@@ -260,6 +199,11 @@ TEST(WaylandCompositor, ThatGoesAwayLeavesNothingToPasteWith)
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
+    const QTemporaryDir runtimeFolder;
+    qputenv("XDG_RUNTIME_DIR", runtimeFolder.path().toLocal8Bit());
+    qputenv("GDK_BACKEND", "wayland");
+    qputenv("GSETTINGS_BACKEND", "memory");
+    qputenv("NO_AT_BRIDGE", "1");
     const QCoreApplication application(argc, argv);
     return RUN_ALL_TESTS();
 }

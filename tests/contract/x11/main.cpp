@@ -4,11 +4,9 @@
 #include <QGuiApplication>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdio>
 
 namespace tavlo {
@@ -39,21 +37,6 @@ void setKeyboard(const QStringList& arguments)
     if (!arguments.isEmpty()) {
         run(u"setxkbmap"_s, arguments);
     }
-}
-
-bool waitUntil(const std::function<bool()>& condition)
-{
-    using namespace std::chrono_literals;
-    QTimer clock;  // conditions outside this process give no event of their own
-    clock.start(10ms);
-    const auto end = std::chrono::steady_clock::now() + 10s;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
 }
 
 }  // namespace tavlo

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "support/wait_until.h"
 #include "support/x_server.h"
 
 #include <QString>
 #include <QStringList>
-
-#include <functional>
 
 namespace tavlo {
 
@@ -16,8 +15,5 @@ XServer& testServer();
 void run(const QString& program, const QStringList& arguments);
 // Sets the keyboard of the test's display, as `setxkbmap` does.
 void setKeyboard(const QStringList& arguments);
-
-// Handles events until the condition holds; false when it does not within ten seconds.
-bool waitUntil(const std::function<bool()>& condition);
 
 }  // namespace tavlo

@@ -3,14 +3,12 @@
 #include "linux/x11/focused_window.h"
 #include "linux/x11/x11_desktop.h"
 #include "platform/text_literals.h"
+#include "support/desktop_program.h"
 #include "support/x_hands.h"
 
 #include <QClipboard>
 #include <QFile>
 #include <QGuiApplication>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -32,42 +30,6 @@ enum Key : std::uint8_t {
 constexpr std::uint8_t kShiftLock = 1;
 constexpr std::uint8_t kCapsAndNumLock = 2 | 16;
 
-// A program with a window, run until the end of the test.
-class Program {
-public:
-    explicit Program(const QString& program, const QStringList& arguments = {})
-    {
-        m_process.setStandardErrorFile(QProcess::nullDevice());
-        m_process.start(program, arguments);
-    }
-
-    ~Program()
-    {
-        m_process.terminate();
-        m_process.waitForFinished();
-    }
-
-    static QString app(const char* name) { return QStringLiteral(TAVLO_TEST_APPS "/") + QLatin1String(name); }
-
-    // What the last "text" line says.
-    QString text()
-    {
-        m_output += m_process.readAllStandardOutput();
-        // The last whole one; other lines may follow it, and what is pasted never holds a line break as it stands here.
-        const qsizetype begin = m_output.left(m_output.lastIndexOf('\n') + 1).lastIndexOf("text \"");
-        const qsizetype end = m_output.indexOf('\n', begin);
-        if (begin < 0 || end < 0) {
-            return {};
-        }
-        const QByteArray json = '[' + m_output.mid(begin + 5, end - begin - 5) + ']';
-        return QJsonDocument::fromJson(json).array().first().toString();
-    }
-
-private:
-    QProcess m_process;
-    QByteArray m_output;
-};
-
 class PasteTest : public testing::Test {
 protected:
     PasteTest() { setKeyboard({}); }
@@ -85,7 +47,7 @@ protected:
     // One window manager for all: a second one would find what the first one has left on the root window.
     static void SetUpTestSuite()
     {
-        s_windowManager = new Program(u"xfwm4"_s, {u"--compositor=off"_s});
+        s_windowManager = new DesktopProgram(u"xfwm4"_s, {u"--compositor=off"_s});
         X11Display display;
         const xcb_atom_t check = display.atom("_NET_SUPPORTING_WM_CHECK");
         ASSERT_TRUE(waitUntil([&] { return !display.numbers(display.root(), check).empty(); }));
@@ -113,7 +75,7 @@ protected:
     QString pasteIntoEditor(
         const QString& text, const std::function<void()>& prepare = [] {})
     {
-        Program editor(Program::app("text_editor.py"));
+        DesktopProgram editor(DesktopProgram::app("text_editor.py"));
         EXPECT_TRUE(waitForFocus("Text_editor.py"));
         prepare();
         paste(text);
@@ -127,7 +89,7 @@ protected:
         return std::find(keys.begin(), keys.end(), key) != keys.end();
     }
 
-    static inline Program* s_windowManager = nullptr;
+    static inline DesktopProgram* s_windowManager = nullptr;
     QtPasteboard m_pasteboard;
     X11Desktop m_desktop{m_pasteboard};
     XHands m_hands{testServer().displayName()};
@@ -150,7 +112,7 @@ TEST_F(PasteTest, LeavesTheSelectionAloneWhereTheClipboardIsPasted)
 
 TEST_F(PasteTest, TwoPastesInARowPasteTheSecondTextTwice)
 {
-    Program editor(Program::app("text_editor.py"));
+    DesktopProgram editor(DesktopProgram::app("text_editor.py"));
     ASSERT_TRUE(waitForFocus("Text_editor.py"));
     m_pasteboard.setText(u"first"_s);
     m_pasteboard.setText(u"second"_s);
@@ -200,7 +162,7 @@ TEST_F(PasteTest, KeysThatAnotherProgramLeftDownDoNotStandInTheWay)
         m_hands.tap(key);
         ASSERT_FALSE(isDown(key));
     }
-    Program terminal(Program::app("vte_terminal.py"));
+    DesktopProgram terminal(DesktopProgram::app("vte_terminal.py"));
     ASSERT_TRUE(waitForFocus("gnome-terminal-server"));
     paste(m_text);
     EXPECT_TRUE(waitUntil([&] { return terminal.text() == m_text; })) << qPrintable(terminal.text());
@@ -244,7 +206,7 @@ TEST_F(PasteTest, HeldModifiersAreNotReportedAsReleasedOrPressed)
 
 TEST_F(PasteTest, AHeldLetterVDoesNotStandInTheWay)
 {
-    Program editor(Program::app("text_editor.py"));
+    DesktopProgram editor(DesktopProgram::app("text_editor.py"));
     ASSERT_TRUE(waitForFocus("Text_editor.py"));
     m_hands.press(KeyV);
     ASSERT_TRUE(waitUntil([&] { return editor.text() == u"v"_s; }));
@@ -305,7 +267,7 @@ TEST_F(PasteTest, HeldControlAndShiftDoNotSwitchTheLayout)
 
 TEST_F(PasteTest, IntoAVteTerminal)
 {
-    Program terminal(Program::app("vte_terminal.py"));
+    DesktopProgram terminal(DesktopProgram::app("vte_terminal.py"));
     ASSERT_TRUE(waitForFocus("gnome-terminal-server"));
     paste(m_text);
     EXPECT_TRUE(waitUntil([&] { return terminal.text() == m_text; })) << qPrintable(terminal.text());
@@ -313,7 +275,7 @@ TEST_F(PasteTest, IntoAVteTerminal)
 
 TEST_F(PasteTest, IntoAVteTerminalWithAHeldSuperKey)
 {
-    Program terminal(Program::app("vte_terminal.py"));
+    DesktopProgram terminal(DesktopProgram::app("vte_terminal.py"));
     ASSERT_TRUE(waitForFocus("gnome-terminal-server"));
     m_hands.press(RightSuper);
     paste(m_text);
@@ -322,7 +284,7 @@ TEST_F(PasteTest, IntoAVteTerminalWithAHeldSuperKey)
 
 TEST_F(PasteTest, IntoAVteTerminalOnALayoutWithoutTheLetterV)
 {
-    Program terminal(Program::app("vte_terminal.py"));
+    DesktopProgram terminal(DesktopProgram::app("vte_terminal.py"));
     ASSERT_TRUE(waitForFocus("gnome-terminal-server"));
     setKeyboard({u"ru"_s});
     paste(m_text);
@@ -333,7 +295,7 @@ TEST_F(PasteTest, IntoXterm)
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"typed"_s);
-    const Program terminal(u"xterm"_s, {u"-u8"_s, u"-e"_s, Program::app("raw_reader.py"), path});
+    const DesktopProgram terminal(u"xterm"_s, {u"-u8"_s, u"-e"_s, DesktopProgram::app("raw_reader.py"), path});
     ASSERT_TRUE(waitForFocus("XTerm"));
     ASSERT_TRUE(waitUntil([&] { return QFile::exists(path); }));
     paste(m_text);
@@ -348,7 +310,7 @@ TEST_F(PasteTest, TheClipboardServesOtherProgramsLater)
 {
     m_pasteboard.setText(u"old"_s);
     m_pasteboard.setText(m_text);
-    Program editor(Program::app("text_editor.py"));
+    DesktopProgram editor(DesktopProgram::app("text_editor.py"));
     ASSERT_TRUE(waitForFocus("Text_editor.py"));
     m_hands.press(LeftControl);
     m_hands.tap(KeyV);

@@ -19,13 +19,18 @@ public:
         }
     }
 
-    void offerPrimarySelection() override { ++primaryOffers; }
+    void offerPrimarySelection() override
+    {
+        ++primaryOffers;
+        selection = text();
+    }
 
     // What a paste would give now; null when nothing was ever put there.
     QString text() const { return texts.isEmpty() ? QString() : texts.last(); }
 
     QStringList texts;
     int primaryOffers = 0;
+    QString selection;  // what a paste of the primary selection would give now
     std::function<void(const QString&)> onSet;  // for a test that looks at the order of things
 };
 
