@@ -1,6 +1,5 @@
 #include "linux/x11/x11_keymap.h"
 
-#include "linux/x11/key_positions.h"
 #include "linux/x11/xcb.h"
 
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -10,50 +9,8 @@
 
 namespace tavlo {
 
-namespace {
-
-// Accents of dead keys, which type nothing by themselves, by their spacing form.
-char32_t accentOfDeadKey(xkb_keysym_t symbol)
-{
-    switch (symbol) {
-        case XKB_KEY_dead_grave:
-            return U'`';
-        case XKB_KEY_dead_acute:
-            return U'\u00B4';
-        case XKB_KEY_dead_circumflex:
-            return U'^';
-        case XKB_KEY_dead_tilde:
-            return U'~';
-        case XKB_KEY_dead_macron:
-            return U'\u00AF';
-        case XKB_KEY_dead_breve:
-            return U'\u02D8';
-        case XKB_KEY_dead_abovedot:
-            return U'\u02D9';
-        case XKB_KEY_dead_diaeresis:
-            return U'\u00A8';
-        case XKB_KEY_dead_abovering:
-            return U'\u02DA';
-        case XKB_KEY_dead_doubleacute:
-            return U'\u02DD';
-        case XKB_KEY_dead_caron:
-            return U'\u02C7';
-        case XKB_KEY_dead_cedilla:
-            return U'\u00B8';
-        case XKB_KEY_dead_ogonek:
-            return U'\u02DB';
-        default:
-            return 0;
-    }
-}
-
-}  // namespace
-
 X11Keymap::X11Keymap(X11Display& display) : m_display(display)
 {
-    for (std::size_t key = 0; key < m_keyCodes.size(); ++key) {
-        m_keyCodes[key] = static_cast<KeyCode>(kFirstUnnamedKeyCode + key);
-    }
     if (!m_display.hasConnection() ||
         xkb_x11_setup_xkb_extension(m_display.connection(), XKB_X11_MIN_MAJOR_XKB_VERSION,
                                     XKB_X11_MIN_MINOR_XKB_VERSION, XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr,
@@ -130,31 +87,17 @@ void X11Keymap::refresh()
         return;
     }
     m_stale = false;
-    Keymap keymap(
+    XkbKeymap keymap(
         xkb_x11_keymap_new_from_device(m_context.get(), m_display.connection(), m_device, XKB_KEYMAP_COMPILE_NO_FLAGS));
     if (keymap) {
-        State state(xkb_x11_state_new_from_device(keymap.get(), m_display.connection(), m_device));
+        XkbState state(xkb_x11_state_new_from_device(keymap.get(), m_display.connection(), m_device));
         if (state) {
             m_state = std::move(state);
             m_keymap = std::move(keymap);
-            findKeyCodes();
+            m_keyCodes = keyCodesOf(m_keymap.get());
         }
     }
     m_display.flush();
-}
-
-void X11Keymap::findKeyCodes()
-{
-    for (std::size_t key = 0; key < m_keyCodes.size(); ++key) {
-        m_keyCodes[key] = static_cast<KeyCode>(kFirstUnnamedKeyCode + key);
-    }
-    for (const KeyPosition& position : keyPositions()) {
-        // Resolves aliases too.
-        const xkb_keycode_t key = xkb_keymap_key_by_name(m_keymap.get(), position.name.data());
-        if (key < m_keyCodes.size() && keyNumber(m_keyCodes[key]) >= kFirstUnnamedKeyCode) {
-            m_keyCodes[key] = position.keyCode;
-        }
-    }
 }
 
 KeyCode X11Keymap::keyCode(xcb_keycode_t key)
@@ -163,37 +106,15 @@ KeyCode X11Keymap::keyCode(xcb_keycode_t key)
     return m_keyCodes[key];
 }
 
-xkb_layout_index_t X11Keymap::layout(xcb_keycode_t key) const
-{
-    return xkb_state_key_get_layout(m_state.get(), key);
-}
-
 xkb_keysym_t X11Keymap::symbol(xcb_keycode_t key) const
 {
-    const xkb_keysym_t* symbols = nullptr;
-    const xkb_layout_index_t active = layout(key);
-    if (active == XKB_LAYOUT_INVALID ||
-        xkb_keymap_key_get_syms_by_level(m_keymap.get(), key, active, 0, &symbols) < 1) {
-        return XKB_KEY_NoSymbol;
-    }
-    return symbols[0];
+    return levelOneSymbol(m_keymap.get(), key, xkb_state_key_get_layout(m_state.get(), key));
 }
 
 QString X11Keymap::charactersIgnoringModifiers(xcb_keycode_t key)
 {
     refresh();
-    if (!m_keymap) {
-        return {};
-    }
-    const xkb_keysym_t keySymbol = symbol(key);
-    char32_t character = xkb_keysym_to_utf32(keySymbol);
-    if (character == 0) {
-        character = accentOfDeadKey(keySymbol);
-    }
-    if (character == 0 || QChar::category(character) == QChar::Other_Control) {
-        return {};
-    }
-    return QString::fromUcs4(&character, 1);
+    return m_keymap ? typedText(symbol(key)) : QString();
 }
 
 std::optional<xcb_keycode_t> X11Keymap::keyGiving(xkb_keysym_t wanted)
@@ -211,9 +132,9 @@ std::optional<xcb_keycode_t> X11Keymap::keyGiving(xkb_keysym_t wanted)
     return std::nullopt;
 }
 
-X11Keymap::State X11Keymap::stateOfActiveLayout() const
+XkbState X11Keymap::stateOfActiveLayout() const
 {
-    State state(xkb_state_new(m_keymap.get()));
+    XkbState state(xkb_state_new(m_keymap.get()));
     xkb_state_update_mask(state.get(), 0, 0, 0, 0, 0,
                           xkb_state_serialize_layout(m_state.get(), XKB_STATE_LAYOUT_EFFECTIVE));
     return state;
@@ -226,7 +147,7 @@ xkb_mod_mask_t X11Keymap::modifiersWhileHeld(xcb_keycode_t key)
         return 0;
     }
     constexpr xkb_mod_mask_t kRealModifiers = 0xff;
-    const State state = stateOfActiveLayout();
+    const XkbState state = stateOfActiveLayout();
     xkb_state_update_key(state.get(), key, XKB_KEY_DOWN);
     const xkb_mod_mask_t held = xkb_state_serialize_mods(state.get(), XKB_STATE_MODS_DEPRESSED);
     const xkb_mod_mask_t locked = xkb_state_serialize_mods(state.get(), XKB_STATE_MODS_LOCKED);
@@ -241,7 +162,7 @@ bool X11Keymap::isSameUnder(xcb_keycode_t key, xcb_keycode_t held)
     if (!m_keymap) {
         return false;
     }
-    const State state = stateOfActiveLayout();
+    const XkbState state = stateOfActiveLayout();
     const xkb_keysym_t alone = xkb_state_key_get_one_sym(state.get(), key);
     xkb_state_update_key(state.get(), held, XKB_KEY_DOWN);
     return xkb_state_key_get_one_sym(state.get(), key) == alone;

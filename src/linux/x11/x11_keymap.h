@@ -1,15 +1,14 @@
 #pragma once
 
 #include "linux/x11/x11_display.h"
+#include "linux/xkb_keys.h"
 #include "platform/keys.h"
 
 #include <QString>
 
 #include <xkbcommon/xkbcommon.h>
 
-#include <array>
 #include <cstdint>
-#include <memory>
 #include <optional>
 
 namespace tavlo {
@@ -37,30 +36,20 @@ public:
     bool isSameUnder(xcb_keycode_t key, xcb_keycode_t held);
 
 private:
-    template <auto unref>
-    struct Unref {
-        void operator()(auto* object) const { unref(object); }
-    };
-    using Context = std::unique_ptr<xkb_context, Unref<xkb_context_unref>>;
-    using Keymap = std::unique_ptr<xkb_keymap, Unref<xkb_keymap_unref>>;
-    using State = std::unique_ptr<xkb_state, Unref<xkb_state_unref>>;
-
     void selectEvents();
     void handle(const xcb_generic_event_t& event);
     void refresh();
-    void findKeyCodes();
-    xkb_layout_index_t layout(xcb_keycode_t key) const;
     xkb_keysym_t symbol(xcb_keycode_t key) const;
-    State stateOfActiveLayout() const;
+    XkbState stateOfActiveLayout() const;
 
     X11Display& m_display;
     std::uint8_t m_firstEvent = 0;
     std::int32_t m_device = -1;
     bool m_stale = true;  // the description has changed since it was read
-    Context m_context;
-    Keymap m_keymap;
-    State m_state;
-    std::array<KeyCode, 256> m_keyCodes{};
+    XkbContext m_context;
+    XkbKeymap m_keymap;
+    XkbState m_state;
+    KeyCodes m_keyCodes = keyCodesOf(nullptr);
     Registration m_events;
 };
 

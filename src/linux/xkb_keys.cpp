@@ -1,9 +1,21 @@
-#include "linux/x11/key_positions.h"
+#include "linux/xkb_keys.h"
+
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+#include <string_view>
 
 namespace tavlo {
 
 namespace {
 
+// The key at a place on the board, which has an XKB key name.
+struct KeyPosition {
+    std::string_view name;  // such as "RWIN"
+    KeyCode keyCode;
+};
+
+// All places that have a code, the usual names first. A name may also be an alias in the keyboard description; of two
+// names for one key the first in the table counts.
 constexpr KeyPosition kKeyPositions[] = {
     // Modifier keys.
     {"RWIN", KeyCode::RightCommand},
@@ -142,11 +154,80 @@ constexpr KeyPosition kKeyPositions[] = {
     {"AC12", KeyCode::Backslash},
 };
 
+// Accents of dead keys, which type nothing by themselves, by their spacing form.
+char32_t accentOfDeadKey(xkb_keysym_t symbol)
+{
+    switch (symbol) {
+        case XKB_KEY_dead_grave:
+            return U'`';
+        case XKB_KEY_dead_acute:
+            return U'\u00B4';
+        case XKB_KEY_dead_circumflex:
+            return U'^';
+        case XKB_KEY_dead_tilde:
+            return U'~';
+        case XKB_KEY_dead_macron:
+            return U'\u00AF';
+        case XKB_KEY_dead_breve:
+            return U'\u02D8';
+        case XKB_KEY_dead_abovedot:
+            return U'\u02D9';
+        case XKB_KEY_dead_diaeresis:
+            return U'\u00A8';
+        case XKB_KEY_dead_abovering:
+            return U'\u02DA';
+        case XKB_KEY_dead_doubleacute:
+            return U'\u02DD';
+        case XKB_KEY_dead_caron:
+            return U'\u02C7';
+        case XKB_KEY_dead_cedilla:
+            return U'\u00B8';
+        case XKB_KEY_dead_ogonek:
+            return U'\u02DB';
+        default:
+            return 0;
+    }
+}
+
 }  // namespace
 
-std::span<const KeyPosition> keyPositions()
+KeyCodes keyCodesOf(xkb_keymap* keymap)
 {
-    return kKeyPositions;
+    KeyCodes codes{};
+    for (std::size_t key = 0; key < codes.size(); ++key) {
+        codes[key] = static_cast<KeyCode>(kFirstUnnamedKeyCode + key);
+    }
+    if (keymap != nullptr) {
+        for (const KeyPosition& position : kKeyPositions) {
+            // Resolves aliases too.
+            const xkb_keycode_t key = xkb_keymap_key_by_name(keymap, position.name.data());
+            if (key < codes.size() && keyNumber(codes[key]) >= kFirstUnnamedKeyCode) {
+                codes[key] = position.keyCode;
+            }
+        }
+    }
+    return codes;
+}
+
+xkb_keysym_t levelOneSymbol(xkb_keymap* keymap, xkb_keycode_t key, xkb_layout_index_t layout)
+{
+    const xkb_keysym_t* symbols = nullptr;
+    if (layout == XKB_LAYOUT_INVALID || xkb_keymap_key_get_syms_by_level(keymap, key, layout, 0, &symbols) < 1) {
+        return XKB_KEY_NoSymbol;
+    }
+    return symbols[0];
+}
+
+QString typedText(xkb_keysym_t symbol)
+{
+    char32_t character = xkb_keysym_to_utf32(symbol);
+    if (character == 0) {
+        character = accentOfDeadKey(symbol);
+    }
+    if (character == 0 || QChar::category(character) == QChar::Other_Control) {
+        return {};
+    }
+    return QString::fromUcs4(&character, 1);
 }
 
 }  // namespace tavlo
