@@ -14,6 +14,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <functional>
+
 namespace tavlo {
 
 namespace {
@@ -76,9 +78,9 @@ void AppDelegate::registerHandlers()
 {
     m_recorder.levelHandler = [this](float level) { m_parts.hud.push(level); };
     m_registrations.push_back(
-        m_parts.keyboard.onKeyDown([this](const KeyEvent& event) { m_detection.handleKeyDown(event); }));
+        m_parts.keyboard.onKeyDown(std::bind_front(&HotkeyDetection::handleKeyDown, &m_detection)));
     m_registrations.push_back(
-        m_parts.keyboard.onFlagsChanged([this](const KeyEvent& event) { m_detection.handleFlags(event); }));
+        m_parts.keyboard.onFlagsChanged(std::bind_front(&HotkeyDetection::handleFlags, &m_detection)));
     m_registrations.push_back(
         m_parts.audioInput.onConfigurationChange([this] { m_session.audioConfigurationChanged(); }));
     m_registrations.push_back(m_parts.control.onCommand([this](RemoteCommand command) { obey(command); }));

@@ -9,6 +9,8 @@
 #include "settings/language.h"
 #include "settings/locations.h"
 
+#include <functional>
+
 namespace tavlo {
 
 namespace {
@@ -34,7 +36,8 @@ void TextDelivery::paste(const QString& text)
 {
     m_pasteboard.setText(text);
     if (m_keystroke.isTrusted()) {
-        m_queue.postAfter(kKeystrokeDelay, m_lifetime.reference(), [this] { m_keystroke.sendPaste(); });
+        m_queue.postAfter(kKeystrokeDelay, m_lifetime.reference(),
+                          std::bind_front(&PasteKeystroke::sendPaste, &m_keystroke));
         return;
     }
     m_board.setStatusLine(

@@ -53,9 +53,8 @@ void TranscriptionRouting::routeToCloud(const QByteArray& wav, const Config& con
 {
     auto completion = [this, &queue = m_parts.queue, owner = m_lifetime.reference(), config,
                        durationSeconds](TranscriptionResult result) {
-        queue.post(owner, [this, result = std::move(result), config, durationSeconds] {
-            handleCloud(result, config, durationSeconds);
-        });
+        queue.post(owner, std::bind_front(&TranscriptionRouting::handleCloud, this, std::move(result), config,
+                                          durationSeconds));
     };
     m_parts.cloud.transcribeCloud(wav, config, std::move(completion));
 }

@@ -3,6 +3,8 @@
 #include "hotkeys/hotkey_capture.h"
 #include "hotkeys/hotkey_catalogue.h"
 
+#include <functional>
+
 namespace tavlo {
 
 HotkeyDetection::HotkeyDetection(MainQueue& queue, const ConfigFile& file, HotkeyCapture& capture,
@@ -14,7 +16,7 @@ HotkeyDetection::HotkeyDetection(MainQueue& queue, const ConfigFile& file, Hotke
 void HotkeyDetection::handleFlags(const KeyEvent& event)
 {
     if (m_capture.isCapturing()) {
-        m_queue.post(m_lifetime.reference(), [this, event] { m_capture.captureModifier(event); });
+        m_queue.post(m_lifetime.reference(), std::bind_front(&HotkeyCapture::captureModifier, &m_capture, event));
         return;
     }
     const HotkeyOption hotkey = currentHotkey(m_file);
@@ -23,18 +25,18 @@ void HotkeyDetection::handleFlags(const KeyEvent& event)
     }
     // The left and the right key share the flag, so a release fires as well while the other one is held.
     if (contains(event.modifierFlags, hotkey.flag)) {
-        m_queue.post(m_lifetime.reference(), [this] { m_dictation.toggle(); });
+        m_queue.post(m_lifetime.reference(), std::bind_front(&DictationControl::toggle, &m_dictation));
     }
 }
 
 void HotkeyDetection::handleKeyDown(const KeyEvent& event)
 {
     if (m_capture.isCapturing()) {
-        m_queue.post(m_lifetime.reference(), [this, event] { m_capture.finishCapture(event); });
+        m_queue.post(m_lifetime.reference(), std::bind_front(&HotkeyCapture::finishCapture, &m_capture, event));
         return;
     }
     if (event.keyCode == KeyCode::Escape && m_dictation.isRecording()) {
-        m_queue.post(m_lifetime.reference(), [this] { m_dictation.cancelRecording(); });
+        m_queue.post(m_lifetime.reference(), std::bind_front(&DictationControl::cancelRecording, &m_dictation));
         return;
     }
     const HotkeyOption hotkey = currentHotkey(m_file);
@@ -42,7 +44,7 @@ void HotkeyDetection::handleKeyDown(const KeyEvent& event)
         event.repeat == KeyRepeat::AutoRepeat) {
         return;
     }
-    m_queue.post(m_lifetime.reference(), [this] { m_dictation.toggle(); });
+    m_queue.post(m_lifetime.reference(), std::bind_front(&DictationControl::toggle, &m_dictation));
 }
 
 }  // namespace tavlo

@@ -8,9 +8,8 @@ X11Desktop::X11Desktop(Pasteboard& pasteboard, const QByteArray& displayName)
     : m_pasteboard(pasteboard),
       m_display(displayName),
       m_keymap(m_display),
-      m_rawKeys(m_display),
-      m_keys(m_display, m_keymap, m_rawKeys),
-      m_keystroke(m_display, m_keymap, m_rawKeys, pasteboard),
+      m_keys(m_display, m_keymap),
+      m_keystroke(m_display, m_keymap, m_keys, pasteboard),
       m_screens(m_display)
 {
 }

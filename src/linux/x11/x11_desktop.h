@@ -28,7 +28,6 @@ private:
     Pasteboard& m_pasteboard;
     X11Display m_display;
     X11Keymap m_keymap;
-    X11RawKeys m_rawKeys;
     X11KeyboardMonitor m_keys;
     X11PasteKeystroke m_keystroke;
     X11Screens m_screens;

@@ -83,6 +83,12 @@ xcb_window_t X11Display::activeWindow()
     return windows.empty() ? xcb_window_t{XCB_WINDOW_NONE} : windows.front();
 }
 
+Registration X11Display::addReader(X11EventReader& reader)
+{
+    m_readers.push_back(&reader);
+    return Registration([this, &reader] { std::erase(m_readers, &reader); });
+}
+
 void X11Display::flush()
 {
     xcb_flush(m_connection);
@@ -108,7 +114,9 @@ void X11Display::catchUp()
 void X11Display::handleEvents()
 {
     while (const auto event = ownReply(xcb_poll_for_event(m_connection))) {
-        m_handlers.call(*event);
+        for (X11EventReader* const reader : m_readers) {
+            reader->read(*event);
+        }
     }
     if (!hasConnection() && m_notifier) {
         // A closed socket is readable for ever.

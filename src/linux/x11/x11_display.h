@@ -8,23 +8,28 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 class QSocketNotifier;
 
 namespace tavlo {
 
+// Reads the events of a display. Main thread.
+class X11EventReader {
+public:
+    virtual void read(const xcb_generic_event_t& event) = 0;
+
+protected:
+    ~X11EventReader() = default;
+};
+
 // A connection to the X server besides the toolkit's. Its events are delivered on the main thread, from the event loop.
 // All operations: main thread. Without a server, or once it is gone, they do nothing and hasConnection() is false.
 class X11Display {
 public:
-    using EventHandler = std::function<void(const xcb_generic_event_t&)>;
-
     // `name` as in $DISPLAY; empty means $DISPLAY itself.
     explicit X11Display(const QByteArray& name = QByteArray());
     ~X11Display();
@@ -47,8 +52,8 @@ public:
     // The window that the window manager calls active; XCB_WINDOW_NONE without a window manager.
     xcb_window_t activeWindow();
 
-    // Handlers are called in the order in which they were added, for every event.
-    Registration onEvent(EventHandler handler) { return m_handlers.add(std::move(handler)); }
+    // Readers get every event, in the order in which they were added. None may be added or removed by an event.
+    Registration addReader(X11EventReader& reader);
 
     // Sends the requests to the server. Events that libxcb has read by now, while sending or while waiting for a reply,
     // no longer make the socket readable, so they are delivered from the event loop: call this after waiting for a
@@ -64,7 +69,7 @@ private:
     xcb_window_t m_root = XCB_WINDOW_NONE;
     int m_screenNumber = 0;
     std::unordered_map<std::string, xcb_atom_t> m_atoms;
-    HandlerList<const xcb_generic_event_t&> m_handlers;
+    std::vector<X11EventReader*> m_readers;
     std::unique_ptr<QSocketNotifier> m_notifier;
     QObject m_context;
     bool m_handlingQueued = false;

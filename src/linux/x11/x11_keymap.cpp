@@ -22,7 +22,7 @@ X11Keymap::X11Keymap(X11Display& display) : m_display(display)
     if (m_device < 0 || !m_context) {
         return;
     }
-    m_events = m_display.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
+    m_events = m_display.addReader(*this);
     selectEvents();
     refresh();
     m_display.flush();
@@ -55,7 +55,7 @@ void X11Keymap::selectEvents()
                               kMapParts, kMapParts, &details);
 }
 
-void X11Keymap::handle(const xcb_generic_event_t& event)
+void X11Keymap::read(const xcb_generic_event_t& event)
 {
     if ((event.response_type & 0x7f) != m_firstEvent) {
         return;

@@ -14,7 +14,7 @@
 namespace tavlo {
 
 // What the server's keyboard description says about the keys. Follows changes of layout and of keyboard. Main thread.
-class X11Keymap {
+class X11Keymap : private X11EventReader {
 public:
     explicit X11Keymap(X11Display& display);
 
@@ -37,7 +37,7 @@ public:
 
 private:
     void selectEvents();
-    void handle(const xcb_generic_event_t& event);
+    void read(const xcb_generic_event_t& event) override;
     void refresh();
     xkb_keysym_t symbol(xcb_keycode_t key) const;
     XkbState stateOfActiveLayout() const;

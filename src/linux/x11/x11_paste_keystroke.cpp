@@ -21,13 +21,13 @@ constexpr std::uint8_t kAllModifiers = 0xff;
 
 }  // namespace
 
-X11PasteKeystroke::X11PasteKeystroke(X11Display& display, X11Keymap& keymap, X11RawKeys& rawKeys,
+X11PasteKeystroke::X11PasteKeystroke(X11Display& display, X11Keymap& keymap, X11KeyboardMonitor& monitor,
                                      Pasteboard& pasteboard)
     : m_display(display),
       m_keymap(keymap),
-      m_rawKeys(rawKeys),
+      m_monitor(monitor),
       m_pasteboard(pasteboard),
-      m_keys(rawKeys.onKey([this](const RawKey& key) { handle(key); }))
+      m_keys(monitor.onRawKey([this](const RawKey& key) { handle(key); }))
 {
 }
 
@@ -36,13 +36,12 @@ X11PasteKeystroke::~X11PasteKeystroke()
     m_display.catchUp();
     if (m_heldForUser.any() && m_display.hasConnection()) {
         // Nobody else would release these.
-        m_rawKeys.sendOwnKeys([this] {
-            for (std::size_t key = 0; key < m_heldForUser.size(); ++key) {
-                if (m_heldForUser.test(key)) {
-                    release(static_cast<xcb_keycode_t>(key));
-                }
+        const X11KeyboardMonitor::OwnKeys ours(m_monitor);
+        for (std::size_t key = 0; key < m_heldForUser.size(); ++key) {
+            if (m_heldForUser.test(key)) {
+                release(static_cast<xcb_keycode_t>(key));
             }
-        });
+        }
     }
     // The server may drop requests that it has not read when the connection is closed.
     m_display.catchUp();
@@ -76,7 +75,8 @@ void X11PasteKeystroke::sendPaste()
     if (chord == PasteChord::ShiftInsert) {
         m_pasteboard.offerPrimarySelection();
     }
-    m_rawKeys.sendOwnKeys([&] { type(*keys); });
+    const X11KeyboardMonitor::OwnKeys ours(m_monitor);
+    type(*keys);
 }
 
 std::optional<X11PasteKeystroke::ChordKeys> X11PasteKeystroke::keysFor(PasteChord chord)
@@ -108,7 +108,7 @@ void X11PasteKeystroke::type(const ChordKeys& keys)
     xcb_connection_t* const connection = m_display.connection();
     constexpr xcb_xkb_device_spec_t kCoreKeyboard = XCB_XKB_ID_USE_CORE_KBD;
     const auto stateRequest = xcb_xkb_get_state(connection, kCoreKeyboard);
-    const X11RawKeys::Keys down = keysDown();
+    const Keys down = keysDown();
     const auto state = ownReply(xcb_xkb_get_state_reply(connection, stateRequest, nullptr));
     const auto locks = static_cast<std::uint8_t>(state ? state->lockedMods & kDisturbingLocks : 0);
     const auto latches = static_cast<std::uint8_t>(state ? state->latchedMods : 0);
@@ -150,7 +150,7 @@ void X11PasteKeystroke::type(const ChordKeys& keys)
         release(*keys.second);
     }
     // Unless the user's keys can be followed, a key pressed for the user might stay down for ever.
-    const bool canPressAgain = m_rawKeys.isAvailable();
+    const bool canPressAgain = m_monitor.seesKeys();
     const auto pressForUser = [&](const std::vector<xcb_keycode_t>& held) {
         for (const xcb_keycode_t key : held) {
             press(key);
@@ -187,9 +187,9 @@ void X11PasteKeystroke::fake(std::uint8_t type, xcb_keycode_t key)
     xcb_test_fake_input(m_display.connection(), type, key, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
 }
 
-X11RawKeys::Keys X11PasteKeystroke::keysDown()
+X11PasteKeystroke::Keys X11PasteKeystroke::keysDown()
 {
-    X11RawKeys::Keys down;
+    Keys down;
     xcb_connection_t* const connection = m_display.connection();
     if (const auto state = ownReply(xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr))) {
         for (std::size_t key = 0; key < down.size(); ++key) {
@@ -208,13 +208,12 @@ void X11PasteKeystroke::handle(const RawKey& key)
         m_heldForUser.reset(key.key);  // the test device, on which it was pressed, has released it
         return;
     }
-    m_rawKeys.sendOwnKeys([&] {
-        // If the user has pressed it again, the next release ends it.
-        if (!keysDown().test(key.key)) {
-            release(key.key);
-            m_heldForUser.reset(key.key);
-        }
-    });
+    const X11KeyboardMonitor::OwnKeys ours(m_monitor);
+    // If the user has pressed it again, the next release ends it.
+    if (!keysDown().test(key.key)) {
+        release(key.key);
+        m_heldForUser.reset(key.key);
+    }
 }
 
 }  // namespace tavlo

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "linux/paste_chord.h"
+#include "linux/x11/x11_keyboard_monitor.h"
 #include "linux/x11/x11_keymap.h"
-#include "linux/x11/x11_raw_keys.h"
 #include "platform/paste.h"
 
+#include <bitset>
 #include <optional>
 #include <vector>
 
@@ -18,7 +19,7 @@ namespace tavlo {
 class X11PasteKeystroke : public PasteKeystroke {
 public:
     // All outlive this object; the first three belong together.
-    X11PasteKeystroke(X11Display& display, X11Keymap& keymap, X11RawKeys& rawKeys, Pasteboard& pasteboard);
+    X11PasteKeystroke(X11Display& display, X11Keymap& keymap, X11KeyboardMonitor& monitor, Pasteboard& pasteboard);
     ~X11PasteKeystroke() override;
     X11PasteKeystroke(const X11PasteKeystroke&) = delete;
     X11PasteKeystroke& operator=(const X11PasteKeystroke&) = delete;
@@ -28,6 +29,8 @@ public:
     void sendPaste() override;
 
 private:
+    using Keys = std::bitset<256>;
+
     struct ChordKeys {
         xcb_keycode_t main = 0;               // Control or Shift, which is held around the others
         std::optional<xcb_keycode_t> second;  // Shift beside Control
@@ -40,14 +43,14 @@ private:
     void press(xcb_keycode_t key);
     void release(xcb_keycode_t key);
     void fake(std::uint8_t type, xcb_keycode_t key);
-    X11RawKeys::Keys keysDown();
+    Keys keysDown();
     void handle(const RawKey& key);
 
     X11Display& m_display;
     X11Keymap& m_keymap;
-    X11RawKeys& m_rawKeys;
+    X11KeyboardMonitor& m_monitor;
     Pasteboard& m_pasteboard;
-    X11RawKeys::Keys m_heldForUser;  // pressed on the test device, while the user holds the real key
+    Keys m_heldForUser;  // pressed on the test device, while the user holds the real key
     Registration m_keys;
 };
 
