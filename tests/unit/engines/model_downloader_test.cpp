@@ -20,6 +20,7 @@
 
 #include <curl/curl.h>
 #include <sys/resource.h>
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <optional>
@@ -371,9 +372,11 @@ TEST_F(ModelDownloaderTest, aDownloadLeavesTheProcessorToTheInterface)
 {
     m_server.setScenario(body("stall", kSmallModel, {{u"after"_s, 2000000}}));
     const int before = getpriority(PRIO_PROCESS, 0);
+    const int least = 19;
     downloader().start();
     EXPECT_TRUE(m_queue.runUntil([&] { return !m_progress.empty(); }));
-    EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(HeldThread::taskOf("tavlo-model"))), before + 10);
+    EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(HeldThread::taskOf("tavlo-model"))),
+              std::min(before + 10, least));
     EXPECT_EQ(getpriority(PRIO_PROCESS, 0), before) << "the thread's own share alone";
 }
 
