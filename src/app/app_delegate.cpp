@@ -36,7 +36,7 @@ AppDelegate::AppDelegate(const AppParts& parts)
       m_duckJournal(parts.locations.kDuckJournalURL),
       m_duckRepair(m_duckJournal, parts.outputVolume),
       m_ducker(parts.outputVolume, parts.queue, &m_duckJournal),
-      m_board({m_state, parts.queue, parts.file, parts.loginItem, parts.statusItem, parts.control}),
+      m_board({m_state, parts.queue, parts.file, parts.keyboard, parts.loginItem, parts.statusItem, parts.control}),
       m_delivery(m_state, parts.queue, parts.pasteboard, parts.keystroke, parts.sounds, parts.workspace, m_board),
       m_routing({m_state, parts.queue, parts.background, parts.cloud, parts.local, parts.offer, m_delivery,
                  parts.sounds, m_board, parts.file, parts.log, parts.locations.kLastWavURL}),
@@ -69,8 +69,9 @@ void AppDelegate::applicationDidFinishLaunching()
     m_duckRepair.start();
     registerHandlers();
     m_parts.secrets.requestUnlock();
-    if (const QString reason = t(m_parts.keyboard.unavailableReason()); !reason.isEmpty()) {
-        m_parts.log.appLog(reason);
+    m_keysWereThere = m_parts.keyboard.unavailableReason().isEmpty();
+    if (!m_keysWereThere) {
+        m_parts.log.appLog(t(m_parts.keyboard.unavailableReason()));
     }
 }
 
@@ -81,11 +82,17 @@ void AppDelegate::registerHandlers()
         m_parts.keyboard.onKeyDown(std::bind_front(&HotkeyDetection::handleKeyDown, &m_detection)));
     m_registrations.push_back(
         m_parts.keyboard.onFlagsChanged(std::bind_front(&HotkeyDetection::handleFlags, &m_detection)));
+    m_registrations.push_back(m_parts.keyboard.onAvailabilityChange([this] { keysChanged(); }));
     m_registrations.push_back(
         m_parts.audioInput.onConfigurationChange([this] { m_session.audioConfigurationChanged(); }));
     m_registrations.push_back(m_parts.control.onCommand([this](RemoteCommand command) { obey(command); }));
     m_registrations.push_back(m_parts.secrets.onAvailabilityChange([this] { keyringChanged(); }));
     m_registrations.push_back(m_parts.windows.onSettingsSaved([this] { settingsSaved(); }));
+}
+
+void AppDelegate::settingsFileChanged()
+{
+    m_board.tellKeyboard();
 }
 
 void AppDelegate::applicationWillTerminate()
@@ -173,6 +180,23 @@ void AppDelegate::keyringChanged()
     // The engine line tells whether there is a key, which is known only while the keyring is open.
     m_board.lookUpKey();
     m_board.buildMenu();
+}
+
+void AppDelegate::keysChanged()
+{
+    const Words reason = m_parts.keyboard.unavailableReason();
+    if (m_keysWereThere == reason.isEmpty()) {
+        return;
+    }
+    m_keysWereThere = reason.isEmpty();
+    m_parts.log.appLog(m_keysWereThere ? t(u"De sneltoets werkt nu"_s, u"The hotkey works now"_s) : t(reason));
+    if (m_state.capturing && !m_keysWereThere) {
+        m_captureDisplay.setCapturing(false);  // nothing could end it any more
+        m_captureDisplay.hideMessage();
+    }
+    if (m_state.activity() == Activity::Ready) {
+        m_board.setStatusLine(readyText(m_parts.keyboard));
+    }
 }
 
 void AppDelegate::settingsSaved()

@@ -66,6 +66,9 @@ public:
     // Puts a lowered volume back; nothing else. May be called more than once.
     void applicationWillTerminate();
 
+    // Somebody has written the settings file, perhaps by hand: the hotkey in it is in force at once.
+    void settingsFileChanged();
+
     const SessionState& state() const { return m_state; }
 
 private:
@@ -75,6 +78,8 @@ private:
     // Where the desktop has no tray for the icon the user is told once, and how to do without.
     void trayChanged(TrayPresence presence);
     void keyringChanged();
+    // The user is told when keys can be seen that could not, and the other way round.
+    void keysChanged();
     void settingsSaved();
 
     AppParts m_parts;
@@ -92,6 +97,7 @@ private:
     HotkeyDetection m_detection;
     MenuActions m_actions;
     bool m_missingTrayTold = false;
+    bool m_keysWereThere = false;
     std::vector<Registration> m_registrations;
 };
 

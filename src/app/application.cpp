@@ -6,6 +6,8 @@
 #include "settings/locations.h"
 #include "ui/tray/tray_status_item.h"
 
+#include <QFileInfo>
+
 namespace tavlo {
 
 Application::Application(const Locations& locations, AppLog& log, LocalRunner& local, const Ports& ports,
@@ -56,9 +58,22 @@ Application::~Application() = default;
 void Application::launch(const QStringList& notices)
 {
     m_delegate.applicationDidFinishLaunching();
+    watchSettingsFile();
     for (const QString& notice : notices) {
         m_log.appLog(notice);
     }
+}
+
+void Application::watchSettingsFile()
+{
+    const QString path = m_file.path();
+    const auto changed = [this, path] {
+        m_settingsWatcher.addPath(path);  // a file that was replaced is watched no longer
+        m_delegate.settingsFileChanged();
+    };
+    QObject::connect(&m_settingsWatcher, &QFileSystemWatcher::fileChanged, &m_settingsWatcher, changed);
+    QObject::connect(&m_settingsWatcher, &QFileSystemWatcher::directoryChanged, &m_settingsWatcher, changed);
+    m_settingsWatcher.addPaths({QFileInfo(path).path(), path});
 }
 
 void Application::terminate()

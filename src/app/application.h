@@ -11,6 +11,8 @@
 #include "ui/windows/desktop_windows.h"
 #include "ui/windows/offer_window.h"
 
+#include <QFileSystemWatcher>
+
 namespace tavlo {
 
 class LocalRunner;
@@ -33,6 +35,8 @@ public:
     bool isCapturing() const { return m_delegate.state().capturing; }
 
 private:
+    void watchSettingsFile();
+
     AppLog& m_log;
     LocalRunner& m_local;
     OutputVolume& m_outputVolume;
@@ -46,6 +50,7 @@ private:
     TrayStatusItem& m_statusItem;
     DesktopWindows m_windows;
     AppDelegate m_delegate;
+    QFileSystemWatcher m_settingsWatcher;
 };
 
 }  // namespace tavlo

@@ -32,6 +32,7 @@ void CaptureDisplay::setCapturing(bool capturing)
 {
     m_state.capturing = capturing;
     m_board.updateIcon();
+    m_board.tellKeyboard();
 }
 
 void CaptureDisplay::setStatusLine(const QString& text)

@@ -1,6 +1,7 @@
 #include "app/status_board.h"
 
 #include "hotkeys/hotkey_catalogue.h"
+#include "platform/keyboard_monitor.h"
 #include "platform/login_item.h"
 #include "platform/remote_control.h"
 #include "settings/config_file.h"
@@ -39,6 +40,7 @@ void StatusBoard::buildMenu()
     menu.hotkey = hotkeyFrom(menu.config, m_parts.file.path());
     menu.loginItemEnabled = m_loginItemEnabled;
     m_parts.statusItem.setMenu(statusMenu(menu));
+    tellKeyboard(menu.hotkey);
     publish();
     if (menu.config.provider != m_keyProvider && m_parts.file.isReadable()) {
         // Somebody has written another provider into the file, or has mended a file that could not be read.
@@ -48,6 +50,16 @@ void StatusBoard::buildMenu()
             buildMenu();
         });
     }
+}
+
+void StatusBoard::tellKeyboard()
+{
+    tellKeyboard(currentHotkey(m_parts.file));
+}
+
+void StatusBoard::tellKeyboard(const HotkeyOption& hotkey)
+{
+    m_parts.keyboard.setInterest({.hotkey = hotkey.keyCode, .everyKey = m_parts.state.capturing});
 }
 
 void StatusBoard::updateIcon()

@@ -23,16 +23,19 @@ struct SessionState {
 };
 
 class ConfigFile;
+class KeyboardMonitor;
 class LoginItem;
 class RemoteControl;
 class StatusItem;
 struct Config;
+struct HotkeyOption;
 
 // What the board shows and where. All of it outlives the board.
 struct StatusBoardParts {
     SessionState& state;
     MainQueue& queue;
     const ConfigFile& file;
+    KeyboardMonitor& keyboard;
     LoginItem& loginItem;
     StatusItem& statusItem;
     RemoteControl& control;
@@ -49,6 +52,9 @@ public:
     void setStatusLine(const QString& text);
     // Builds the menu from the current state and the settings read afresh, and publishes the state.
     void buildMenu();
+    // Tells the keyboard which keys are waited for, by the current state and the settings read afresh. Done by
+    // `buildMenu` too.
+    void tellKeyboard();
     // Gives the icon the shape of the current activity.
     void updateIcon();
     // Tells other programs the current activity and status line.
@@ -66,6 +72,8 @@ public:
     void lookUpLoginItem();
 
 private:
+    void tellKeyboard(const HotkeyOption& hotkey);
+
     StatusBoardParts m_parts;
     QString m_keyProvider;  // whose key was looked up last; empty where the settings could not be read
     bool m_hasKey = false;

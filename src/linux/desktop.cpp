@@ -2,7 +2,7 @@
 
 #include "linux/null_desktop.h"
 #include "linux/qt/qt_pasteboard.h"
-#include "linux/wayland/wayland_desktop.h"
+#include "linux/wayland_desktop.h"
 #include "linux/x11/x11_desktop.h"
 #include "platform/text_literals.h"
 

@@ -25,6 +25,14 @@ struct KeyEvent {
     std::uint32_t time = 0;
 };
 
+// Which keys somebody waits for, apart from the modifiers and Escape.
+struct KeyInterest {
+    KeyCode hotkey = KeyCode::RightCommand;
+    bool everyKey = false;  // a key is being chosen
+
+    bool operator==(const KeyInterest&) const = default;
+};
+
 // Sees the key events of the whole desktop, this program's own windows included. Never consumes a key; keys that the
 // paste keystroke of this program sends are left out.
 class KeyboardMonitor {
@@ -39,11 +47,16 @@ public:
     // The presses and releases of the modifiers, with the flags as they are after the event.
     virtual Registration onFlagsChanged(Handler handler) = 0;
 
+    // From now on other keys need not be seen: a backend that can be spared them reads none that nobody waits for.
+    virtual void setInterest(const KeyInterest&) {}
+
     // Calls the handlers, before it returns, for every event that happened before this call. Main thread.
     virtual void catchUp() {}
 
     // Empty where keys can be seen; else one sentence that says why not.
     virtual Words unavailableReason() const = 0;
+    // Told when `unavailableReason` may have become another one.
+    virtual Registration onAvailabilityChange(std::function<void()>) { return {}; }
 };
 
 }  // namespace tavlo

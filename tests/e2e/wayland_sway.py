@@ -10,8 +10,8 @@ from rig.sway import Foot, SwayDesktop, WaylandEditor
 SENTENCE = "open the letter and write a message"
 TEXT = SENTENCE + "."
 ENGLISH = {"app_language": "en", "language": "en", "engine": "local", "duck_enabled": False}
-NO_KEYS = ("⚠️ Wayland shows Tavlo no keys. Let your desktop itself have a key control Tavlo: the guide says how "
-           "(Wayland).")
+NO_KEYS = ("⚠️ Wayland shows Tavlo no keys. Install tavlo-wayland-keys, or let your desktop itself have a key control "
+           "Tavlo: the guide says how (Wayland).")
 KEY = "F9"  # which the desktop's settings bind to Tavlo
 
 

@@ -1,4 +1,5 @@
 #include "linux/wayland/focused_application.h"
+#include "linux/wayland/seat_keymap.h"
 #include "linux/wayland/wayland_paste_keystroke.h"
 #include "linux/wayland/wayland_pasteboard.h"
 #include "platform/text_literals.h"
@@ -146,6 +147,16 @@ TEST_F(WaylandPasteTest, IntoATerminal)
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     };
     EXPECT_TRUE(waitUntil([&] { return typed() == "one line"; })) << typed().constData();
+}
+
+TEST_F(WaylandPasteTest, TheSeatsKeyboardIsDescribed)
+{
+    std::string description;
+    const SeatKeymap keymap(m_connection, [&](const std::string& text) { description = text; });
+    // The only keyboard there is, since the compositor has no devices: the one that types the chord.
+    EXPECT_TRUE(waitUntil([&] { return description.starts_with("xkb_keymap"); }));
+    EXPECT_NE(description.find("Control_L"), std::string::npos) << description;
+    EXPECT_EQ(description.find('\0'), std::string::npos);
 }
 
 TEST_F(WaylandPasteTest, NobodyHasTheFocusOnAnEmptyDesktop)

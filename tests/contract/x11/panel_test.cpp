@@ -254,8 +254,7 @@ TEST(LinuxPanelAppearanceTest, AnAnswerThatIsOlderThanANoticeIsNotBelieved)
     DesktopOnBus desktop(bus);
     desktop.setColourScheme(1);
     desktop.holdAnswers();
-    const QDBusConnection connection =
-        QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), u"panel"_s);
+    const QDBusConnection connection = QDBusConnection::connectToBus(QString::fromLocal8Bit(bus.address()), u"panel"_s);
     {
         LinuxPanelAppearance appearance(connection, u"GNOME"_s);
         EXPECT_TRUE(waitUntil([&] { return desktop.heldAnswers() == 1; }));

@@ -1,7 +1,7 @@
 #include "contract/x11/x11_environment.h"
 #include "hotkeys/hotkey_catalogue.h"
-#include "linux/xkb_keys.h"
 #include "linux/x11/x11_desktop.h"
+#include "linux/xkb_keys.h"
 #include "platform/text_literals.h"
 #include "support/fakes/fake_pasteboard.h"
 #include "support/x_hands.h"

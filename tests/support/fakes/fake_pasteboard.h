@@ -30,7 +30,7 @@ public:
 
     QStringList texts;
     int primaryOffers = 0;
-    QString selection;  // what a paste of the primary selection would give now
+    QString selection;                          // what a paste of the primary selection would give now
     std::function<void(const QString&)> onSet;  // for a test that looks at the order of things
 };
 

@@ -178,6 +178,71 @@ TEST_F(AppDelegateTest, ReadyStandsNowhereWhereNoKeyCanArrive)
     EXPECT_EQ(status(), u"Klaar - druk op de sneltoets om te dicteren"_s);
 }
 
+TEST_F(AppDelegateTest, KeysThatCanBeSeenWhileItRunsAreToldAndSoAreThoseThatCanBeSeenNoMore)
+{
+    launch();
+    desk.keyboard.setReason({u"Geen toetsen."_s, u"No keys."_s});
+    EXPECT_EQ(status(), u"⚠️ Geen toetsen."_s);
+    EXPECT_EQ(desk.log.lines().last(), u"Geen toetsen."_s);
+    desk.keyboard.setReason({u"Geen toetsen."_s, u"No keys."_s});
+    EXPECT_EQ(desk.log.lines().size(), 1) << "nothing has changed";
+    desk.keyboard.setReason({});
+    EXPECT_EQ(status(), u"Klaar - druk op de sneltoets om te dicteren"_s);
+    EXPECT_EQ(desk.log.lines().last(), u"De sneltoets werkt nu"_s);
+}
+
+TEST_F(AppDelegateTest, KeysThatGoDuringARecordingLeaveItsStatusAlone)
+{
+    launch();
+    desk.choose(MenuAction::MenuToggle);
+    const QString recording = status();
+    desk.keyboard.setReason({u"Geen toetsen."_s, u"No keys."_s});
+    EXPECT_EQ(status(), recording);
+    EXPECT_EQ(desk.log.lines().last(), u"Geen toetsen."_s);
+}
+
+TEST_F(AppDelegateTest, AChoiceOfAKeyEndsWhenNoKeyCanArriveAnyMore)
+{
+    launch();
+    desk.choose(MenuAction::StartCapture);
+    desk.keyboard.setReason({u"Geen toetsen."_s, u"No keys."_s});
+    EXPECT_FALSE(desk.app->state().capturing);
+    EXPECT_EQ(status(), u"⚠️ Geen toetsen."_s);
+}
+
+TEST_F(AppDelegateTest, TheKeyboardIsToldWhichKeysAreWaitedFor)
+{
+    launch();
+    EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::RightCommand, false}));
+    desk.choose(MenuAction::PickHotkey, u"rechter-control"_s);
+    EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::RightControl, false}));
+    desk.choose(MenuAction::StartCapture);
+    EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::RightControl, true}));
+    desk.keyboard.sendKeyDown({KeyCode::F10});
+    desk.queue.runPending();
+    EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::F10, false}));
+}
+
+TEST_F(AppDelegateTest, AHotkeyThatIsWrittenIntoTheFileByHandIsWaitedForAtOnce)
+{
+    launch();
+    desk.writeSettings(R"({"hotkey": "rechter-shift"})");
+    desk.app->settingsFileChanged();
+    EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::RightShift, false}));
+}
+
+TEST_F(AppDelegateTest, NoKeyIsWaitedForWhileTheUserThinksAboutTheWarning)
+{
+    launch();
+    desk.choose(MenuAction::StartCapture);
+    desk.keyboard.sendKeyDown({KeyCode::Space, ModifierFlags::None, KeyRepeat::FirstPress, u" "_s});
+    desk.queue.runPending();
+    ASSERT_TRUE(desk.windows.isAlertOpen());
+    EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::RightCommand, false}));
+    desk.windows.answer(TypingKeyAnswer::UseAnyway);
+    EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::Space, false}));
+}
+
 TEST_F(AppDelegateTest, ALanguageItemWithoutAStringDoesNothing)
 {
     launch();

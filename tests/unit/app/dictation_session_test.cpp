@@ -381,7 +381,7 @@ TEST(DictationSessionDeathTest, ATokenThatOverflowsStopsTheProgram)
     state.busyToken = std::numeric_limits<std::int64_t>::max();
     Recorder recorder(desk.input, desk.queue);
     VolumeDucker ducker(desk.output, desk.queue);
-    StatusBoard board({state, desk.queue, *desk.file, desk.loginItem, desk.statusItem, desk.control});
+    StatusBoard board({state, desk.queue, *desk.file, desk.keyboard, desk.loginItem, desk.statusItem, desk.control});
     TextDelivery delivery(state, desk.queue, desk.pasteboard, desk.keystroke, desk.sounds, desk.workspace, board);
     TranscriptionRouting routing({state, desk.queue, desk.background, desk.cloud, desk.local, desk.offer, delivery,
                                   desk.sounds, board, *desk.file, desk.log, desk.locations.kLastWavURL});

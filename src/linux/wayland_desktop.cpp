@@ -1,6 +1,8 @@
-#include "linux/wayland/wayland_desktop.h"
+#include "linux/wayland_desktop.h"
 
-#include "linux/null_desktop.h"
+#include "linux/evdev/evdev_keyboard_monitor.h"
+#include "linux/freedesktop/login_session.h"
+#include "linux/wayland/seat_keymap.h"
 #include "linux/wayland/wayland_paste_keystroke.h"
 #include "linux/wayland/wayland_pasteboard.h"
 #include "platform/text_literals.h"
@@ -11,20 +13,22 @@ namespace tavlo {
 
 namespace {
 
+const QString kInputDevices = u"/dev/input"_s;
+
 // Compositors show the keys of the whole desktop to nobody, and an X11 program behind Xwayland is told nothing either:
-// it connects and stays silent.
+// it connects and stays silent. What is left are the kernel's devices, where the user may read them.
 Words noKeys()
 {
     return {
-        u"Wayland laat Tavlo geen toetsen zien. Laat je bureaublad zelf een toets Tavlo bedienen: de handleiding "
-        "zegt hoe (Wayland)."_s,
-        u"Wayland shows Tavlo no keys. Let your desktop itself have a key control Tavlo: the guide says how "
-        "(Wayland)."_s};
+        u"Wayland laat Tavlo geen toetsen zien. Installeer tavlo-wayland-keys, of laat je bureaublad zelf een toets "
+        "Tavlo bedienen: de handleiding zegt hoe (Wayland)."_s,
+        u"Wayland shows Tavlo no keys. Install tavlo-wayland-keys, or let your desktop itself have a key control "
+        "Tavlo: the guide says how (Wayland)."_s};
 }
 
 class WaylandDesktop : public Desktop {
 public:
-    explicit WaylandDesktop(Desktop& x11) : m_x11(x11), m_keys(noKeys()), m_keystroke(m_connection, m_pasteboard) {}
+    explicit WaylandDesktop(Desktop& x11) : m_x11(x11), m_keystroke(m_connection, m_pasteboard) {}
 
     bool isThere() const { return m_connection.isConnected(); }
 
@@ -37,7 +41,10 @@ public:
     {
         switch (capability) {
             case DesktopCapability::Keys:
-                return {{}, m_keys.unavailableReason()};
+                if (const Words reason = m_keys.unavailableReason(); !reason.isEmpty()) {
+                    return {{}, reason};
+                }
+                return {u"evdev"_s, {}};
             case DesktopCapability::Clipboard:
                 return hasClipboard() ? DesktopService{u"data-control"_s, {}} : m_x11.service(capability);
             case DesktopCapability::Paste:
@@ -59,7 +66,10 @@ private:
 
     Desktop& m_x11;
     WaylandConnection m_connection;
-    NullKeyboardMonitor m_keys;
+    EvdevKeyboardMonitor m_keys{kInputDevices, noKeys()};
+    SeatKeymap m_keymap{m_connection, [this](const std::string& text) { m_keys.setKeymap(text); }};
+    LoginSession m_login{QDBusConnection::systemBus()};
+    Registration m_loginChange = m_login.onChange([this] { m_keys.setListening(m_login.isInFront()); });
     WaylandPasteboard m_pasteboard{m_connection};
     WaylandPasteKeystroke m_keystroke;
 };
