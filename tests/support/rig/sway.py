@@ -59,6 +59,9 @@ class SwayDesktop(Desktop):
     xwayland    whether X11 programs can be shown
     """
 
+    # Where the compositor gets screens and keyboards from.
+    backends = {"WLR_BACKENDS": "headless", "WLR_LIBINPUT_NO_DEVICES": "1"}
+
     def __init__(self, size=(1280, 800), xwayland=True, keyring="unlocked", sound="pulseaudio"):
         super().__init__(size=size, window_manager=False, panel=False, keyring=keyring, sound=sound,
                          environment={"XDG_SESSION_TYPE": "wayland", "XDG_CURRENT_DESKTOP": "sway",
@@ -81,8 +84,8 @@ class SwayDesktop(Desktop):
         settings = self.folder / "sway.conf"
         settings.write_text(_SETTINGS.format(width=width, height=height, folder=self.folder,
                                              xwayland="enable" if self._xwayland else "disable"), encoding="utf-8")
-        self.compositor = self.processes.start("sway", ["sway", "-c", settings], {
-            "WLR_BACKENDS": "headless", "WLR_LIBINPUT_NO_DEVICES": "1", "WLR_RENDERER": "pixman"})
+        self.compositor = self.processes.start("sway", ["sway", "-c", settings],
+                                               {"WLR_RENDERER": "pixman", **self.backends})
         socket = self.runtime_folder / "wayland-1"
         wait_for(socket.exists, timeout=20, what="the compositor", show=self.compositor.error_text)
         self.environment["WAYLAND_DISPLAY"] = socket.name

@@ -1,0 +1,1 @@
+"""What tests inside the virtual machine of scripts/test-machine use. See README.md."""
