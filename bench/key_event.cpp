@@ -5,12 +5,11 @@
 #include "hotkeys/hotkey_capture.h"
 #include "hotkeys/hotkey_catalogue.h"
 #include "hotkeys/hotkey_detection.h"
-#include "hotkeys/hotkey_display.h"
 #include "linux/null_desktop.h"
 #include "platform/secret_store.h"
 #include "platform/text_literals.h"
 #include "settings/app_log.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/keychain.h"
 
 #include <QFile>

@@ -8,7 +8,7 @@
 #include "linux/x11/x11_display.h"
 #include "linux/x11/x11_screens.h"
 #include "platform/text_literals.h"
-#include "settings/file_log.h"
+#include "settings/app_log.h"
 #include "settings/locations.h"
 #include "ui/windows/offer_window.h"
 

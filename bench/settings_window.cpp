@@ -10,8 +10,8 @@
 #include "linux/x11/x11_display.h"
 #include "linux/x11/x11_screens.h"
 #include "platform/text_literals.h"
-#include "settings/config_file.h"
-#include "settings/file_log.h"
+#include "settings/app_log.h"
+#include "settings/config.h"
 #include "settings/keychain.h"
 #include "settings/locations.h"
 

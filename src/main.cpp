@@ -4,10 +4,9 @@
 #include "linux/freedesktop/process_end.h"
 #include "linux/freedesktop/session_bus_address.h"
 #include "linux/qt/local_key_filter.h"
-#include "linux/qt/session_restart.h"
 #include "linux/session.h"
 #include "platform/text_literals.h"
-#include "settings/file_log.h"
+#include "settings/app_log.h"
 
 #include <QApplication>
 

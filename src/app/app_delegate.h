@@ -1,12 +1,10 @@
 #pragma once
 
-#include "app/capture_display.h"
 #include "app/dictation_session.h"
 #include "app/menu_actions.h"
 #include "app/status_board.h"
 #include "app/text_delivery.h"
 #include "app/transcription_routing.h"
-#include "audio/duck_journal.h"
 #include "audio/recorder.h"
 #include "audio/volume_ducker.h"
 #include "hotkeys/hotkey_capture.h"
@@ -14,7 +12,7 @@
 #include "platform/registration.h"
 #include "platform/remote_control.h"
 #include "settings/locations.h"
-#include "ui/tray/status_item.h"
+#include "ui/tray/status_menu.h"
 
 #include <QVariant>
 
@@ -26,7 +24,31 @@ class AppLog;
 class AppWindows;
 class ConfigFile;
 class DesktopNotification;
+class MessageOverlay;
 class SecretStore;
+
+// What choosing a hotkey shows: in the session's state and on its board, in the message overlay and in a window.
+// Main thread.
+class CaptureDisplay : public HotkeyDisplay {
+public:
+    // All of it outlives the display.
+    CaptureDisplay(SessionState& state, StatusBoard& board, MessageOverlay& msgHud, AppWindows& windows);
+
+    bool isRecording() const override;
+    bool isBusy() const override;
+    bool isCapturing() const override;
+    void setCapturing(bool capturing) override;
+    void setStatusLine(const QString& text) override;
+    void showMessage(const QString& text, std::optional<double> autoHideSeconds) override;
+    void hideMessage() override;
+    void showTypingKeyAlert(const TypingKeyAlert& alert, std::function<void(TypingKeyAnswer)> answered) override;
+
+private:
+    SessionState& m_state;
+    StatusBoard& m_board;
+    MessageOverlay& m_msgHud;
+    AppWindows& m_windows;
+};
 
 // The desktop and the rooms below, as the application object uses them. All of it outlives the application object.
 struct AppParts {

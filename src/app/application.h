@@ -4,7 +4,7 @@
 #include "engines/cloud/cloud_client.h"
 #include "engines/model/model_downloader.h"
 #include "platform/ports.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/keychain.h"
 #include "ui/overlays/message_hud.h"
 #include "ui/overlays/recording_hud.h"

@@ -10,7 +10,7 @@
 #include "platform/text_literals.h"
 #include "posix/file_access.h"
 #include "settings/app_log.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/language.h"
 #include "ui/overlays/overlays.h"
 

@@ -7,7 +7,7 @@
 #include "platform/text_literals.h"
 #include "platform/workspace.h"
 #include "settings/app_log.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/language.h"
 #include "settings/locations.h"
 

@@ -4,8 +4,7 @@
 #include "platform/keyboard_monitor.h"
 #include "platform/login_item.h"
 #include "platform/remote_control.h"
-#include "settings/config_file.h"
-#include "ui/tray/status_item.h"
+#include "settings/config.h"
 #include "ui/tray/status_menu.h"
 
 namespace tavlo {

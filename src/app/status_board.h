@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/activity.h"
 #include "platform/queues.h"
+#include "platform/remote_control.h"
 
 #include <QString>
 

@@ -8,7 +8,7 @@
 #include "platform/sound_player.h"
 #include "platform/text_literals.h"
 #include "settings/app_log.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/language.h"
 
 namespace tavlo {

@@ -1,7 +1,6 @@
 #include "audio/recorder.h"
 
 #include "audio/speech_converter.h"
-#include "audio/wav.h"
 #include "platform/text_literals.h"
 
 #include <algorithm>

@@ -1,10 +1,9 @@
 #include "hotkeys/hotkey_capture.h"
 
 #include "hotkeys/hotkey_catalogue.h"
-#include "hotkeys/hotkey_display.h"
 #include "platform/text_literals.h"
 #include "settings/app_log.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/language.h"
 
 #include <QMetaType>

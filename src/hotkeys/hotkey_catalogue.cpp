@@ -1,7 +1,7 @@
 #include "hotkeys/hotkey_catalogue.h"
 
 #include "platform/text_literals.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/language.h"
 
 #include <algorithm>

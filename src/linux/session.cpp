@@ -4,6 +4,8 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QGuiApplication>
+#include <QSessionManager>
 
 namespace tavlo {
 
@@ -57,6 +59,14 @@ Ports LinuxSession::ports()
         .notification = m_notification,
         .control = m_start.control,
     };
+}
+
+void declineSessionRestart(QGuiApplication& application)
+{
+    const auto decline = [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); };
+    // The session manager reads the hint after either kind of saving, and may ask for one kind only.
+    QObject::connect(&application, &QGuiApplication::saveStateRequest, &application, decline);
+    QObject::connect(&application, &QGuiApplication::commitDataRequest, &application, decline);
 }
 
 }  // namespace tavlo

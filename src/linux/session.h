@@ -17,6 +17,8 @@
 
 #include <memory>
 
+class QGuiApplication;
+
 namespace tavlo {
 
 // What every Linux session needs first: the main queue, the keyring, and the one instance's name on the session bus.
@@ -54,5 +56,10 @@ private:
     LinuxTrayHost m_trayHost;
     LinuxPanelAppearance m_panelAppearance;
 };
+
+// Asks the desktop's session manager not to restart this program with a saved session: at login the autostart entry
+// decides alone. The program would be started twice, and a second start opens the settings window. Main thread, before
+// the event loop; does nothing without a session manager.
+void declineSessionRestart(QGuiApplication& application);
 
 }  // namespace tavlo

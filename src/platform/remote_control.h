@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/activity.h"
 #include "platform/registration.h"
 
 #include <QString>
@@ -8,6 +7,14 @@
 #include <functional>
 
 namespace tavlo {
+
+// What the program is doing, as its icon and other programs show it.
+enum class Activity {
+    Ready,
+    Recording,     // the microphone runs
+    Transcribing,  // a finished recording is on its way to become text
+    Capturing      // the user is choosing the hotkey by pressing it
+};
 
 enum class ClaimResult {
     Claimed,         // This process is the one instance of the session, and is served to others.

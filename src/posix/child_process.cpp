@@ -1,6 +1,6 @@
 #include "posix/child_process.h"
 
-#include "posix/descriptor.h"
+#include "posix/file_access.h"
 #include "posix/system_error.h"
 
 #include <QFile>

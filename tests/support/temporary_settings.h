@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/text_literals.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/keychain.h"
 #include "support/fakes/fake_secret_store.h"
 #include "support/fakes/manual_main_queue.h"

@@ -3,7 +3,7 @@
 #include "engines/model/model_files.h"
 #include "http/network_thread.h"
 #include "platform/text_literals.h"
-#include "posix/descriptor.h"
+#include "posix/file_access.h"
 #include "posix/system_error.h"
 #include "settings/app_log.h"
 

@@ -2,7 +2,7 @@
 
 #include "linux/evdev/evdev_keys.h"
 #include "linux/evdev/evdev_stream.h"
-#include "posix/descriptor.h"
+#include "posix/file_access.h"
 
 #include <QSocketNotifier>
 #include <QString>

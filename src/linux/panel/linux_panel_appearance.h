@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/panel_appearance.h"
+#include "platform/panel.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>

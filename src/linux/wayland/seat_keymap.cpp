@@ -1,6 +1,6 @@
 #include "linux/wayland/seat_keymap.h"
 
-#include "posix/descriptor.h"
+#include "posix/file_access.h"
 
 #include <utility>
 

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "platform/activity.h"
+#include "platform/panel.h"
+#include "platform/remote_control.h"
 
+#include <QColor>
 #include <QIcon>
 
 namespace tavlo {
@@ -20,5 +22,9 @@ public:
     // black.
     static QIcon menuBar(Activity activity, IconInk ink = IconInk::Dark);
 };
+
+// The ink that stands out on the desktop's panel. `windowColour`, the background of windows in the application's
+// palette, decides when the desktop says nothing.
+IconInk panelInk(const PanelSurroundings& surroundings, const QColor& windowColour);
 
 }  // namespace tavlo

@@ -1,7 +1,6 @@
 #include "ui/tray/tray_status_item.h"
 
 #include "platform/text_literals.h"
-#include "ui/tray/panel_ink.h"
 #include "ui/tray/tavlo_icon.h"
 #include "ui/window_colours.h"
 

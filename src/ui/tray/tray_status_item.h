@@ -1,11 +1,10 @@
 #pragma once
 
-#include "platform/panel_appearance.h"
+#include "platform/panel.h"
 #include "platform/queues.h"
 #include "platform/registration.h"
-#include "platform/tray_host.h"
 #include "ui/tray/menu_mirror.h"
-#include "ui/tray/status_item.h"
+#include "ui/tray/status_menu.h"
 
 #include <QObject>
 

@@ -1,6 +1,6 @@
 #include "ui/windows/offer_window.h"
 
-#include "engines/model/model_download.h"
+#include "engines/engines.h"
 #include "platform/screens.h"
 #include "platform/text_literals.h"
 #include "settings/language.h"

@@ -4,7 +4,7 @@
 #include "platform/queues.h"
 #include "platform/result.h"
 #include "ui/window_description.h"
-#include "ui/windows/closure_target.h"
+#include "ui/windows/window_controls.h"
 #include "ui/windows/window_frame.h"
 
 #include <QLocale>

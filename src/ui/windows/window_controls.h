@@ -2,7 +2,12 @@
 
 #include "ui/window_text.h"
 
+#include <QAbstractButton>
 #include <QLabel>
+#include <QObject>
+
+#include <functional>
+#include <utility>
 
 class QWidget;
 
@@ -55,5 +60,30 @@ void colourControl(QWidget* control);
 
 // All texts that a control can show, each with the room that the style leaves for it.
 std::vector<TextRequest> textsOf(const QWidget* control, const WindowElement& element);
+
+// Lets a button call an arbitrary handler. Whoever binds a button to a target keeps the target alive: the button does
+// not own it, and does nothing once it is gone. Main thread.
+class ClosureTarget : public QObject {
+public:
+    explicit ClosureTarget(std::function<void()> handler) : run(std::move(handler)) {}
+
+    // Calls `run`, which may destroy this target.
+    void fire()
+    {
+        // A copy, because a handler that closes its window destroys the window's targets, this one among them.
+        const auto handler = run;
+        if (handler) {
+            handler();
+        }
+    }
+
+    // From now on a click of `button` fires this target, for as long as both exist.
+    void bind(QAbstractButton* button)
+    {
+        connect(button, &QAbstractButton::clicked, this, [this] { fire(); });
+    }
+
+    const std::function<void()> run;
+};
 
 }  // namespace tavlo

@@ -1,6 +1,5 @@
 #include "audio/recorder.h"
 #include "audio/speech_converter.h"
-#include "audio/wav.h"
 #include "linux/pulse/pulse_audio_input.h"
 #include "linux/pulse/pulse_connection.h"
 #include "platform/text_literals.h"

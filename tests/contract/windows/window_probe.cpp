@@ -3,12 +3,12 @@
 // [font family]. "fullscreen" shows a field as large as the screen, as another program's window. With a picture's path
 // it saves the window's content there and ends; else it runs until it is ended.
 
-#include "engines/model/model_download.h"
+#include "engines/engines.h"
 #include "hotkeys/hotkey_capture.h"
 #include "platform/screens.h"
 #include "platform/text_literals.h"
 #include "platform/workspace.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/keychain.h"
 #include "settings/language.h"
 #include "support/fakes/fake_secret_store.h"

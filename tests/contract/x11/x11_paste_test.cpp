@@ -1,7 +1,7 @@
 #include "contract/x11/x11_environment.h"
 #include "linux/qt/qt_pasteboard.h"
-#include "linux/x11/focused_window.h"
 #include "linux/x11/x11_desktop.h"
+#include "linux/x11/x11_paste_keystroke.h"
 #include "platform/text_literals.h"
 #include "support/desktop_program.h"
 #include "support/x_hands.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hotkeys/hotkey_display.h"
+#include "hotkeys/hotkey_capture.h"
 #include "platform/text_literals.h"
 
 #include <vector>

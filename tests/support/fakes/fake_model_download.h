@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engines/model/model_download.h"
+#include "engines/engines.h"
 
 #include <utility>
 

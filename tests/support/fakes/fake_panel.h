@@ -1,7 +1,6 @@
 #pragma once
 
-#include "platform/panel_appearance.h"
-#include "platform/tray_host.h"
+#include "platform/panel.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/tray/status_item.h"
+#include "ui/tray/status_menu.h"
 
 #include <optional>
 #include <utility>

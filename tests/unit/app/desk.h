@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/app_delegate.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/keychain.h"
 #include "settings/language.h"
 #include "settings/locations.h"

@@ -1,4 +1,4 @@
-#include "audio/duck_journal.h"
+#include "audio/volume_ducker.h"
 
 #include "platform/text_literals.h"
 #include "support/fakes/fake_output_volume.h"

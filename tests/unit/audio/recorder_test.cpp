@@ -1,6 +1,6 @@
 #include "audio/recorder.h"
 
-#include "audio/wav.h"
+#include "audio/speech_converter.h"
 #include "platform/text_literals.h"
 #include "settings/language.h"
 #include "support/fakes/fake_audio_input.h"

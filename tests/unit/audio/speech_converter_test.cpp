@@ -1,7 +1,5 @@
 #include "audio/speech_converter.h"
 
-#include "audio/wav.h"
-
 #include <gtest/gtest.h>
 
 #include <QtEndian>

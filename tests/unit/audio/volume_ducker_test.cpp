@@ -1,6 +1,5 @@
 #include "audio/volume_ducker.h"
 
-#include "audio/duck_journal.h"
 #include "platform/text_literals.h"
 #include "support/fakes/fake_output_volume.h"
 #include "support/fakes/manual_main_queue.h"

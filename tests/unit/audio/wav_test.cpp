@@ -1,4 +1,4 @@
-#include "audio/wav.h"
+#include "audio/speech_converter.h"
 
 #include <gtest/gtest.h>
 

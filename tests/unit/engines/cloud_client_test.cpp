@@ -1,6 +1,6 @@
 #include "engines/cloud/cloud_client.h"
 
-#include "audio/wav.h"
+#include "audio/speech_converter.h"
 #include "http/http_exchange.h"
 #include "platform/text_literals.h"
 #include "posix/system_error.h"

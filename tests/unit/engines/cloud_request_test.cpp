@@ -1,4 +1,4 @@
-#include "engines/cloud/cloud_request.h"
+#include "engines/cloud/cloud_client.h"
 #include "platform/text_literals.h"
 
 #include <gtest/gtest.h>

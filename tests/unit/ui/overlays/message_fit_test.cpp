@@ -5,7 +5,6 @@
 #include "hotkeys/hotkey_catalogue.h"
 #include "platform/text_literals.h"
 #include "settings/config.h"
-#include "settings/config_file.h"
 #include "settings/keychain.h"
 #include "support/fakes/fake_hotkey_display.h"
 #include "support/fakes/fake_keyboard_monitor.h"

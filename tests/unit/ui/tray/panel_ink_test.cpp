@@ -1,5 +1,5 @@
-#include "ui/tray/panel_ink.h"
 #include "platform/text_literals.h"
+#include "ui/tray/tavlo_icon.h"
 
 #include "linux/panel/linux_panel_appearance.h"
 

@@ -1,4 +1,4 @@
-#include "ui/windows/closure_target.h"
+#include "ui/windows/window_controls.h"
 
 #include <QPushButton>
 

@@ -1,7 +1,7 @@
 #include "ui/windows/settings_window.h"
 #include "platform/text_literals.h"
 
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/keychain.h"
 #include "settings/locations.h"
 #include "support/fakes/fake_screens.h"

@@ -2,7 +2,7 @@
 // program runs once for each scale of the screen (QT_SCALE_FACTOR).
 
 #include "platform/text_literals.h"
-#include "settings/config_file.h"
+#include "settings/config.h"
 #include "settings/keychain.h"
 #include "support/fakes/fake_model_download.h"
 #include "support/fakes/fake_screens.h"

@@ -1,4 +1,4 @@
-#include "settings/config_file.h"
+#include "settings/config.h"
 
 #include "platform/text_literals.h"
 #include "posix/file_access.h"

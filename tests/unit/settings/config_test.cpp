@@ -1,6 +1,6 @@
-#include "settings/config_file.h"
-#include "platform/text_literals.h"
+#include "settings/config.h"
 
+#include "platform/text_literals.h"
 #include "support/temporary_settings.h"
 
 #include <gtest/gtest.h>
