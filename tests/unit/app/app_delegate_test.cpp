@@ -218,7 +218,7 @@ TEST_F(AppDelegateTest, TheKeyboardIsToldWhichKeysAreWaitedFor)
     EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::RightControl, false}));
     desk.choose(MenuAction::StartCapture);
     EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::RightControl, true}));
-    desk.keyboard.sendKeyDown({KeyCode::F10});
+    desk.keyboard.sendKeyDown({KeyCode::F10, ModifierFlags::None, KeyRepeat::FirstPress, {}});
     desk.queue.runPending();
     EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::F10, false}));
 }

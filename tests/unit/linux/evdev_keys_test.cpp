@@ -209,11 +209,11 @@ TEST(EvdevKeysToRead, OutsideAChoiceOnlyTheHotkeyTheModifiersAndEscapeAreRead)
 {
     const EvdevLayout layout;
     const EvdevKeySet keys = keysToRead({.hotkey = KeyCode::F9, .everyKey = false}, layout);
-    for (const std::uint16_t code : {KEY_F9, KEY_ESC, KEY_LEFTSHIFT, KEY_RIGHTSHIFT, KEY_LEFTCTRL, KEY_RIGHTCTRL,
-                                     KEY_LEFTALT, KEY_RIGHTALT, KEY_LEFTMETA, KEY_RIGHTMETA, KEY_CAPSLOCK, KEY_FN}) {
+    for (const std::size_t code : {KEY_F9, KEY_ESC, KEY_LEFTSHIFT, KEY_RIGHTSHIFT, KEY_LEFTCTRL, KEY_RIGHTCTRL,
+                                   KEY_LEFTALT, KEY_RIGHTALT, KEY_LEFTMETA, KEY_RIGHTMETA, KEY_CAPSLOCK, KEY_FN}) {
         EXPECT_TRUE(keys.test(code)) << code;
     }
-    for (const std::uint16_t code : {KEY_A, KEY_1, KEY_SPACE, KEY_ENTER, KEY_F8, KEY_KP1, BTN_LEFT}) {
+    for (const std::size_t code : {KEY_A, KEY_1, KEY_SPACE, KEY_ENTER, KEY_F8, KEY_KP1, BTN_LEFT}) {
         EXPECT_FALSE(keys.test(code)) << code;
     }
 }
