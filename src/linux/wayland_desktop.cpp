@@ -53,7 +53,7 @@ public:
                             {u"Dit bureaublad laat Tavlo geen toetsen sturen."_s,
                              u"This desktop does not let Tavlo send keys."_s}};
                 }
-                return {u"virtual-keyboard"_s, {}};
+                return {m_keystroke.serviceName(), {}};
             case DesktopCapability::Screens:
             case DesktopCapability::Overlay:
                 break;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "linux/wayland/chord_keyboard.h"
 #include "linux/wayland/wayland_connection.h"
 
 #include <cstdint>
@@ -10,18 +11,15 @@ namespace tavlo {
 
 // A keyboard of our own, by the protocol virtual-keyboard-unstable-v1. It has its own modifiers: what the user holds on
 // another takes no part in what it types. Main thread.
-class VirtualKeyboard {
+class VirtualKeyboard : public ChordKeyboard {
 public:
     // Made at once: a compositor needs a moment to tell programs of a new keyboard, and the first key would be lost.
     // `connection` outlives it.
     explicit VirtualKeyboard(WaylandConnection& connection);
 
-    // Whether the compositor has the protocol.
-    bool isThere() const { return m_keyboard != nullptr; }
-    // `code` is one of the kernel's input layer: KEY_LEFTCTRL, KEY_LEFTSHIFT, KEY_V or KEY_INSERT. Sent with the
-    // connection's next flush. Only while it is there.
-    void press(std::uint32_t code);
-    void release(std::uint32_t code);
+    bool isThere() const override { return m_keyboard != nullptr; }
+    void press(std::uint32_t code) override;
+    void release(std::uint32_t code) override;
 
 private:
     void send(std::uint32_t code, wl_keyboard_key_state state);

@@ -1,6 +1,7 @@
 #include "linux/wayland/wayland_paste_keystroke.h"
 
 #include "linux/paste_chord.h"
+#include "platform/text_literals.h"
 
 #include <iterator>
 
@@ -9,13 +10,34 @@
 namespace tavlo {
 
 WaylandPasteKeystroke::WaylandPasteKeystroke(WaylandConnection& connection, Pasteboard& pasteboard)
-    : m_connection(connection), m_pasteboard(pasteboard), m_focused(connection), m_keyboard(connection)
+    : m_connection(connection),
+      m_pasteboard(pasteboard),
+      m_focused(connection),
+      m_virtualKeyboard(connection),
+      m_fakeInput(connection)
 {
 }
 
 bool WaylandPasteKeystroke::isTrusted()
 {
-    return m_keyboard.isThere() && m_connection.isConnected();
+    return keyboard() != nullptr;
+}
+
+QString WaylandPasteKeystroke::serviceName()
+{
+    const ChordKeyboard* const used = keyboard();
+    return used == nullptr ? QString() : used == &m_virtualKeyboard ? u"virtual-keyboard"_s : u"fake_input"_s;
+}
+
+ChordKeyboard* WaylandPasteKeystroke::keyboard()
+{
+    for (ChordKeyboard* const each :
+         {static_cast<ChordKeyboard*>(&m_virtualKeyboard), static_cast<ChordKeyboard*>(&m_fakeInput)}) {
+        if (each->isThere() && m_connection.isConnected()) {
+            return each;
+        }
+    }
+    return nullptr;
 }
 
 void WaylandPasteKeystroke::sendPaste()
@@ -42,11 +64,12 @@ void WaylandPasteKeystroke::sendPaste()
 
 void WaylandPasteKeystroke::type(std::initializer_list<std::uint32_t> codes)
 {
+    ChordKeyboard& used = *keyboard();
     for (const std::uint32_t code : codes) {
-        m_keyboard.press(code);
+        used.press(code);
     }
     for (auto code = std::rbegin(codes); code != std::rend(codes); ++code) {
-        m_keyboard.release(*code);
+        used.release(*code);
     }
     m_connection.flush();
 }

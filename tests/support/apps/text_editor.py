@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""A text editor of one window. Prints "text " and its content as JSON at every change, and "key " and the name of each
-key that is pressed while it has the keyboard."""
+"""A text editor of one window. Prints "text " and its content as JSON at every change, "key " and the name of each
+key that is pressed while it has the keyboard, and "focused" when it gets the keyboard."""
 
 import json
 import sys
@@ -30,6 +30,7 @@ def main():
     view.connect("key-press-event", report_key)
     window.add(view)
     window.connect("destroy", Gtk.main_quit)
+    window.connect("focus-in-event", lambda *_: print("focused", flush=True))
     window.show_all()
     view.grab_focus()
     Gtk.main()

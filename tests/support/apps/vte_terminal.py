@@ -32,6 +32,7 @@ def main():
     window.add_accel_group(shortcuts)
     window.add(terminal)
     window.connect("destroy", Gtk.main_quit)
+    window.connect("focus-in-event", lambda *_: print("focused", flush=True))
     window.show_all()
     terminal.grab_focus()
     Gtk.main()

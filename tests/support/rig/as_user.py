@@ -43,6 +43,7 @@ def main():
         _copy(program, stage / "bin/tavlo")
         _copy(program.parent.parent / "libexec", stage / "libexec")
         _copy(pathlib.Path(os.environ["TAVLO_REFERENCE_ICONS"]), stage / "bin/reference_icons")
+        _copy(pathlib.Path(os.environ["TAVLO_DESKTOP_ENTRY"]), stage / "tavlo.desktop")
         engine.small_model()
         _copy(engine.cache(), stage / "cache/tavlo-engine")
         for folder, _, files in os.walk(stage / "cache"):
@@ -56,6 +57,7 @@ def main():
             env={**kept, "PATH": os.environ["PATH"], "HOME": str(stage / "cache"),
                  "XDG_CACHE_HOME": str(stage / "cache"), "TMPDIR": "/tmp", "LANG": "C.UTF-8",
                  "PYTHONDONTWRITEBYTECODE": "1", "PYTHONUNBUFFERED": "1", "PYTHONPATH": str(stage / "tests/support"),
+                 "TAVLO_DESKTOP_ENTRY": str(stage / "tavlo.desktop"),
                  "TAVLO_PROGRAM": str(stage / "bin/tavlo"), "TAVLO_REFERENCE_ICONS": str(stage / "bin/reference_icons")},
             stdin=subprocess.DEVNULL, cwd=stage, check=False)
     sys.exit(done.returncode)

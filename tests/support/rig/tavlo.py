@@ -122,8 +122,11 @@ class Tavlo:
 
     def services(self):
         """What the latest start wrote of the desktop: who serves each capability, "niet" for nobody."""
-        lines = [message for message in self._messages() if message.startswith(_SERVICES)]
-        return dict(part.split(" ", 1) for part in lines[-1][len(_SERVICES):].split(", ")) if lines else {}
+        def lines():
+            return [message for message in self._messages() if message.startswith(_SERVICES)]
+        # It is written after the menu has come.
+        line = wait_for(lines, what="the line of the log about the desktop", show=self.log)[-1]
+        return dict(part.split(" ", 1) for part in line[len(_SERVICES):].split(", "))
 
     def _messages(self):
         if not self.log_path.exists():
