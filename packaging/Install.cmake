@@ -1,4 +1,5 @@
-# Where everything goes. The packages consist of the component "tavlo".
+# Where everything goes. The packages consist of the component "tavlo"; "tavlo_wayland_keys" is a package of its own, which
+# is installed by nobody who did not ask for it: not by `cmake --install` either, without its name.
 
 set(TAVLO_ID nl.pelloquintar.tavlo)
 set(TAVLO_PACKAGING_DIR ${CMAKE_CURRENT_LIST_DIR})
@@ -93,6 +94,13 @@ install(FILES
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/pictures)
 install(FILES ${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian.gz
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tavlo_debian)
+
+# The permission to read the keyboards on Wayland. udev looks for rules in /usr/lib, never in a prefix of its own.
+install(FILES ${TAVLO_PACKAGING_DIR}/wayland-keys/70-tavlo.rules
+    DESTINATION lib/udev/rules.d COMPONENT tavlo_wayland_keys EXCLUDE_FROM_ALL)
+set(TAVLO_WAYLAND_KEYS_DOCUMENTS ${CMAKE_INSTALL_DATAROOTDIR}/doc/tavlo-wayland-keys)
+install(FILES ${TAVLO_PACKAGING_DIR}/wayland-keys/copyright ${TAVLO_PACKAGING_BINARY_DIR}/changelog.Debian.gz
+    DESTINATION ${TAVLO_WAYLAND_KEYS_DOCUMENTS} COMPONENT tavlo_wayland_keys EXCLUDE_FROM_ALL)
 
 # The local engine is the distribution's own whisper-cli. Where the distribution has none the link points to nothing,
 # and the program uses the one that the user installed.

@@ -1,4 +1,4 @@
-"""A keyboard that the kernel takes for plugged in, and the user's fingers on it."""
+"""Keyboards and mice that the kernel takes for plugged in, and the user's fingers on it."""
 import itertools
 import time
 
@@ -7,13 +7,14 @@ from evdev import ecodes
 from .root import Root
 
 
-class Keyboard:
-    """Plugged in while in a "with" statement. Keys are named as in <linux/input-event-codes.h>, without "KEY_"."""
+class Device:
+    """Plugged in while in a "with" statement."""
 
+    kind = None
     _numbers = itertools.count(1)
 
     def __init__(self, name=None):
-        self.name = name or f"Test keyboard {next(self._numbers)}"
+        self.name = name or f"Test {self.kind} {next(self._numbers)}"
         self.node = None  # The path of its device; the rules of udev have been applied to it
         self._root = None
 
@@ -26,7 +27,7 @@ class Keyboard:
 
     def plug(self):
         self._root = Root()
-        self.node = self._root.ask(do="plug", name=self.name)["node"]
+        self.node = self._root.ask(do="plug", name=self.name, kind=self.kind)["node"]
         if not self.node:
             raise RuntimeError(f"{self.name} has no device")
 
@@ -35,6 +36,16 @@ class Keyboard:
             self._root.ask(do="unplug", name=self.name)
             self._root.close()
             self._root = None
+
+
+class Mouse(Device):
+    kind = "mouse"
+
+
+class Keyboard(Device):
+    """Keys are named as in <linux/input-event-codes.h>, without "KEY_"."""
+
+    kind = "keyboard"
 
     def down(self, *keys):
         self._write([(key, 1) for key in keys])

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Does for the tests what only root may, within the virtual machine: runs commands, and has keyboards that the kernel
-takes for plugged in. The tests themselves run as an ordinary user.
+"""Does for the tests what only root may, within the virtual machine: runs commands, and has keyboards and mice that the
+kernel takes for plugged in. The tests themselves run as an ordinary user.
 
 Each connection sends requests, one JSON value to a line, and gets an answer to each. What it started or plugged in ends
 with it.
@@ -19,9 +19,13 @@ SOCKET = "/run/tavlo-root"
 _KEYS = [code for code in range(1, 249) if code in ecodes.KEY]
 
 
-class _Keyboard:
-    def __init__(self, name):
-        self._device = evdev.UInput({ecodes.EV_KEY: _KEYS}, name=name, vendor=0x1209, product=0x5441)
+_KINDS = {"keyboard": {ecodes.EV_KEY: _KEYS},
+          "mouse": {ecodes.EV_KEY: [ecodes.BTN_LEFT, ecodes.BTN_RIGHT], ecodes.EV_REL: [ecodes.REL_X, ecodes.REL_Y]}}
+
+
+class _Device:
+    def __init__(self, name, kind):
+        self._device = evdev.UInput(_KINDS[kind], name=name, vendor=0x1209, product=0x5441)
 
     def node(self):
         """The path of its device, or "" before there is one."""
@@ -43,7 +47,7 @@ class _Keyboard:
 class _Requests(socketserver.StreamRequestHandler):
     def setup(self):
         super().setup()
-        self._keyboards = {}
+        self._devices = {}
         self._seatd = None
 
     def handle(self):
@@ -55,28 +59,28 @@ class _Requests(socketserver.StreamRequestHandler):
             self.wfile.write(json.dumps(answer).encode() + b"\n")
 
     def finish(self):
-        for keyboard in self._keyboards.values():
-            keyboard.unplug()
+        for device in self._devices.values():
+            device.unplug()
         if self._seatd:
             self._seatd.terminate()
             self._seatd.wait()
         super().finish()
 
-    def _answer(self, do, name=None, events=None, command=None):
+    def _answer(self, do, name=None, kind="keyboard", events=None, command=None):
         if do == "run":
             done = subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                                   text=True, errors="replace", check=False)
             return {"status": done.returncode, "output": done.stdout}
         if do == "plug":
-            self._keyboards[name] = _Keyboard(name)
+            self._devices[name] = _Device(name, kind)
             # The rules have been applied to it when this returns.
             subprocess.run(["udevadm", "settle", "--timeout=30"], check=True)
-            return {"node": self._keyboards[name].node()}
+            return {"node": self._devices[name].node()}
         if do == "write":
-            self._keyboards[name].write(events)
+            self._devices[name].write(events)
             return {}
         if do == "unplug":
-            self._keyboards.pop(name).unplug()
+            self._devices.pop(name).unplug()
             subprocess.run(["udevadm", "settle", "--timeout=30"], check=True)
             return {}
         if do == "seatd":
