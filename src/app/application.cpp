@@ -67,13 +67,20 @@ void Application::launch(const QStringList& notices)
 void Application::watchSettingsFile()
 {
     const QString path = m_file.path();
-    const auto changed = [this, path] {
-        m_settingsWatcher.addPath(path);  // a file that was replaced is watched no longer
+    // A file that was replaced is watched no longer. The watcher complains aloud about one that cannot be read.
+    const auto watchFile = [this, path] {
+        if (QFileInfo(path).isReadable()) {
+            m_settingsWatcher.addPath(path);
+        }
+    };
+    const auto changed = [this, watchFile] {
+        watchFile();
         m_delegate.settingsFileChanged();
     };
     QObject::connect(&m_settingsWatcher, &QFileSystemWatcher::fileChanged, &m_settingsWatcher, changed);
     QObject::connect(&m_settingsWatcher, &QFileSystemWatcher::directoryChanged, &m_settingsWatcher, changed);
-    m_settingsWatcher.addPaths({QFileInfo(path).path(), path});
+    m_settingsWatcher.addPath(QFileInfo(path).path());
+    watchFile();
 }
 
 void Application::terminate()

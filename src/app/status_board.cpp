@@ -53,7 +53,11 @@ void StatusBoard::buildMenu()
 
 void StatusBoard::tellKeyboard()
 {
-    tellKeyboard(currentHotkey(m_parts.file));
+    const Config config = m_parts.file.loadWithoutKey();
+    // A key code that is none stops the program at the next key; nobody has pressed one.
+    if (namesHotkey(config)) {
+        tellKeyboard(hotkeyFrom(config, m_parts.file.path()));
+    }
 }
 
 void StatusBoard::tellKeyboard(const HotkeyOption& hotkey)

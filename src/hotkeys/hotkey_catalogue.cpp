@@ -90,10 +90,15 @@ QString numberedKeyLabel(KeyCode keyCode)
     return t(u"Toets "_s, u"Key "_s) + QString::number(keyNumber(keyCode));
 }
 
+bool namesHotkey(const Config& config)
+{
+    return config.hotkey != kHotkeyCustom || config.customKeycode <= std::numeric_limits<std::uint16_t>::max();
+}
+
 HotkeyOption hotkeyFrom(const Config& config, const QString& settingsPath)
 {
     if (config.hotkey == kHotkeyCustom && config.customKeycode >= 0) {
-        if (config.customKeycode > std::numeric_limits<std::uint16_t>::max()) {
+        if (!namesHotkey(config)) {
             qFatal("The settings file %s holds no key code under \"custom_keycode\": %lld is above 65535.",
                    qUtf8Printable(settingsPath), static_cast<long long>(config.customKeycode));
         }

@@ -34,6 +34,8 @@ std::optional<QString> modifierLabel(KeyCode keyCode);
 // "Toets 50" or "Key 50": the name of a key that has no other.
 QString numberedKeyLabel(KeyCode keyCode);
 
+// Whether these settings name a hotkey: all do but those with a custom key code above 65535 in force.
+bool namesHotkey(const Config& config);
 // The hotkey in force by these settings. A custom key code above 65535 stops the program with a message that names
 // `settingsPath` and the key.
 HotkeyOption hotkeyFrom(const Config& config, const QString& settingsPath);

@@ -231,6 +231,15 @@ TEST_F(AppDelegateTest, AHotkeyThatIsWrittenIntoTheFileByHandIsWaitedForAtOnce)
     EXPECT_EQ(desk.keyboard.interest, (KeyInterest{KeyCode::RightShift, false}));
 }
 
+TEST_F(AppDelegateTest, AKeyCodeThatIsNoneIsNoReasonToStopBeforeAKeyIsPressed)
+{
+    launch();
+    const KeyInterest before = desk.keyboard.interest;
+    desk.writeSettings(R"({"hotkey": "custom", "custom_keycode": 65536})");
+    desk.app->settingsFileChanged();
+    EXPECT_EQ(desk.keyboard.interest, before);
+}
+
 TEST_F(AppDelegateTest, NoKeyIsWaitedForWhileTheUserThinksAboutTheWarning)
 {
     launch();
