@@ -3,6 +3,7 @@
 #include "linux/wayland/pipe_writer.h"
 
 #include <array>
+#include <vector>
 
 #include <ext-data-control-v1-client-protocol.h>
 #include <wlr-data-control-unstable-v1-client-protocol.h>
@@ -86,11 +87,14 @@ public:
         // What others copy is of no interest, but it is told as long as there is a device; and one that was given back
         // could still be told of an object that nobody would receive, which ends the connection.
         static constexpr typename Protocol::DeviceListener kListener{
-            .data_offer = [](void*, Device*, Offer* offer) { Protocol::destroyOffer(offer); },
-            .selection = [](void*, Device*, Offer*) {},
+            .data_offer =
+                [](void* self, Device*, Offer* offer) {
+                    static_cast<ControlBy*>(self)->m_announced.emplace_back(offer, Protocol::destroyOffer);
+                },
+            .selection = giveBack,
             .finished = [](void*, Device*) {},
-            .primary_selection = [](void*, Device*, Offer*) {}};
-        Protocol::addDeviceListener(m_device.get(), &kListener, nullptr);
+            .primary_selection = giveBack};
+        Protocol::addDeviceListener(m_device.get(), &kListener, this);
     }
 
     void setSelection(const QByteArray& text) override
@@ -121,6 +125,14 @@ private:
         WaylandPointer<Source> source;
     };
 
+    // An offer is announced, then named as the content of a selection. It is given back only then: of one that is gone
+    // before the event that names it is handed out, libwayland keeps the memory for ever.
+    static void giveBack(void* self, Device*, Offer* offer)
+    {
+        std::erase_if(static_cast<ControlBy*>(self)->m_announced,
+                      [offer](const auto& announced) { return announced.get() == offer; });
+    }
+
     std::unique_ptr<Offered> offer(const QByteArray& text)
     {
         static constexpr typename Protocol::SourceListener kListener{
@@ -141,6 +153,7 @@ private:
 
     WaylandPointer<typename Protocol::Manager> m_manager;
     WaylandPointer<Device> m_device;
+    std::vector<WaylandPointer<Offer>> m_announced;
     QObject m_writers;  // owns the transfers that run
     std::unique_ptr<Offered> m_selection;
     std::unique_ptr<Offered> m_primary;
