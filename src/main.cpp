@@ -10,8 +10,6 @@
 
 #include <QApplication>
 
-#include <cstdlib>
-
 using namespace tavlo;
 
 static int run(QApplication& toolkit)
@@ -53,7 +51,5 @@ int main(int, char** argv)
         declineSessionRestart(toolkit);
         result = run(toolkit);
     }
-    // A thread that still runs, the bus library's or a network thread that a dead disk holds up, must not find that
-    // what is static has been destroyed.
-    std::_Exit(result);
+    endProcess(result);
 }

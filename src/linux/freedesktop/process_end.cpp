@@ -11,6 +11,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace tavlo {
 
 namespace {
@@ -116,6 +120,14 @@ TerminationSignals::~TerminationSignals()
     m_notifier.reset();
     ::close(writeEnd.exchange(-1));
     ::close(m_readEnd);
+}
+
+void endProcess(int status)
+{
+#ifdef __SANITIZE_ADDRESS__
+    __lsan_do_leak_check();  // exit() would have done it
+#endif
+    std::_Exit(status);
 }
 
 }  // namespace tavlo

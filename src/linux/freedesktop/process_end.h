@@ -35,4 +35,8 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
 
+// Ends the process without destroying what is static: a thread that still runs, the bus library's or a network thread
+// that a dead disk holds up, must not find it gone. Functions registered for exit() are not run.
+[[noreturn]] void endProcess(int status);
+
 }  // namespace tavlo

@@ -54,13 +54,19 @@ class Probe:
         return self._process.error_text()
 
     def end(self):
-        self._process.end()
-        self._reader.join()
+        """Lets it end by itself, so that sanitizers can say at the end what they saw; then gives its exit status."""
         self._process.popen.stdin.close()
-        self._process.popen.stdout.close()
+        try:
+            wait_for(lambda: not self._process.is_running, what="the probe to end")
+        finally:
+            self._process.end()
+            self._reader.join()
+            self._process.popen.stdout.close()
+        return self._process.popen.returncode
 
 
 class OnDesktop(unittest.TestCase):
+    maxDiff = None
     options = {}
 
     def setUp(self):
@@ -71,8 +77,12 @@ class OnDesktop(unittest.TestCase):
     def start_probe(self):
         self.probe = Probe(self.desktop)
         self.item = StatusItem(self.desktop, self.probe.pid)
-        self.addCleanup(lambda: self.assertEqual(self.probe.error_text(), ""))
-        self.addCleanup(self.probe.end)
+        self.addCleanup(self.end_probe)
+
+    def end_probe(self):
+        status = self.probe.end()
+        self.assertEqual(self.probe.error_text(), "")
+        self.assertEqual(status, 0)
 
     def wait_for_item(self):
         wait_for(self.item.is_there, timeout=20, what="the status item")
@@ -293,9 +303,16 @@ class InAnEmbeddingTray(OnDesktop):
         tree = self.desktop.processes.run("xwininfo", "-root", "-tree")
         for line in tree.splitlines():
             if '"tavlo": ("tray_probe"' in line:
+                # A tray shows the icon some time after it has taken it in.
+                if "IsViewable" not in self.desktop.processes.run("xwininfo", "-id", line.split()[0], check=False):
+                    return None
                 left, top = line.split()[-1][1:].split("+")
                 return int(left) + 11, int(top) + 11
         return None
+
+    def overview(self):
+        """Our visible windows with their sizes."""
+        return {window: self.desktop.hands.size(window) for window in self.desktop.hands.windows(self.probe.pid)}
 
     def first_row_contrast(self, menu):
         """Of the strongest strokes in the menu's first row, which is greyed, to its ground."""
@@ -323,7 +340,7 @@ class InAnEmbeddingTray(OnDesktop):
             wait_for(lambda window=menu: self.first_row_contrast(window) >= 3.5, what="a status line to read")
             self.desktop.hands.press("Escape")
             wait_for(lambda there=before: set(self.desktop.hands.windows(self.probe.pid)) == there,
-                     what="our menu to close")
+                     what="our menu to close", show=lambda there=before: (there, self.overview()))
         self.probe.events.clear()
         self.tray.end()
         self.probe.wait_told("tray no")
@@ -342,7 +359,8 @@ class InAnEmbeddingTray(OnDesktop):
             wait_for(lambda: set(self.desktop.hands.windows(self.probe.pid)) - there, what="our menu")
             self.desktop.hands.press(key)
             self.probe.wait_told(f"chosen {action}")
-            wait_for(lambda: set(self.desktop.hands.windows(self.probe.pid)) == there, what="our menu to close")
+            wait_for(lambda: set(self.desktop.hands.windows(self.probe.pid)) == there, what="our menu to close",
+                     show=lambda: (there, self.overview()))
 
     def test_the_ink_follows_the_palette_while_running(self):
         self.start_tray()
@@ -436,10 +454,13 @@ class Overlays:
     def test_a_window_that_becomes_active_stays_below(self):
         self.probe.do("message Opname geannuleerd")
         left, top = self.shown(BOX)
-        other = self.desktop.processes.start("other", ["xterm", "-bg", "white", "-fullscreen"])
+        wait_for(lambda: self.is_dark(left + 10, top + 32), what="the message on the screen")
+        other = self.desktop.processes.start("other", ["xterm", "-bg", "yellow", "-fullscreen"])
         window = wait_for(lambda: self.desktop.hands.windows(other.pid), timeout=20, what="another window")[0]
         self.desktop.hands.focus(window)
-        self.assertTrue(self.is_dark(left + 10, top + 32))
+        # The window manager makes its frame on top of everything and then puts it in its place.
+        wait_for(lambda: self.pixel(640, 780) == (255, 255, 0), what="the other window to fill the screen")
+        wait_for(lambda: self.is_dark(left + 10, top + 32), what="the message above the other window")
 
 
 class OverlaysWithoutACompositor(Overlays, OnDesktop):

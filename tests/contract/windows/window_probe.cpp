@@ -1,7 +1,7 @@
 // Shows one of the windows, or all of them by turns, on the display that it is started on, for whoever looks at them
 // or takes their picture: window_probe settings|about|offer|downloading|failed|alert nl|en light|dark [picture.png]
 // [font family]. "fullscreen" shows a field as large as the screen, as another program's window. With a picture's path
-// it saves the window's content there and ends; else it runs until it is ended.
+// it saves the window's content there and ends; else it runs until its standard input ends.
 
 #include "engines/engines.h"
 #include "hotkeys/hotkey_capture.h"
@@ -133,6 +133,7 @@ int main(int argc, char** argv)
             }
         }
     };
+    const QString picture = arguments.value(4);
     // Each line of standard input opens the window again, as a choice in the tray's menu would: without any event of
     // the display that Tavlo's own windows could have seen.
     QTimer::singleShot(0, open);
@@ -143,11 +144,14 @@ int main(int argc, char** argv)
             open();
         } else {
             input.setEnabled(false);
+            if (picture.isEmpty()) {
+                QApplication::quit();
+            }
         }
     });
-    if (arguments.size() > 4 && !arguments[4].isEmpty()) {
+    if (!picture.isEmpty()) {
         QTimer::singleShot(200, [&] {
-            shown->grab().save(arguments[4]);
+            shown->grab().save(picture);
             QApplication::quit();
         });
     }

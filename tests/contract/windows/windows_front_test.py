@@ -55,6 +55,8 @@ class Desktop:
             "LANG": "C.UTF-8",
             "QT_QPA_PLATFORM": "xcb",
         }
+        # How programs with sanitizers in them report, and what of the libraries they leave out.
+        self.environment |= {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
         settings = os.path.join(folder, ".config/xfce4/xfconf/xfce-perchannel-xml")
         os.makedirs(settings)
         with open(os.path.join(settings, "xfwm4.xml"), "w", encoding="utf-8") as file:
@@ -72,10 +74,14 @@ class Desktop:
         options.setdefault("stdin", subprocess.DEVNULL)
         # A group of its own, so that what a child has started ends with it, such as the bus of dbus-run-session.
         options.setdefault("start_new_session", True)
-        child = subprocess.Popen(command, env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                 **options)
+        options.setdefault("stderr", subprocess.DEVNULL)
+        child = subprocess.Popen(command, env=self.environment, stdout=subprocess.DEVNULL, **options)
         self.children.append(child)
         return child
+
+    def start_probe(self, probe, window):
+        """Shows a window. What the program says against itself goes to the test's own standard error."""
+        return self.start([probe, window, "nl", "light"], stdin=subprocess.PIPE, stderr=None)
 
     def output(self, *command):
         return subprocess.run(command, env=self.environment, capture_output=True, text=True, check=False).stdout
@@ -103,21 +109,23 @@ def main():
         desktop = Desktop(folder)
         for window, title in TITLES.items():
             # The window has been used once: from then on the toolkit knows a time of the user, which grows old.
-            ours = desktop.start([probe, window, "nl", "light"], stdin=subprocess.PIPE)
+            ours = desktop.start_probe(probe, window)
             wait_for(f"first {window} window", lambda: desktop.active_title() == title)
             desktop.output("xdotool", "key", "Tab", "Escape")
             wait_for(f"hidden {window} window", lambda: desktop.active_title() != title)
-            other = desktop.start([probe, "fullscreen", "nl", "light"], stdin=subprocess.PIPE)
+            other = desktop.start_probe(probe, "fullscreen")
             wait_for("full-screen window", lambda: desktop.active_title() == "Full screen")
             desktop.output("xdotool", "mousemove", "300", "300", "click", "1", "type", "hello")
             ours.stdin.write(b"\n")
             ours.stdin.flush()
             wait_for(f"{window} window with the keyboard", lambda: desktop.active_title() == title)
             wait_for(f"{window} window above the full-screen one", lambda: desktop.top_title() == title)
-            print(f"ok: {window}")
+            # They end by themselves, so that sanitizers can say at the end what they saw.
             for child in (ours, other):
-                child.terminate()
-                child.wait(DEADLINE)
+                child.stdin.close()
+                if child.wait(DEADLINE) != 0:
+                    sys.exit(f"FAILED: the program of the {window} window ended with {child.returncode}")
+            print(f"ok: {window}")
     finally:
         if desktop:
             desktop.end()
