@@ -37,6 +37,12 @@ if(TAVLO_SANITIZERS)
     target_compile_options(tavlo_options INTERFACE
         -fsanitize=${TAVLO_SANITIZERS} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(tavlo_options INTERFACE -fsanitize=${TAVLO_SANITIZERS})
+    if(TAVLO_SANITIZERS MATCHES "thread")  # a function of the library's own that would switch the checks off
+        set(executable $<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>)
+        target_sources(tavlo_options INTERFACE
+            $<${executable}:${CMAKE_SOURCE_DIR}/tests/support/sanitizers/start_of_processes.cpp>)
+        target_link_libraries(tavlo_options INTERFACE $<${executable}:${CMAKE_DL_LIBS}>)
+    endif()
 endif()
 target_link_libraries(tavlo_options INTERFACE tl::expected)
 
