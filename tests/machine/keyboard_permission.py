@@ -1,38 +1,17 @@
 #!/usr/bin/python3
 """The package tavlo-wayland-keys: to whom it gives the keyboards, and that its removal takes them back."""
 import os
-import pathlib
 import subprocess
 import unittest
 
+from machine import permission
 from machine.keyboard import Keyboard, Mouse
 from machine.root import as_root, check_as_root
 from rig.waiting import wait_for
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
 UINPUT = "/dev/uinput"
 NOBODY = ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups")
 SHOW_CONSOLE = "import fcntl, sys; fcntl.ioctl(open('/dev/tty0', 'w'), 0x5606, int(sys.argv[1]))"  # VT_ACTIVATE
-
-
-def package():
-    found = sorted((ROOT / "build/package").glob("tavlo-wayland-keys_*_all.deb"))
-    if len(found) != 1:
-        raise RuntimeError(f"one package is expected in build/package, which scripts/package makes, not {found}")
-    return found[0]
-
-
-# dpkg with a short list of packages, the three that this one needs: the computer's own takes long to read here.
-DPKG = ("dpkg", "--admindir=/run/packages")
-
-
-def prepare():
-    check_as_root("sh", "-ec", "cd /run; mkdir -p packages/info packages/updates packages/triggers;"
-                               "dpkg-query --status acl kmod udev >packages/status")
-
-
-def install():
-    check_as_root(*DPKG, "--install", package())
 
 
 def is_given(node):
@@ -52,15 +31,14 @@ def tags(node):
 
 class KeyboardPermission(unittest.TestCase):
     def setUp(self):
-        prepare()
-        self.addCleanup(as_root, *DPKG, "--purge", "tavlo-wayland-keys")
+        self.addCleanup(permission.take_back)
 
     def test_given_to_the_user_at_the_screen_and_taken_back(self):
         with Keyboard() as keyboard, Mouse() as mouse:
             self.assertFalse(is_given(keyboard.node))
             self.assertFalse(is_given(UINPUT))
 
-            install()
+            permission.give()
             # To what is plugged in already, and to this user alone.
             self.assertTrue(is_given(keyboard.node))
             self.assertTrue(is_given(UINPUT))
@@ -73,7 +51,7 @@ class KeyboardPermission(unittest.TestCase):
             with Keyboard() as later:
                 self.assertTrue(is_given(later.node))
 
-            check_as_root(*DPKG, "--remove", "tavlo-wayland-keys")
+            permission.take_back()
             for node in (keyboard.node, UINPUT):
                 self.assertFalse(is_given(node))
                 self.assertNotIn("uaccess", tags(node))
@@ -81,7 +59,7 @@ class KeyboardPermission(unittest.TestCase):
                 self.assertFalse(is_given(later.node))
 
     def test_given_only_while_the_session_is_on_the_screen(self):
-        install()
+        permission.give()
         with Keyboard() as keyboard:
             self.assertTrue(is_given(keyboard.node))
             self.addCleanup(as_root, "/usr/bin/python3", "-c", SHOW_CONSOLE, "1")
@@ -95,7 +73,7 @@ class KeyboardPermission(unittest.TestCase):
             wait_for(lambda: is_given(UINPUT), what="uinput to be given again")
 
     def test_its_scripts_end_well_where_no_udev_runs(self):
-        check_as_root("dpkg-deb", "--control", package(), "/tmp/control")
+        check_as_root("dpkg-deb", "--control", permission.package(), "/tmp/control")
         for script in ("postinst configure", "postrm remove", "postrm purge"):
             with self.subTest(script=script):
                 self.assertEqual(as_root("unshare", "--mount", "sh", "-ec",

@@ -16,7 +16,7 @@ sys.path.insert(0, str(HERE.parent / "support"))
 
 from machine import root_server  # noqa: E402  pylint: disable=wrong-import-position
 
-SECONDS = 240
+SECONDS = 400
 
 
 def run_in_session(command, environment, seconds=SECONDS):
