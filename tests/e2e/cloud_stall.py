@@ -18,9 +18,10 @@ class CloudStall(CloudScenario):
         sent = self.provider.records[0]["last_byte"] / 1e9
 
         tavlo.wait_for_status(FALLING_BACK, timeout=40)
-        waited = time.monotonic() - sent
-        self.assertGreater(waited, 29.5)
-        self.assertLess(waited, 35)
+        # On a busy machine the provider reads the last byte later than Tavlo has sent it. The file of the recording is
+        # written before anything is sent.
+        self.assertGreater(time.time() - tavlo.last_recording.stat().st_mtime, 29.5)
+        self.assertLess(time.monotonic() - sent, 35)
         self.assertEqual(tavlo.icon(), "hourglass")
         engine.release()
         self.pasted(tavlo, LOCAL, SHORT + ".")
