@@ -8,7 +8,23 @@
 
 #include <QFileInfo>
 
+#include <vector>
+
 namespace tavlo {
+
+namespace {
+
+// The icon is never destroyed: when a panel asks the toolkit's icon something while it is taken off the bus, the bus
+// library's thread can reach a connection that is gone. It leaves the panel with the process. Until then something
+// refers to it, so that whoever looks for leaks finds none.
+TrayStatusItem& keptForLife(TrayStatusItem* item)
+{
+    static auto* const kept = new std::vector<TrayStatusItem*>;
+    kept->push_back(item);
+    return *item;
+}
+
+}  // namespace
 
 Application::Application(const Locations& locations, AppLog& log, LocalRunner& local, const Ports& ports,
                          const QString& version)
@@ -21,9 +37,7 @@ Application::Application(const Locations& locations, AppLog& log, LocalRunner& l
       m_offer(m_downloader, ports.desktop.screens(), ports.queue),
       m_hud(ports.desktop.screens()),
       m_msgHud(ports.queue, ports.desktop.screens()),
-      // Not destroyed: when a panel asks the toolkit's icon something while it is taken off the bus, the bus library's
-      // thread can reach a connection that is gone. The icon leaves the panel with the process.
-      m_statusItem(*new TrayStatusItem(ports.queue, ports.trayHost, ports.panelAppearance)),
+      m_statusItem(keptForLife(new TrayStatusItem(ports.queue, ports.trayHost, ports.panelAppearance))),
       m_windows({m_file, m_keychain, ports.secrets, log, ports.workspace, ports.desktop.screens()}, version),
       m_delegate({
           .locations = locations,
