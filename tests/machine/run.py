@@ -45,7 +45,8 @@ def main():
     threading.Thread(target=root_server.serve().serve_forever, daemon=True).start()
     known = sorted(path.stem for path in HERE.glob("*.py") if path.name != "run.py")
     chosen = sys.argv[1:] or known
-    unknown = set(chosen) - set(known)
+    # "tavlo_hotkey.Hotkey.test_..." is one test of a file.
+    unknown = {name for name in chosen if name.partition(".")[0] not in known}
     if unknown:
         print(f"there is no test {', '.join(sorted(unknown))}; there are {', '.join(known)}")
         return 2
@@ -58,7 +59,8 @@ def main():
     for name in chosen:
         started = time.monotonic()
         print(f"== {name}", flush=True)
-        status = run_in_session(["/usr/bin/python3", HERE / f"{name}.py"], environment)
+        file, _, test = name.partition(".")
+        status = run_in_session(["/usr/bin/python3", HERE / f"{file}.py", *([test] if test else [])], environment)
         print(f"== {name}: {'passed' if status == 0 else f'FAILED ({status})'} "
               f"after {time.monotonic() - started:.0f} s", flush=True)
         if status != 0:
