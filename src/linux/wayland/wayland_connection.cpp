@@ -9,7 +9,9 @@ namespace tavlo {
 
 namespace {
 
-constexpr std::chrono::milliseconds kStartTime{300};
+// Long, because a compositor that is starting, or that looks up for the first time what this program may use, is busy;
+// and giving up is for the whole session.
+constexpr std::chrono::milliseconds kStartTime{3000};
 
 }  // namespace
 

@@ -21,8 +21,8 @@ using WaylandPointer = std::unique_ptr<T, void (*)(T*)>;
 // offers on it. Events are read by the main thread's event loop. Main thread.
 class WaylandConnection {
 public:
-    // Connects to the display that the environment names. Waits for the compositor's list of protocols, for 300 ms at
-    // most; a compositor that does not answer by then offers nothing.
+    // Connects to the display that the environment names. Waits for the compositor's list of protocols, for three
+    // seconds at most; a compositor that does not answer by then offers nothing.
     WaylandConnection();
     ~WaylandConnection();
     WaylandConnection(const WaylandConnection&) = delete;

@@ -185,7 +185,7 @@ TEST(WaylandCompositor, ThatDoesNotAnswerIsNotWaitedFor)
     server.freeze();
     const auto begin = std::chrono::steady_clock::now();
     const WaylandConnection connection;
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 5s);  // 300 ms, and what a busy machine adds
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);  // three, and what a busy machine adds
     EXPECT_FALSE(connection.isConnected());
     EXPECT_FALSE(WaylandPasteboard::isOfferedBy(connection));
 }
