@@ -15,7 +15,10 @@ from machine.root import check_as_root
 from rig.waiting import PATIENCE
 
 RULES = pathlib.Path("/etc/udev/rules.d/70-tavlo-test.rules")
-LET_THE_USER_READ = 'SUBSYSTEM=="input", KERNEL=="event*", ENV{ID_INPUT_KEYBOARD}=="1", GROUP="tester", MODE="0640"'
+# Only the keyboards of this test, which are unplugged at its end: a group stays on a device when its rule goes, and the
+# machine has a keyboard of its own that the next tests must find closed.
+LET_THE_USER_READ = ('SUBSYSTEM=="input", KERNEL=="event*", ENV{ID_INPUT_KEYBOARD}=="1", ATTRS{name}=="Test keyboard*", '
+                     'GROUP="tester", MODE="0640"')
 
 
 def install_rule(text):
@@ -67,7 +70,7 @@ class InputDevices(unittest.TestCase):
                 os.open("/dev/uinput", os.O_WRONLY)
             install_rule(LET_THE_USER_READ)
             os.close(os.open(keyboard.node, os.O_RDONLY))
-            # A group stays on a device when its rule goes: what is plugged in afterwards is closed again.
+            # What is plugged in after the rule has gone is closed again.
             remove_rule()
             keyboard.unplug()
             keyboard.plug()

@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """The package tavlo-wayland-keys: to whom it gives the keyboards, and that its removal takes them back."""
 import os
+import pathlib
 import subprocess
 import unittest
 
@@ -35,7 +36,10 @@ class KeyboardPermission(unittest.TestCase):
 
     def test_given_to_the_user_at_the_screen_and_taken_back(self):
         with Keyboard() as keyboard, Mouse() as mouse:
-            self.assertFalse(is_given(keyboard.node))
+            nodes = sorted(map(str, pathlib.Path("/dev/input").glob("event*")))
+            self.assertIn(keyboard.node, nodes)
+            for node in nodes:
+                self.assertFalse(is_given(node), node)
             self.assertFalse(is_given(UINPUT))
 
             permission.give()
@@ -52,8 +56,8 @@ class KeyboardPermission(unittest.TestCase):
                 self.assertTrue(is_given(later.node))
 
             permission.take_back()
-            for node in (keyboard.node, UINPUT):
-                self.assertFalse(is_given(node))
+            for node in (*nodes, UINPUT):
+                self.assertFalse(is_given(node), node)
                 self.assertNotIn("uaccess", tags(node))
             with Keyboard() as later:
                 self.assertFalse(is_given(later.node))
