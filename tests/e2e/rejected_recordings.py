@@ -39,25 +39,26 @@ class RejectedRecordings(CloudScenario):
         wait_for(tavlo.log, what="the log line")
         return re.fullmatch(r"Stilte gedetecteerd \(piek (\S+)\), overgeslagen", tavlo.log()[0]).group(1)
 
-    def record_too_little(self, tavlo):
+    def fed_microphone(self):
+        """The microphone from now until the test's end; gives the pipe into which what it hears is written."""
         sound = self.shared.sound
         pipe = sound.add_fed_microphone("fed")
+        self.addCleanup(sound.remove, "fed")
         sound.set_default_source("fed")
-        try:
-            with open(pipe, "wb", buffering=0) as microphone:
-                # It waits for the first frames; then it says that it listens.
-                tavlo.press_hotkey()
-                microphone.write(b"\x00\x20\x00\xe0" * 1500)  # 0.19 seconds
-                wait_for(tavlo.is_recording, what="the recording to begin", show=tavlo.status)
-                self.shared.ear.wait_for("Pop")
-                tavlo.finish()
-        finally:
-            sound.set_default_source(MICROPHONE)
-            sound.remove("fed")
+        self.addCleanup(sound.set_default_source, MICROPHONE)
+        return pipe
 
     def test_recording_too_short(self):
+        # Chosen before the start: a change of microphone that is told during a recording ends it.
+        pipe = self.fed_microphone()
         tavlo = self.start_locally()
-        self.record_too_little(tavlo)
+        with open(pipe, "wb", buffering=0) as microphone:
+            # It waits for the first frames; then it says that it listens.
+            tavlo.press_hotkey()
+            microphone.write(b"\x00\x20\x00\xe0" * 1500)  # 0.19 seconds
+            wait_for(tavlo.is_recording, what="the recording to begin", show=tavlo.status)
+            self.shared.ear.wait_for("Pop")
+            tavlo.finish()
         self.check_rejected(tavlo, "Recording too short", [], "Pop", "Tink")
         self.assertEqual(self.panels(tavlo), [])
 
