@@ -1,5 +1,6 @@
 #include "support/audio_servers.h"
 #include "platform/text_literals.h"
+#include "support/listening.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -90,8 +91,7 @@ bool AudioServer::start()
     } else {
         isStarted = run(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s,
                                            u"--address="_s + qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS")}) &&
-                    comesTrue([this] { return QFile::exists(m_folder.filePath(u"bus"_s)); }) &&
-                    run(u"pipewire"_s, {}) &&
+                    comesTrue([this] { return isListenedTo(m_folder.filePath(u"bus"_s)); }) && run(u"pipewire"_s, {}) &&
                     comesTrue([this] { return QFile::exists(m_folder.filePath(u"pipewire-0"_s)); }) &&
                     run(u"wireplumber"_s, {}) && run(u"pipewire-pulse"_s, {});
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/text_literals.h"
+#include "support/listening.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -12,10 +13,7 @@
 #include <QThread>
 
 #include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
-#include <algorithm>
 #include <csignal>
 #include <functional>
 #include <memory>
@@ -123,8 +121,7 @@ public:
         m_daemon = std::make_unique<TestProgram>(
             u"dbus-daemon"_s, QStringList{u"--nofork"_s, u"--config-file"_s, m_folder.filePath(u"bus.conf"_s)},
             environment());
-        // The socket is there before anybody listens to it.
-        if (!comesTrue([this] { return listens(); })) {
+        if (!comesTrue([this] { return isListenedTo(socket()); })) {
             qFatal("The bus does not come up.");
         }
     }
@@ -153,18 +150,6 @@ public:
     }
 
 private:
-    bool listens() const
-    {
-        sockaddr_un place = {};
-        place.sun_family = AF_UNIX;
-        const QByteArray path = QFile::encodeName(socket());
-        std::copy_n(path.constData(), std::min<qsizetype>(path.size(), sizeof(place.sun_path) - 1), place.sun_path);
-        const int end = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        const bool connected = ::connect(end, reinterpret_cast<const sockaddr*>(&place), sizeof(place)) == 0;
-        ::close(end);
-        return connected;
-    }
-
     QString socket() const { return m_folder.filePath(u"bus"_s); }
 
     QTemporaryDir m_folder;

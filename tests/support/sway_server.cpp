@@ -1,6 +1,7 @@
 #include "support/sway_server.h"
 
 #include "platform/text_literals.h"
+#include "support/listening.h"
 
 #include <QDir>
 #include <QFile>
@@ -55,7 +56,7 @@ SwayServer::SwayServer() : m_folder(QDir::tempPath() + u"/tavlo-sway-XXXXXX"_s)
     m_process.start(u"sway"_s, {u"-c"_s, settings.fileName()});
     const auto end = std::chrono::steady_clock::now() + kStartTime;
     const QString socket = folder + u"/wayland-1"_s;
-    while (!QFile::exists(socket)) {
+    while (!isListenedTo(socket)) {
         if (m_process.waitForFinished(10) || std::chrono::steady_clock::now() > end) {
             return;
         }

@@ -8,7 +8,7 @@ import wave
 
 import numpy
 
-from .waiting import wait_for
+from .waiting import is_listened_to, wait_for
 
 SPEAKERS = "speakers"
 VOICE = "voice"
@@ -64,7 +64,7 @@ class AudioServer:
                                                   "--use-pid-file=no", "-F", script])]
         else:
             self._servers = [start("pipewire", ["pipewire"])]
-            wait_for((self._desktop.runtime_folder / "pipewire-0").exists, what="PipeWire's socket")
+            wait_for(lambda: is_listened_to(self._desktop.runtime_folder / "pipewire-0"), what="PipeWire's socket")
             self._servers += [start("wireplumber", ["wireplumber"]), start("pipewire-pulse", ["pipewire-pulse"])]
         wait_for(self.is_answering, timeout=20, what=f"{self.kind} to answer")
         self.add_sink(SPEAKERS)

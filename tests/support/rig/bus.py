@@ -9,7 +9,7 @@ import gi
 gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
 
-from .waiting import wait_for  # noqa: E402
+from .waiting import is_listened_to, wait_for  # noqa: E402
 
 _CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -46,7 +46,7 @@ class Bus:
     def start(self):
         """Starts the bus; also once more, after a crash()."""
         self._daemon = self._desktop.processes.start("dbus", self._command)
-        wait_for(self.socket.exists, what="the session bus")
+        wait_for(lambda: is_listened_to(self.socket), what="the session bus")
         self.connection = wait_for(self._connect, what="a connection to the session bus")
 
     def crash(self):

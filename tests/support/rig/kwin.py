@@ -9,7 +9,7 @@ from .desktop import Desktop
 from .editors import GtkEditor, VteTerminal
 from .keyring import Keyring
 from .sounds import Ear
-from .waiting import wait_for
+from .waiting import is_listened_to, wait_for
 
 
 class BusHands:
@@ -68,7 +68,7 @@ class KWinDesktop(Desktop):
         self.compositor = self.processes.start("kwin", [
             program, "--virtual", "--width", str(width), "--height", str(height), "--xwayland", "--no-lockscreen",
             "--no-global-shortcuts", "--socket", "wayland-1", f"sh -c '{tell}'"], {"KWIN_COMPOSE": "Q", "GDK_BACKEND": "x11"})
-        wait_for((self.runtime_folder / "wayland-1").exists, timeout=20, what="the compositor",
+        wait_for(lambda: is_listened_to(self.runtime_folder / "wayland-1"), timeout=20, what="the compositor",
                  show=self.compositor.error_text)
         wait_for(told.exists, timeout=20, what="the X11 display of the compositor", show=self.compositor.error_text)
         self.environment["WAYLAND_DISPLAY"] = "wayland-1"

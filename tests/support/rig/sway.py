@@ -9,7 +9,7 @@ from .desktop import Desktop
 from .editors import GtkEditor, Xterm
 from .keyring import Keyring
 from .sounds import Ear
-from .waiting import wait_for
+from .waiting import is_listened_to, wait_for
 
 _SETTINGS = """output * resolution {width}x{height}
 xwayland {xwayland}
@@ -87,7 +87,7 @@ class SwayDesktop(Desktop):
         self.compositor = self.processes.start("sway", ["sway", "-c", settings],
                                                {"WLR_RENDERER": "pixman", **self.backends})
         socket = self.runtime_folder / "wayland-1"
-        wait_for(socket.exists, timeout=20, what="the compositor", show=self.compositor.error_text)
+        wait_for(lambda: is_listened_to(socket), timeout=20, what="the compositor", show=self.compositor.error_text)
         self.environment["WAYLAND_DISPLAY"] = socket.name
         wait_for(lambda: list(self.runtime_folder.glob("sway-ipc.*.sock")), what="the compositor's control")
         self.environment["SWAYSOCK"] = str(next(self.runtime_folder.glob("sway-ipc.*.sock")))

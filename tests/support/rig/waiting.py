@@ -1,5 +1,6 @@
 """Waiting for a condition, with a deadline, instead of sleeping for a guessed time."""
 import os
+import socket
 import time
 
 # A machine under load gets more time: the deadlines of all waits are multiplied by this.
@@ -25,3 +26,9 @@ def wait_for(condition, timeout=10.0, what="the condition", show=None):
             there = f"; there is {show()!r}" if show else ""
             raise NotReached(f"waited in vain for {what}, {timeout * PATIENCE:g} seconds{there}")
         time.sleep(INTERVAL)
+
+
+def is_listened_to(path):
+    """Whether a server listens at this socket, whose file is there a moment earlier."""
+    with socket.socket(socket.AF_UNIX) as end:
+        return end.connect_ex(str(path)) == 0
